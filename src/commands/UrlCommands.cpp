@@ -1,0 +1,10 @@
+/// Commands of the main application, which arrive as URLs of the agent's scheme.
+#include "core/AppDelegate.h"
+
+namespace quorlin {
+
+void AppDelegate::handleURLEvent(const std::string& /*url*/) {
+  services_.log.line("a URL was opened; this version runs no commands by URL");
+}
+
+}  // namespace quorlin

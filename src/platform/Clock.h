@@ -1,0 +1,15 @@
+/// The calendar time.
+#pragma once
+
+#include "platform/PropertyList.h"
+
+namespace quorlin {
+
+class Clock {
+ public:
+  virtual ~Clock() = default;
+
+  virtual Date now() const = 0;
+};
+
+}  // namespace quorlin

@@ -1,0 +1,31 @@
+/// What machine and system the program runs on.
+#pragma once
+
+#include <compare>
+#include <optional>
+#include <string>
+
+namespace quorlin {
+
+/// Comparable with the versions in which the agent's features appeared.
+struct SystemVersion {
+  int major = 0;
+  int minor = 0;
+
+  friend auto operator<=>(const SystemVersion&, const SystemVersion&) = default;
+};
+
+class System {
+ public:
+  virtual ~System() = default;
+
+  /// Whether this build does the power work: charge hold and power metrics.
+  virtual bool processorHasPowerWork() const = 0;
+
+  virtual SystemVersion version() const = 0;
+
+  /// The computer's name as its owner wrote it, in UTF-8. Read anew at every call.
+  virtual std::optional<std::string> localizedHostName() const = 0;
+};
+
+}  // namespace quorlin

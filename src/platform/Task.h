@@ -1,0 +1,22 @@
+/// Child processes whose output is wanted.
+#pragma once
+
+#include "platform/PropertyList.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace quorlin {
+
+class TaskLauncher {
+ public:
+  virtual ~TaskLauncher() = default;
+
+  /// Runs a program and returns all that it wrote to its standard output; input and error stream are the
+  /// agent's own. Blocks until the child has ended. Nothing when it could not be started.
+  virtual std::optional<Data> standardOutputOf(const std::string& launchPath,
+                                               const std::vector<std::string>& arguments) = 0;
+};
+
+}  // namespace quorlin

@@ -1,0 +1,32 @@
+/// The program's persisted settings.
+#pragma once
+
+#include "platform/PropertyList.h"
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+namespace quorlin {
+
+/// Reading never fails: a value that is absent or of no use reads as 0, false or nothing. A value set is
+/// read back for the rest of the run even where it could not be stored. Main thread only, but for
+/// setBoolean, which a helper's reply may call on its own thread.
+class UserDefaults {
+ public:
+  virtual ~UserDefaults() = default;
+
+  virtual std::int64_t integer(std::string_view key) const = 0;
+  virtual bool boolean(std::string_view key) const = 0;
+  virtual std::optional<Date> date(std::string_view key) const = 0;
+
+  virtual void setInteger(std::string_view key, std::int64_t value) = 0;
+  virtual void setBoolean(std::string_view key, bool value) = 0;
+  virtual void setDate(std::string_view key, Date value) = 0;
+  virtual void remove(std::string_view key) = 0;
+
+  /// Returns once everything set before is stored, or could not be.
+  virtual void synchronize() = 0;
+};
+
+}  // namespace quorlin

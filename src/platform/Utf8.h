@@ -1,0 +1,16 @@
+/// Text from outside, checked.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace quorlin {
+
+/// Whether the bytes are well-formed UTF-8 as Unicode 15, table 3-7, defines it; overlong forms and
+/// surrogates are not.
+bool isUtf8(std::string_view bytes);
+
+/// The text with U+FFFD in place of each byte that belongs to no well-formed sequence.
+std::string withoutMalformedUtf8(std::string_view bytes);
+
+}  // namespace quorlin

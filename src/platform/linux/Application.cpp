@@ -1,0 +1,207 @@
+#include "platform/linux/Application.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <utility>
+
+namespace quorlin {
+namespace {
+
+constexpr const char* kInterface = "org.freedesktop.Application";
+
+/// Where a desktop leaves the token with which a program that it starts may come to the foreground
+/// (Startup Notification, XDG Activation), and the key under which the program passes it on.
+constexpr std::array<std::pair<const char*, const char*>, 2> kActivationTokens = {
+    {{"DESKTOP_STARTUP_ID", "desktop-startup-id"}, {"XDG_ACTIVATION_TOKEN", "activation-token"}}};
+
+BusMessage methodCall(const Bus& bus, const std::string& name, const std::string& path, const char* member) {
+  sd_bus_message* message = nullptr;
+  checked(sd_bus_message_new_method_call(bus.get(), &message, name.c_str(), path.c_str(), kInterface, member),
+          "hand over to the running instance");
+  return BusMessage(message);
+}
+
+/// Says that a person asks, with the tokens of the desktop where there are any.
+void appendPlatformData(sd_bus_message* message) {
+  checked(sd_bus_message_open_container(message, 'a', "{sv}"), "hand over to the running instance");
+  for (const auto& [variable, key] : kActivationTokens) {
+    const char* token = std::getenv(variable);
+    checked(sd_bus_message_append(message, "{sv}", key, "s", token == nullptr ? "" : token),
+            "hand over to the running instance");
+  }
+  checked(sd_bus_message_close_container(message), "hand over to the running instance");
+}
+
+std::vector<std::string> readKeys(sd_bus_message* message) {
+  std::vector<std::string> keys;
+  checked(sd_bus_message_enter_container(message, 'a', "{sv}"), "read platform data");
+  while (checked(sd_bus_message_enter_container(message, 'e', "sv"), "read platform data") > 0) {
+    const char* key = nullptr;
+    checked(sd_bus_message_read_basic(message, 's', &key), "read platform data");
+    keys.emplace_back(key);
+    checked(sd_bus_message_skip(message, "v"), "read platform data");
+    checked(sd_bus_message_exit_container(message), "read platform data");
+  }
+  checked(sd_bus_message_exit_container(message), "read platform data");
+  return keys;
+}
+
+std::vector<std::string> readStrings(sd_bus_message* message) {
+  std::vector<std::string> strings;
+  checked(sd_bus_message_enter_container(message, 'a', "s"), "read URLs");
+  const char* text = nullptr;
+  while (checked(sd_bus_message_read_basic(message, 's', &text), "read URLs") > 0) strings.emplace_back(text);
+  checked(sd_bus_message_exit_container(message), "read URLs");
+  return strings;
+}
+
+}  // namespace
+
+/// The methods of org.freedesktop.Application. Each answers before it acts: what it starts may take long.
+struct BusApplication::Methods {
+  template <typename T>
+  static int answerThenAct(sd_bus_message* message, void* self, sd_bus_error* error,
+                           T (*read)(sd_bus_message*), void (BusApplication::*act)(const T&)) {
+    try {
+      const T argument = read(message);
+      sd_bus_reply_method_return(message, nullptr);
+      (static_cast<BusApplication*>(self)->*act)(argument);
+      return 1;
+    } catch (const BusError& failure) {
+      return sd_bus_error_set(error, SD_BUS_ERROR_INVALID_ARGS, failure.what());
+    }
+  }
+
+  static int activate(sd_bus_message* message, void* self, sd_bus_error* error) {
+    return answerThenAct(message, self, error, readKeys, &BusApplication::activated);
+  }
+
+  static int open(sd_bus_message* message, void* self, sd_bus_error* error) {
+    return answerThenAct(message, self, error, readStrings, &BusApplication::opened);
+  }
+
+  static int activateAction(sd_bus_message* /*message*/, void* /*self*/, sd_bus_error* error) {
+    return sd_bus_error_set(error, SD_BUS_ERROR_NOT_SUPPORTED, "this program has no actions");
+  }
+
+  static const sd_bus_vtable* table() {
+    static const std::array<sd_bus_vtable, 5> table = {
+        {SD_BUS_VTABLE_START(0),
+         SD_BUS_METHOD("Activate", "a{sv}", nullptr, activate, SD_BUS_VTABLE_UNPRIVILEGED),
+         SD_BUS_METHOD("Open", "asa{sv}", nullptr, open, SD_BUS_VTABLE_UNPRIVILEGED),
+         SD_BUS_METHOD("ActivateAction", "sava{sv}", nullptr, activateAction, SD_BUS_VTABLE_UNPRIVILEGED),
+         SD_BUS_VTABLE_END}};
+    return table.data();
+  }
+};
+
+BusApplication::BusApplication(Bus& bus, LinuxRunLoop& runLoop, Log& log, std::string id,
+                               std::vector<std::string> arguments)
+    : bus_(bus),
+      runLoop_(runLoop),
+      log_(log),
+      id_(std::move(id)),
+      path_("/" + id_),
+      arguments_(std::move(arguments)) {
+  std::ranges::replace(path_, '.', '/');
+}
+
+BusApplication::~BusApplication() = default;
+
+bool BusApplication::becomeOnlyInstance() {
+  // The object comes first: messages for the name may arrive as soon as it is owned.
+  sd_bus_slot* slot = nullptr;
+  checked(sd_bus_add_object_vtable(bus_.get(), &slot, path_.c_str(), kInterface, Methods::table(), this),
+          "offer the application on the session bus");
+  object_.reset(slot);
+  const int requested = sd_bus_request_name(bus_.get(), id_.c_str(), 0);
+  if (requested != -EEXIST) {
+    checked(requested, "take the application's name on the session bus");
+    return true;
+  }
+  object_.reset();
+  handOver();
+  return false;
+}
+
+void BusApplication::handOver() const {
+  const std::vector<std::string> toOpen = urls();
+  const BusMessage call = methodCall(bus_, id_, path_, toOpen.empty() ? "Activate" : "Open");
+  if (!toOpen.empty()) {
+    std::vector<char*> list;
+    for (const std::string& url : toOpen) list.push_back(const_cast<char*>(url.c_str()));
+    list.push_back(nullptr);
+    checked(sd_bus_message_append_strv(call.get(), list.data()), "hand over to the running instance");
+  }
+  const bool silent = std::ranges::find(arguments_, "-silent") != arguments_.end();
+  if (silent) {
+    checked(sd_bus_message_append(call.get(), "a{sv}", 0), "hand over to the running instance");
+  } else {
+    appendPlatformData(call.get());
+  }
+  sd_bus_error error = SD_BUS_ERROR_NULL;
+  const int result = sd_bus_call(bus_.get(), call.get(), 0, &error, nullptr);
+  const std::string reason = error.message == nullptr ? "" : error.message;
+  sd_bus_error_free(&error);
+  if (result < 0) throw BusError("the running instance does not answer: " + reason);
+}
+
+std::vector<std::string> BusApplication::urls() const {
+  std::vector<std::string> urls;
+  for (const std::string& argument : arguments_) {
+    if (argument.find("://") != std::string::npos) urls.push_back(argument);
+  }
+  return urls;
+}
+
+void BusApplication::run(ApplicationDelegate& delegate) {
+  delegate_ = &delegate;
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    signals_.push_back(LinuxRunLoop::watchSignal(signal, [this] { askToTerminate(); }));
+  }
+  bus_.setDisconnectedHandler([this] {
+    log_.line("the session bus has gone away");
+    askToTerminate();
+  });
+  delegate.applicationWillFinishLaunching();
+  delegate.applicationDidFinishLaunching();
+  opened(urls());
+  runLoop_.run();
+  bus_.setDisconnectedHandler(nullptr);
+  signals_.clear();
+  delegate_ = nullptr;
+}
+
+void BusApplication::terminate() {
+  if (runLoop_.isMainThread()) {
+    askToTerminate();
+  } else {
+    runLoop_.performOnMainThread([this] { askToTerminate(); });
+  }
+}
+
+void BusApplication::askToTerminate() {
+  if (delegate_ != nullptr && delegate_->applicationShouldTerminate() == TerminateReply::Now) runLoop_.stop();
+}
+
+void BusApplication::activated(const std::vector<std::string>& platformData) {
+  if (delegate_ == nullptr) return;
+  // A bare reopen has no parameters. One that a person asked for carries what the desktop knows of it.
+  ApplicationEvent event{.id = "rapp", .description = "aevt\\rapp{"};
+  if (!platformData.empty()) {
+    event.description += " prdt:";
+    for (const std::string& key : platformData) event.description += " " + key;
+  }
+  event.description += " }";
+  delegate_->applicationShouldHandleReopen(event, false);
+}
+
+void BusApplication::opened(const std::vector<std::string>& urls) {
+  if (!urlHandler_) return;
+  for (const std::string& url : urls) urlHandler_(url);
+}
+
+}  // namespace quorlin

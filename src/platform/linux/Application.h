@@ -1,0 +1,64 @@
+/// A single-instance program on the session bus, reached through org.freedesktop.Application as the Desktop
+/// Entry Specification's D-Bus activation describes it.
+#pragma once
+
+#include "platform/Application.h"
+#include "platform/Log.h"
+#include "platform/linux/Bus.h"
+#include "platform/linux/RunLoop.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace quorlin {
+
+/// Main thread only, but for terminate(). Activate is a reopen; Open brings URLs; SIGINT, SIGTERM, SIGHUP and
+/// the end of the bus ask for termination.
+class BusApplication final : public Application {
+ public:
+  /// The id is both the name on the bus and, with slashes, the object's path. What is referred to outlives
+  /// the application.
+  BusApplication(Bus& bus, LinuxRunLoop& runLoop, Log& log, std::string id,
+                 std::vector<std::string> arguments);
+  ~BusApplication() override;
+  BusApplication(const BusApplication&) = delete;
+  BusApplication& operator=(const BusApplication&) = delete;
+
+  /// Takes the id on the bus, or tells the instance that has it that the user started the program again.
+  /// True when this process is the one to run. Throws BusError, also when the other does not answer.
+  bool becomeOnlyInstance();
+
+  /// Launches and returns when the delegate has let it terminate.
+  void run(ApplicationDelegate& delegate);
+
+  const std::vector<std::string>& arguments() const override { return arguments_; }
+  std::string bundleIdentifier() const override { return id_; }
+  void terminate() override;
+  void setUrlHandler(UrlHandler handler) override { urlHandler_ = std::move(handler); }
+  /// A program without a window has no place in the task list, and one with a window gets it from there.
+  void transformToForeground() override {}
+  void activateIgnoringOtherApplications() override {}
+
+ private:
+  struct Methods;
+
+  void handOver() const;
+  std::vector<std::string> urls() const;
+  void askToTerminate();
+  void activated(const std::vector<std::string>& platformData);
+  void opened(const std::vector<std::string>& urls);
+
+  Bus& bus_;
+  LinuxRunLoop& runLoop_;
+  Log& log_;
+  std::string id_;
+  std::string path_;
+  std::vector<std::string> arguments_;
+  UrlHandler urlHandler_;
+  ApplicationDelegate* delegate_ = nullptr;
+  BusSlot object_;
+  std::vector<std::unique_ptr<Timer>> signals_;
+};
+
+}  // namespace quorlin

@@ -1,0 +1,46 @@
+#include "platform/linux/ApplicationNames.h"
+
+#include <memory>
+#include <string_view>
+
+#include <glib.h>
+
+namespace quorlin {
+namespace {
+
+constexpr std::string_view kFamily = "brellwick";
+
+bool isOfFamily(std::string_view name) {
+  return name.starts_with(kFamily) && name.substr(kFamily.size()).starts_with('.');
+}
+
+}  // namespace
+
+ApplicationNames::ApplicationNames(const Bus& bus) {
+  // The match comes first, so that no change falls between it and the list.
+  changes_ = bus.match(
+      "type='signal',sender='org.freedesktop.DBus',path='/org/freedesktop/DBus',"
+      "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg0namespace='" +
+          std::string(kFamily) + "'",
+      [this](sd_bus_message* message) { ownerChanged(message); });
+
+  char** acquired = nullptr;
+  checked(sd_bus_list_names(bus.get(), &acquired, nullptr), "list the names on the session bus");
+  const std::unique_ptr<char*, decltype(&g_strfreev)> list(acquired, g_strfreev);
+  for (char** name = list.get(); *name != nullptr; ++name) {
+    if (isOfFamily(*name)) names_.emplace(*name);
+  }
+}
+
+void ApplicationNames::ownerChanged(sd_bus_message* message) {
+  const char* name = nullptr;
+  const char* newOwner = nullptr;
+  checked(sd_bus_message_read(message, "sss", &name, nullptr, &newOwner), "read a change of owner");
+  if (*newOwner == '\0') {
+    names_.erase(std::string(name));
+  } else {
+    names_.emplace(name);
+  }
+}
+
+}  // namespace quorlin

@@ -1,0 +1,30 @@
+/// The application ids that programs own as names on the session bus.
+#pragma once
+
+#include "platform/linux/Bus.h"
+
+#include <set>
+#include <string>
+
+namespace quorlin {
+
+/// Kept up to date by the bus's own signals, so that asking costs nothing. Only the names of this family of
+/// programs are watched: each other name that came or went would wake the agent in vain. Main thread only.
+class ApplicationNames {
+ public:
+  /// Throws BusError. The bus outlives it.
+  explicit ApplicationNames(const Bus& bus);
+  ApplicationNames(const ApplicationNames&) = delete;
+  ApplicationNames& operator=(const ApplicationNames&) = delete;
+
+  /// Valid for as long as this object lives; changes while the run loop runs.
+  const std::set<std::string, std::less<>>& names() const { return names_; }
+
+ private:
+  void ownerChanged(sd_bus_message* message);
+
+  std::set<std::string, std::less<>> names_;
+  BusSlot changes_;
+};
+
+}  // namespace quorlin

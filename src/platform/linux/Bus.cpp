@@ -1,0 +1,117 @@
+#include "platform/linux/Bus.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <utility>
+
+#include <glib.h>
+
+namespace quorlin {
+
+int checked(int result, const char* attempt) {
+  if (result < 0) throw BusError(std::string(attempt) + ": " + std::strerror(-result));
+  return result;
+}
+
+/// GLib's view of the connection: its descriptor, the events and the time that it waits for.
+struct Bus::Source {
+  GSource base;
+  sd_bus* bus;
+  gpointer descriptorTag;
+  std::function<void()>* disconnected;
+
+  static Source* of(GSource* source) { return reinterpret_cast<Source*>(source); }
+
+  static gboolean prepare(GSource* base, gint* timeout) {
+    Source* self = of(base);
+    const int events = sd_bus_get_events(self->bus);
+    // A closed connection has no events; dispatch says so once.
+    if (events < 0) return TRUE;
+    g_source_modify_unix_fd(base, self->descriptorTag, static_cast<GIOCondition>(events));
+    std::uint64_t due = UINT64_MAX;
+    if (sd_bus_get_timeout(self->bus, &due) <= 0 || due == UINT64_MAX) {
+      *timeout = -1;
+      return FALSE;
+    }
+    const auto now = static_cast<std::uint64_t>(g_get_monotonic_time());
+    if (due <= now) return TRUE;
+    *timeout = static_cast<gint>(std::min<std::uint64_t>((due - now + 999) / 1000, INT_MAX));
+    return FALSE;
+  }
+
+  static gboolean check(GSource* base) {
+    Source* self = of(base);
+    std::uint64_t due = UINT64_MAX;
+    const bool timedOut =
+        sd_bus_get_timeout(self->bus, &due) > 0 && due <= static_cast<std::uint64_t>(g_get_monotonic_time());
+    return timedOut || g_source_query_unix_fd(base, self->descriptorTag) != 0 ? TRUE : FALSE;
+  }
+
+  static gboolean dispatch(GSource* base, GSourceFunc /*callback*/, gpointer /*data*/) {
+    Source* self = of(base);
+    int processed = 1;
+    while (processed > 0) processed = sd_bus_process(self->bus, nullptr);
+    if (processed == 0 && sd_bus_is_open(self->bus) > 0) return G_SOURCE_CONTINUE;
+    const std::function<void()> disconnected = std::exchange(*self->disconnected, nullptr);
+    if (disconnected) disconnected();
+    return G_SOURCE_REMOVE;
+  }
+
+  static void finalize(GSource* base) { delete of(base)->disconnected; }
+
+  static GSourceFuncs* functions() {
+    static GSourceFuncs functions = {prepare, check, dispatch, finalize, nullptr, nullptr};
+    return &functions;
+  }
+};
+
+Bus::Bus(sd_bus* bus) : bus_(bus), source_(Source::of(g_source_new(Source::functions(), sizeof(Source)))) {
+  source_->bus = bus;
+  source_->disconnected = new std::function<void()>();
+  source_->descriptorTag =
+      g_source_add_unix_fd(&source_->base, checked(sd_bus_get_fd(bus), "watch the bus"), G_IO_IN);
+  g_source_attach(&source_->base, nullptr);
+}
+
+Bus Bus::openSession() {
+  sd_bus* bus = nullptr;
+  checked(sd_bus_open_user(&bus), "connect to the session bus");
+  sd_bus_set_exit_on_disconnect(bus, 0);
+  return Bus(bus);
+}
+
+Bus::Bus(Bus&& other) noexcept
+    : bus_(std::move(other.bus_)), source_(std::exchange(other.source_, nullptr)) {}
+
+Bus::~Bus() {
+  if (source_ == nullptr) return;
+  g_source_destroy(&source_->base);
+  g_source_unref(&source_->base);
+}
+
+void Bus::setDisconnectedHandler(std::function<void()> handler) {
+  *source_->disconnected = std::move(handler);
+}
+
+BusSlot Bus::match(const std::string& rule, std::function<void(sd_bus_message*)> handler) const {
+  using Handler = std::function<void(sd_bus_message*)>;
+  const sd_bus_message_handler_t call = [](sd_bus_message* message, void* userdata, sd_bus_error*) {
+    try {
+      (*static_cast<Handler*>(userdata))(message);
+    } catch (const std::exception& error) {
+      std::fprintf(stderr, "a message was dropped: %s\n", error.what());
+    }
+    return 0;
+  };
+  sd_bus_slot* slot = nullptr;
+  auto owned = std::make_unique<Handler>(std::move(handler));
+  checked(sd_bus_add_match(bus_.get(), &slot, rule.c_str(), call, owned.get()), "add a match");
+  sd_bus_slot_set_destroy_callback(slot, [](void* userdata) { delete static_cast<Handler*>(userdata); });
+  owned.release();
+  return BusSlot(slot);
+}
+
+}  // namespace quorlin

@@ -1,0 +1,66 @@
+/// A connection to a message bus, driven by the run loop. The one place where sd-bus errors become ours.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include <systemd/sd-bus.h>
+
+struct _GSource;
+
+namespace quorlin {
+
+/// The bus refused or could not be reached.
+class BusError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// Returns the result of an sd-bus call, or throws a BusError that names what was tried.
+int checked(int result, const char* attempt);
+
+struct BusMessageUnref {
+  void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
+};
+using BusMessage = std::unique_ptr<sd_bus_message, BusMessageUnref>;
+
+struct BusSlotUnref {
+  void operator()(sd_bus_slot* slot) const { sd_bus_slot_unref(slot); }
+};
+using BusSlot = std::unique_ptr<sd_bus_slot, BusSlotUnref>;
+
+/// Main thread only. Slots made from it are released before it.
+class Bus {
+ public:
+  /// Connects to the user's session bus: $DBUS_SESSION_BUS_ADDRESS, else the one in $XDG_RUNTIME_DIR. Throws
+  /// BusError.
+  static Bus openSession();
+
+  ~Bus();
+  Bus(Bus&& other) noexcept;
+  Bus& operator=(Bus&&) = delete;
+
+  sd_bus* get() const { return bus_.get(); }
+
+  /// Called once, from the run loop, when the bus has gone away.
+  void setDisconnectedHandler(std::function<void()> handler);
+
+  /// Adds a match and calls the handler for each message that it lets through. Throws BusError. An exception
+  /// of the handler ends with a line on the error stream.
+  [[nodiscard]] BusSlot match(const std::string& rule, std::function<void(sd_bus_message*)> handler) const;
+
+ private:
+  struct Close {
+    void operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
+  };
+  struct Source;
+
+  explicit Bus(sd_bus* bus);
+
+  std::unique_ptr<sd_bus, Close> bus_;
+  Source* source_;
+};
+
+}  // namespace quorlin

@@ -1,0 +1,105 @@
+#include "platform/linux/ProcessManager.h"
+
+#include "platform/linux/ApplicationId.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace quorlin {
+namespace {
+
+constexpr int kLooks = 2;
+constexpr std::size_t kEntriesSize = std::size_t{64} * 1024;
+
+/// The process id that a folder's name is, or 0.
+std::int32_t processId(const char* name) {
+  std::int32_t id = 0;
+  const char* end = name + std::strlen(name);
+  const auto [parsed, error] = std::from_chars(name, end, id);
+  return error == std::errc() && parsed == end && id > 0 ? id : 0;
+}
+
+}  // namespace
+
+ProcfsProcessManager::ProcfsProcessManager(std::filesystem::path procfsRoot,
+                                           const std::set<std::string, std::less<>>& applicationNames)
+    : procfsRoot_(std::move(procfsRoot)), applicationNames_(applicationNames) {}
+
+void ProcfsProcessManager::enumerateProcesses(const Visitor& visit) {
+  listProcesses();
+  lookUp();
+
+  std::set<std::string_view> withProcess;
+  for (const Process& process : known_) {
+    if (process.application.empty()) {
+      visit(std::nullopt);
+    } else {
+      visit(process.application);
+      withProcess.insert(process.application);
+    }
+  }
+  for (const std::string& name : applicationNames_) {
+    if (!withProcess.contains(name)) visit(name);
+  }
+}
+
+void ProcfsProcessManager::listProcesses() {
+  listed_.clear();
+  if (!directory_) {
+    directory_ = FileDescriptor(open(procfsRoot_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    entries_.resize(kEntriesSize);
+  }
+  if (!directory_ || lseek(directory_.get(), 0, SEEK_SET) < 0) return;
+  // Not readdir: it would cost as much again as the listing itself.
+  while (true) {
+    const ssize_t size = getdents64(directory_.get(), entries_.data(), entries_.size());
+    if (size <= 0) break;
+    for (ssize_t offset = 0; offset < size;) {
+      const auto* entry = reinterpret_cast<const dirent64*>(entries_.data() + offset);
+      offset += entry->d_reclen;
+      if (const std::int32_t id = processId(entry->d_name); id != 0) {
+        listed_.push_back({.id = id, .inode = entry->d_ino, .looks = 0, .application = {}});
+      }
+    }
+  }
+  // The kernel lists them by rising id; what stands in for it may not.
+  if (!std::ranges::is_sorted(listed_, {}, &Process::id)) std::ranges::sort(listed_, {}, &Process::id);
+}
+
+void ProcfsProcessManager::lookUp() {
+  auto known = known_.begin();
+  const auto isGone = [&](Process& process) {
+    while (known != known_.end() && known->id < process.id) ++known;
+    if (known != known_.end() && known->id == process.id && known->inode == process.inode) {
+      process = std::move(*known);
+    }
+    return process.looks < kLooks && !readApplication(process);
+  };
+  std::erase_if(listed_, isGone);
+  std::swap(listed_, known_);
+}
+
+bool ProcfsProcessManager::readApplication(Process& process) const {
+  std::array<char, 32> path{};
+  char* end = std::to_chars(path.data(), path.data() + path.size(), process.id).ptr;
+  std::strcpy(end, "/cgroup");
+  const FileDescriptor file(openat(directory_.get(), path.data(), O_RDONLY | O_CLOEXEC));
+  // Not ended, but out of reach for now: it is listed, and looked at again.
+  if (!file && errno != ENOENT && errno != ESRCH) return true;
+  std::array<char, 4096> contents{};
+  const ssize_t size = file ? read(file.get(), contents.data(), contents.size()) : -1;
+  if (size < 0) return false;
+  ++process.looks;
+  process.application =
+      applicationIdOfControlGroups({contents.data(), static_cast<std::size_t>(size)}).value_or("");
+  return true;
+}
+
+}  // namespace quorlin

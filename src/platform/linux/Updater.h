@@ -1,0 +1,20 @@
+/// A package's own updates: whoever installed the program keeps it up to date.
+#pragma once
+
+#include "platform/Log.h"
+#include "platform/Updater.h"
+
+namespace quorlin {
+
+class LinuxUpdater final : public Updater {
+ public:
+  explicit LinuxUpdater(Log& log) : log_(log) {}
+
+  void checkForUpdatesInBackground() override { log_.line("no update feed is configured"); }
+  void checkForUpdates() override { log_.line("no update feed is configured"); }
+
+ private:
+  Log& log_;
+};
+
+}  // namespace quorlin

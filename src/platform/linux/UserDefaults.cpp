@@ -1,0 +1,185 @@
+#include "platform/linux/UserDefaults.h"
+
+#include <charconv>
+#include <limits>
+#include <memory>
+#include <system_error>
+#include <utility>
+
+#include <glib.h>
+
+namespace quorlin {
+namespace {
+
+constexpr const char* kGroup = "Settings";
+
+using KeyFile = std::unique_ptr<GKeyFile, decltype(&g_key_file_unref)>;
+using Text = std::unique_ptr<gchar, decltype(&g_free)>;
+
+/// Takes the message of a GLib error and frees it.
+std::string take(GError* error) {
+  std::string message = error == nullptr ? "unknown error" : error->message;
+  g_clear_error(&error);
+  return message;
+}
+
+/// The file's contents; an absent file is an empty one. The message where it cannot be read.
+struct Loaded {
+  KeyFile keyFile{g_key_file_new(), g_key_file_unref};
+  std::optional<std::string> error;
+};
+
+Loaded load(const std::filesystem::path& file) {
+  Loaded loaded;
+  GError* error = nullptr;
+  const auto flags = static_cast<GKeyFileFlags>(G_KEY_FILE_KEEP_COMMENTS | G_KEY_FILE_KEEP_TRANSLATIONS);
+  if (g_key_file_load_from_file(loaded.keyFile.get(), file.c_str(), flags, &error) != FALSE) return loaded;
+  if (g_error_matches(error, G_FILE_ERROR, G_FILE_ERROR_NOENT) != FALSE) {
+    g_clear_error(&error);
+  } else {
+    loaded.error = take(error);
+  }
+  return loaded;
+}
+
+/// A link's target, so that the link stays a link; the file itself where it is none or leads nowhere.
+std::filesystem::path behindLinks(const std::filesystem::path& file) {
+  std::error_code error;
+  std::filesystem::path target = std::filesystem::canonical(file, error);
+  return error ? file : target;
+}
+
+/// Renames a file to a name that is free, and returns that.
+std::filesystem::path setAside(const std::filesystem::path& file, std::error_code& error) {
+  std::filesystem::path aside = file.string() + ".unreadable";
+  for (int i = 2; std::filesystem::exists(aside, error); ++i) {
+    aside = file.string() + ".unreadable-" + std::to_string(i);
+  }
+  if (!error) std::filesystem::rename(file, aside, error);
+  return aside;
+}
+
+std::string isoText(Date date) {
+  const auto seconds = std::chrono::floor<std::chrono::seconds>(date);
+  const std::unique_ptr<GDateTime, decltype(&g_date_time_unref)> whole(
+      g_date_time_new_from_unix_utc(seconds.time_since_epoch().count()), g_date_time_unref);
+  if (!whole) return {};
+  const Text text(g_date_time_format(whole.get(), "%Y-%m-%dT%H:%M:%S"), g_free);
+  std::string fraction = std::to_string((date - seconds).count());
+  fraction.insert(0, 6 - fraction.size(), '0');
+  return std::string(text.get()) + "." + fraction + "Z";
+}
+
+}  // namespace
+
+std::filesystem::path settingsFile() {
+  return std::filesystem::path(g_get_user_config_dir()) / "quorlin-sensors" / "settings.conf";
+}
+
+KeyFileUserDefaults::KeyFileUserDefaults(std::filesystem::path file, Log& log)
+    : file_(std::move(file)), log_(log) {
+  const Loaded loaded = load(file_);
+  if (loaded.error) {
+    log_.line("the settings in " + file_.string() + " cannot be read: " + *loaded.error);
+    return;
+  }
+  gsize count = 0;
+  const std::unique_ptr<gchar*, decltype(&g_strfreev)> keys(
+      g_key_file_get_keys(loaded.keyFile.get(), kGroup, &count, nullptr), g_strfreev);
+  for (gsize i = 0; i < count; ++i) {
+    const char* key = keys.get()[i];
+    const Text value(g_key_file_get_value(loaded.keyFile.get(), kGroup, key, nullptr), g_free);
+    if (value) values_.emplace(key, value.get());
+  }
+}
+
+std::optional<std::string> KeyFileUserDefaults::text(std::string_view key) const {
+  const std::scoped_lock lock(mutex_);
+  const auto value = values_.find(key);
+  return value == values_.end() ? std::nullopt : std::optional(value->second);
+}
+
+std::int64_t KeyFileUserDefaults::integer(std::string_view key) const {
+  const std::string value = text(key).value_or("");
+  std::int64_t number = 0;
+  const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), number);
+  if (error == std::errc::result_out_of_range) {
+    return value.front() == '-' ? std::numeric_limits<std::int64_t>::min()
+                                : std::numeric_limits<std::int64_t>::max();
+  }
+  return number;
+}
+
+bool KeyFileUserDefaults::boolean(std::string_view key) const {
+  const std::string value = text(key).value_or("");
+  return value == "true" || value == "yes" || integer(key) != 0;
+}
+
+std::optional<Date> KeyFileUserDefaults::date(std::string_view key) const {
+  const std::optional<std::string> value = text(key);
+  if (!value) return std::nullopt;
+  const std::unique_ptr<GDateTime, decltype(&g_date_time_unref)> parsed(
+      g_date_time_new_from_iso8601(value->c_str(), nullptr), g_date_time_unref);
+  if (!parsed) return std::nullopt;
+  return Date(std::chrono::seconds(g_date_time_to_unix(parsed.get())) +
+              std::chrono::microseconds(g_date_time_get_microsecond(parsed.get())));
+}
+
+void KeyFileUserDefaults::setInteger(std::string_view key, std::int64_t value) {
+  change(key, std::to_string(value));
+}
+
+void KeyFileUserDefaults::setBoolean(std::string_view key, bool value) {
+  change(key, value ? "true" : "false");
+}
+
+void KeyFileUserDefaults::setDate(std::string_view key, Date value) { change(key, isoText(value)); }
+
+void KeyFileUserDefaults::remove(std::string_view key) { change(key, std::nullopt); }
+
+void KeyFileUserDefaults::change(std::string_view key, std::optional<std::string> value) {
+  const std::scoped_lock lock(mutex_);
+  if (value) {
+    values_.insert_or_assign(std::string(key), *value);
+  } else {
+    values_.erase(std::string(key));
+  }
+  unsaved_.insert_or_assign(std::string(key), std::move(value));
+  store();
+}
+
+void KeyFileUserDefaults::store() {
+  const std::filesystem::path target = behindLinks(file_);
+  Loaded loaded = load(target);
+  if (loaded.error) {
+    std::error_code error;
+    const std::filesystem::path aside = setAside(target, error);
+    if (error) {
+      log_.line("the settings are not saved: " + target.string() + " cannot be read (" + *loaded.error +
+                ") and not be set aside as " + aside.string() + " (" + error.message() + ")");
+      return;
+    }
+    log_.line("the unreadable settings are now in " + aside.string());
+    loaded = Loaded();
+  }
+  for (const auto& [key, value] : unsaved_) {
+    if (value) {
+      g_key_file_set_value(loaded.keyFile.get(), kGroup, key.c_str(), value->c_str());
+    } else {
+      g_key_file_remove_key(loaded.keyFile.get(), kGroup, key.c_str(), nullptr);
+    }
+  }
+  std::error_code error;
+  std::filesystem::create_directories(target.parent_path(), error);
+  gsize size = 0;
+  const Text contents(g_key_file_to_data(loaded.keyFile.get(), &size, nullptr), g_free);
+  GError* failure = nullptr;
+  // Writes a file beside it, then renames that one over it.
+  if (g_file_set_contents(target.c_str(), contents.get(), static_cast<gssize>(size), &failure) == FALSE) {
+    log_.line("the settings are not saved: " + take(failure));
+    return;
+  }
+  unsaved_.clear();
+}
+
+}  // namespace quorlin
