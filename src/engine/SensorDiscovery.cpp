@@ -1,0 +1,218 @@
+#include "engine/SensorDiscovery.h"
+
+#include "engine/TextFile.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <optional>
+#include <set>
+#include <tuple>
+#include <utility>
+
+namespace quorlin {
+namespace {
+
+/// Looks into one sysfs tree, and notices when the process runs out of descriptors.
+class Tree {
+ public:
+  explicit Tree(const std::string& root) : root_(root), devices_(realPath(root) + "/devices/") {}
+
+  std::vector<std::string> names(const std::string& directory) {
+    std::vector<std::string> found = namesIn(directory);
+    note();
+    return found;
+  }
+
+  std::string text(const std::string& path) {
+    errno = 0;
+    std::optional<std::string> found = readText(path);
+    note();
+    return found ? *std::move(found) : std::string();
+  }
+
+  /// A path below the tree's devices, or an empty one.
+  std::string belowDevices(const std::string& real) const {
+    return real.starts_with(devices_) ? real.substr(devices_.size()) : std::string();
+  }
+
+  const std::string& root() const { return root_; }
+  const std::string& devices() const { return devices_; }
+  bool ranOut() const { return ranOut_; }
+
+ private:
+  void note() { ranOut_ = ranOut_ || errno == EMFILE || errno == ENFILE; }
+
+  std::string root_;
+  std::string devices_;
+  bool ranOut_ = false;
+};
+
+std::string parentOf(const std::string& path) {
+  return path.substr(0, std::min(path.rfind('/'), path.size()));
+}
+
+std::string lastComponent(const std::string& path) { return path.substr(path.rfind('/') + 1); }
+
+/// The number in prefix<number>suffix.
+std::optional<unsigned> numberIn(std::string_view name, std::string_view prefix, std::string_view suffix) {
+  if (!name.starts_with(prefix) || !name.ends_with(suffix)) return std::nullopt;
+  if (name.size() <= prefix.size() + suffix.size()) return std::nullopt;
+  const char* end = name.data() + name.size() - suffix.size();
+  unsigned number = 0;
+  const auto [stop, error] = std::from_chars(name.data() + prefix.size(), end, number);
+  return error == std::errc() && stop == end ? std::optional(number) : std::nullopt;
+}
+
+std::vector<FoundChannel> findChannels(Tree& tree, const std::string& directory) {
+  std::vector<FoundChannel> channels;
+  const std::vector<std::string> names = tree.names(directory);
+  const auto has = [&names](const std::string& name) { return std::ranges::binary_search(names, name); };
+  for (const std::string& name : names) {
+    FoundChannel channel;
+    channel.number = numberIn(name, "temp", "_input");
+    if (!channel.number) {
+      channel.kind = SensorKind::Fan;
+      channel.number = numberIn(name, "fan", "_input");
+    }
+    if (!channel.number) continue;
+    channel.hasFault = has(channel.attribute("_fault"));
+    const std::string label = channel.attribute("_label");
+    if (has(label)) channel.label = displayText(tree.text(directory + label));
+    channels.push_back(std::move(channel));
+  }
+  std::ranges::sort(channels, {},
+                    [](const FoundChannel& channel) { return std::pair(channel.kind, channel.number); });
+  return channels;
+}
+
+/// The chip's device below the devices of sysfs, without the entry of the chip itself; empty when there is
+/// none.
+std::string devicePathOf(const Tree& tree, const std::string& entry) {
+  std::string path = tree.belowDevices(realPath(entry));
+  if (path.empty()) return tree.belowDevices(realPath(entry + "/device"));
+  path = parentOf(path);
+  return lastComponent(path) == "hwmon" ? parentOf(path) : path;
+}
+
+std::string idPrefixOf(const std::string& devicePath, const std::string& name) {
+  if (devicePath.empty() || devicePath == "virtual" || devicePath == "hwmon") return "virtual/" + name;
+  // The name of a zone's chip is the zone's type, while zones are numbered as they are found.
+  if (devicePath.starts_with("virtual/thermal/")) return "thermal/" + name;
+  return displayText(withoutEnumeration(devicePath));
+}
+
+/// The file of the nearest device that supports runtime power management, from a device upwards.
+std::string runtimeStatusOf(Tree& tree, std::string devicePath) {
+  while (!devicePath.empty()) {
+    std::string path = tree.devices() + devicePath + "/power/runtime_status";
+    const std::string status = tree.text(path);
+    if (!status.empty() && status != "unsupported") return path;
+    devicePath = devicePath.find('/') == std::string::npos ? std::string() : parentOf(devicePath);
+  }
+  return {};
+}
+
+std::string rotatingDiskOf(Tree& tree, const std::string& device) {
+  for (const std::string& disk : tree.names(device + "/block")) {
+    if (tree.text(device + "/block/" + disk + "/queue/rotational") == "1") return disk;
+  }
+  return {};
+}
+
+std::optional<FoundChip> findChip(Tree& tree, const std::string& entry) {
+  FoundChip chip;
+  const std::string device = entry + "/device";
+  // Drivers of the first hwmon interface keep their attributes with the device.
+  for (const std::string& directory : {entry + "/", device + "/"}) {
+    chip.directory = directory;
+    chip.channels = findChannels(tree, directory);
+    if (!chip.channels.empty()) break;
+  }
+  if (chip.channels.empty()) return std::nullopt;
+
+  chip.name = displayText(tree.text(entry + "/name"));
+  if (chip.name.empty()) chip.name = displayText(tree.text(device + "/name"));
+  const std::string devicePath = devicePathOf(tree, entry);
+  const std::string deviceName = displayText(devicePath.empty() ? "sensors" : lastComponent(devicePath));
+  chip.idPrefix = idPrefixOf(devicePath, chip.name.empty() ? deviceName : chip.name);
+  const bool isDrive = chip.name == "nvme" || chip.name == "drivetemp";
+  if (isDrive) chip.displayName = displayText(tree.text(device + "/model"));
+  if (chip.displayName.empty()) chip.displayName = chip.name.empty() ? deviceName : chip.name;
+  chip.runtimeStatus = runtimeStatusOf(tree, devicePath);
+  if (chip.name == "drivetemp") chip.rotatingDisk = rotatingDiskOf(tree, device);
+  return chip;
+}
+
+/// Entries of a class in the order of their devices, then of the names and, for twins, of their numbers.
+std::vector<FoundChip> findChips(Tree& tree) {
+  std::vector<std::tuple<std::string, std::string, unsigned, FoundChip>> found;
+  const std::string directory = tree.root() + "/class/hwmon/";
+  for (const std::string& name : tree.names(directory)) {
+    std::optional<FoundChip> chip = findChip(tree, directory + name);
+    if (!chip) continue;
+    found.emplace_back(chip->idPrefix + '\n' + chip->name, devicePathOf(tree, directory + name),
+                       numberIn(name, "hwmon", "").value_or(0), *std::move(chip));
+  }
+  std::ranges::sort(found, {}, [](const auto& entry) {
+    return std::tie(std::get<0>(entry), std::get<1>(entry), std::get<2>(entry));
+  });
+  std::vector<FoundChip> chips;
+  chips.reserve(found.size());
+  for (auto& entry : found) chips.push_back(std::move(std::get<FoundChip>(entry)));
+  return chips;
+}
+
+bool isCovered(Tree& tree, const std::string& zone, std::string type,
+               const std::set<std::string>& chipNames) {
+  // The zone's hwmon chip cannot have hyphens in its name.
+  std::ranges::replace(type, '-', '_');
+  if (chipNames.contains(type)) return true;
+  if (type == "x86_pkg_temp" && chipNames.contains("coretemp")) return true;
+  return std::ranges::any_of(tree.names(zone),
+                             [](const std::string& name) { return numberIn(name, "hwmon", "").has_value(); });
+}
+
+std::vector<FoundChip> findZones(Tree& tree, const std::vector<FoundChip>& chips) {
+  std::set<std::string> chipNames;
+  for (const FoundChip& chip : chips) chipNames.insert(chip.name);
+  std::vector<std::pair<unsigned, FoundChip>> zones;
+  const std::string directory = tree.root() + "/class/thermal/";
+  for (const std::string& name : tree.names(directory)) {
+    const std::optional<unsigned> number = numberIn(name, "thermal_zone", "");
+    if (!number) continue;
+    const std::string zone = directory + name + "/";
+    const std::string type = displayText(tree.text(zone + "type"));
+    // This one is there for its policies; its temperature is a constant.
+    if (type.empty() || type == "INT3400 Thermal" || isCovered(tree, zone, type, chipNames)) continue;
+    FoundChip chip;
+    chip.directory = zone;
+    chip.idPrefix = "thermal/" + type;
+    chip.name = chip.displayName = type;
+    chip.channels.emplace_back();
+    zones.emplace_back(*number, std::move(chip));
+  }
+  std::ranges::sort(zones, {}, [](const auto& entry) { return std::pair(entry.second.name, entry.first); });
+  std::vector<FoundChip> found;
+  found.reserve(zones.size());
+  for (auto& entry : zones) found.push_back(std::move(entry.second));
+  return found;
+}
+
+}  // namespace
+
+std::string FoundChannel::attribute(std::string_view suffix) const {
+  if (!number) return "temp";
+  return (kind == SensorKind::Fan ? "fan" : "temp") + std::to_string(*number) + std::string(suffix);
+}
+
+Discovery discoverSensors(const std::string& sysfsRoot) {
+  Tree tree(sysfsRoot);
+  Discovery discovery;
+  discovery.chips = findChips(tree);
+  std::ranges::move(findZones(tree, discovery.chips), std::back_inserter(discovery.chips));
+  discovery.complete = !tree.ranOut();
+  return discovery;
+}
+
+}  // namespace quorlin

@@ -1,0 +1,77 @@
+#include "engine/TextFile.h"
+
+#include "platform/Utf8.h"
+#include "platform/posix/FileDescriptor.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <memory>
+#include <system_error>
+
+#include <dirent.h>
+#include <fcntl.h>
+
+namespace quorlin {
+namespace {
+
+std::string_view trimmed(std::string_view text) {
+  constexpr std::string_view space(" \t\r\n\v\f\0", 7);
+  const std::size_t begin = text.find_first_not_of(space);
+  if (begin == std::string_view::npos) return {};
+  return text.substr(begin, text.find_last_not_of(space) + 1 - begin);
+}
+
+struct Close {
+  void operator()(DIR* directory) const { closedir(directory); }
+};
+
+}  // namespace
+
+std::optional<std::string> readText(const std::string& path) {
+  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  if (!file) return std::nullopt;
+  std::array<char, 4096> buffer;
+  const ssize_t count = read(file.get(), buffer.data(), buffer.size());
+  if (count < 0) return std::nullopt;
+  return std::string(trimmed({buffer.data(), static_cast<std::size_t>(count)}));
+}
+
+std::vector<std::string> namesIn(const std::string& directory) {
+  std::vector<std::string> names;
+  errno = 0;
+  const std::unique_ptr<DIR, Close> stream(opendir(directory.c_str()));
+  if (!stream) return names;
+  while (const dirent* entry = readdir(stream.get())) {
+    const std::string_view name(static_cast<const char*>(entry->d_name));
+    if (name != "." && name != "..") names.emplace_back(name);
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+std::string realPath(const std::string& path) {
+  struct Free {
+    void operator()(char* text) const { std::free(text); }
+  };
+  const std::unique_ptr<char, Free> resolved(realpath(path.c_str(), nullptr));
+  return resolved ? std::string(resolved.get()) : std::string();
+}
+
+std::string displayText(std::string_view raw) {
+  std::string text = withoutMalformedUtf8(raw);
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(text[i]);
+    const bool control = byte < 0x20 || byte == 0x7F;
+    // U+0080 to U+009F, two bytes each.
+    const bool secondControl =
+        byte == 0xC2 && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) < 0xA0;
+    if (control || secondControl) text.replace(i, secondControl ? 2 : 1, " ");
+  }
+  return std::string(trimmed(text));
+}
+
+std::string errorText(int error) { return std::generic_category().message(error); }
+
+}  // namespace quorlin

@@ -1,0 +1,27 @@
+/// Small text files and directories of sysfs, as discovery reads them.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace quorlin {
+
+/// The first page of a file without the white space and the zeros around it. Nothing when it cannot be read;
+/// errno says why.
+std::optional<std::string> readText(const std::string& path);
+
+/// The names in a directory but "." and "..", sorted; empty when it cannot be read, errno says why, and is 0
+/// otherwise.
+std::vector<std::string> namesIn(const std::string& directory);
+
+/// The absolute path without links, or an empty text.
+std::string realPath(const std::string& path);
+
+/// Text fit for people and for the bus: UTF-8 without control characters and without space around it.
+std::string displayText(std::string_view raw);
+
+std::string errorText(int error);
+
+}  // namespace quorlin

@@ -1,0 +1,21 @@
+/// Errors that only a driver returns, for chosen files of a simulated machine.
+#pragma once
+
+#include <map>
+#include <string>
+
+namespace quorlin {
+
+/// While it lives, pread() of a file counts, and fails where an error is set for the file. One at a time.
+class FailingReads {
+ public:
+  FailingReads();
+  FailingReads(const FailingReads&) = delete;
+  FailingReads& operator=(const FailingReads&) = delete;
+  ~FailingReads();
+
+  std::map<std::string, int> errors;
+  std::map<std::string, int> counts;
+};
+
+}  // namespace quorlin
