@@ -1,0 +1,48 @@
+/// What quorlinctl doctor looks at, one small function a check.
+#pragma once
+
+#include "platform/linux/SystemRoots.h"
+#include "quorlinctl/Agent.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace quorlin {
+
+/// Note is what a user may want to know and need not mend.
+enum class CheckState { Ok, Missing, Note };
+
+struct CheckResult {
+  CheckState state = CheckState::Ok;
+  std::string subject;
+  /// What was looked at and what was there.
+  std::string finding;
+  /// What to do about it; empty when there is nothing to do.
+  std::string advice;
+};
+
+CheckResult checkAgent(const std::optional<RunningAgent>& agent);
+
+/// The hwmon chips and thermal zones that the agent finds.
+CheckResult checkSensors(const SystemRoots& roots);
+
+/// A virtual machine shows no sensors of the hardware below it.
+CheckResult checkMachine(const SystemRoots& roots);
+
+/// Whether the processor's temperature driver is there.
+CheckResult checkProcessorDriver(const SystemRoots& roots);
+
+/// Whether SATA disks have their temperature driver.
+CheckResult checkDriveDriver(const SystemRoots& roots);
+
+/// Which disks are counted.
+CheckResult checkDiskCounters(const SystemRoots& roots);
+
+/// Whether this session puts each application into a control group that bears its id.
+CheckResult checkApplicationNames(const SystemRoots& roots);
+
+/// Whether a program that the agent runs is in one of the folders, which are separated by colons.
+CheckResult checkProgram(std::string_view program, std::string_view package, std::string_view folders);
+
+}  // namespace quorlin

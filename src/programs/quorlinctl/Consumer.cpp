@@ -1,0 +1,55 @@
+#include "quorlinctl/Consumer.h"
+
+#include "core/Notifications.h"
+
+#include <utility>
+
+namespace quorlin {
+
+RoleNotifications notificationsOf(Role role) {
+  using namespace notification;
+  if (role == Role::Widget) return {kSensorsActiveW, kSensorsDataW, kSensorsDataWMini};
+  return {kSensorsActiveM, kSensorsDataM, kSensorsDataMMini};
+}
+
+ApplicationName::ApplicationName(const Bus& bus, Role role)
+    : bus_(bus),
+      name_(role == Role::Widget ? kWidgetIdentifiers.front().data() : kMainAppIdentifiers.front().data()) {
+  checked(sd_bus_request_name(bus.get(), name_, SD_BUS_NAME_ALLOW_REPLACEMENT | SD_BUS_NAME_QUEUE),
+          "own an application's name on the session bus");
+}
+
+ApplicationName::~ApplicationName() { sd_bus_release_name(bus_.get(), name_); }
+
+Consumer::Consumer(NotificationCenter& center, Role role, Handler handler)
+    : center_(center), role_(role), names_(notificationsOf(role)), handler_(std::move(handler)) {
+  for (const std::string_view name :
+       {names_.heartbeat, names_.fullSample, names_.reducedSample, notification::kCoreData}) {
+    observe(name);
+  }
+  announce(notification::kMainAppActive);
+}
+
+Consumer::~Consumer() { announce(notification::kMainAppInactive); }
+
+void Consumer::observe(std::string_view name) {
+  observations_.push_back(
+      center_.addObserver(name, [this](const Notification& notification) { receive(notification); }));
+}
+
+void Consumer::receive(const Notification& notification) {
+  if (notification.name == names_.fullSample) heardSampleSinceHeartbeat_ = true;
+  if (notification.name == names_.heartbeat) {
+    // The agent was restarted, or another consumer has said that the main application is inactive.
+    if (heardHeartbeat_ && !heardSampleSinceHeartbeat_) announce(notification::kMainAppActive);
+    heardHeartbeat_ = true;
+    heardSampleSinceHeartbeat_ = false;
+  }
+  handler_(notification);
+}
+
+void Consumer::announce(std::string_view name) {
+  if (role_ == Role::MainApp) center_.post(name, std::nullopt, {}, Delivery::Default);
+}
+
+}  // namespace quorlin

@@ -1,0 +1,116 @@
+#include "quorlinctl/Doctor.h"
+
+#include "quorlinctl/Json.h"
+#include "quorlinctl/Output.h"
+#include "quorlinctl/Terminal.h"
+
+#include <algorithm>
+#include <limits>
+
+#include <unistd.h>
+
+namespace quorlin {
+namespace {
+
+constexpr std::string_view kProgramFolders = "/usr/bin:/bin";
+
+std::string_view nameOf(CheckState state) {
+  switch (state) {
+    case CheckState::Ok:
+      return "ok";
+    case CheckState::Missing:
+      return "missing";
+    case CheckState::Note:
+      break;
+  }
+  return "note";
+}
+
+Tone toneOf(CheckState state) {
+  switch (state) {
+    case CheckState::Ok:
+      return Tone::Calm;
+    case CheckState::Missing:
+      return Tone::Hot;
+    case CheckState::Note:
+      break;
+  }
+  return Tone::Faint;
+}
+
+/// The session bus, and what can be asked of it.
+std::vector<CheckResult> checkSession() {
+  std::vector<CheckResult> checks;
+  try {
+    const Bus bus = Bus::openSession();
+    checks.push_back({CheckState::Ok, "session bus", "reachable", ""});
+    checks.push_back(checkAgent(findAgent(bus)));
+  } catch (const BusError& error) {
+    checks.push_back({CheckState::Missing, "session bus", error.what(),
+                      "run this inside a user session, or set DBUS_SESSION_BUS_ADDRESS"});
+  }
+  return checks;
+}
+
+std::vector<CheckResult> runChecks() {
+  const SystemRoots roots = systemRootsFromEnvironment();
+  std::vector<CheckResult> checks = checkSession();
+  for (const auto check : {checkMachine, checkSensors, checkProcessorDriver, checkDriveDriver,
+                           checkDiskCounters, checkApplicationNames}) {
+    checks.push_back(check(roots));
+  }
+  checks.push_back(checkProgram("ps", "procps", kProgramFolders));
+  return checks;
+}
+
+}  // namespace
+
+std::string lineOf(const CheckResult& check, Appearance appearance) {
+  constexpr int subjectStart = 9;
+  constexpr int findingStart = 32;
+  StyledLine line(std::numeric_limits<int>::max(), appearance);
+  line.text(nameOf(check.state), toneOf(check.state)).padTo(subjectStart);
+  line.text(check.subject, Tone::Heading).padTo(findingStart).text(check.finding);
+  if (!check.advice.empty()) line.text(" — ").text(check.advice);
+  return line.bytes();
+}
+
+std::string jsonLineOf(const std::vector<CheckResult>& checks) {
+  nlohmann::ordered_json json;
+  json["complete"] = isComplete(checks);
+  json["checks"] = nlohmann::ordered_json::array();
+  for (const CheckResult& check : checks) {
+    nlohmann::ordered_json entry;
+    entry["state"] = nameOf(check.state);
+    entry["subject"] = check.subject;
+    entry["finding"] = check.finding;
+    entry["advice"] = check.advice.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(check.advice);
+    json["checks"].push_back(std::move(entry));
+  }
+  return textOf(json);
+}
+
+bool isComplete(const std::vector<CheckResult>& checks) {
+  return std::ranges::none_of(checks,
+                              [](const CheckResult& check) { return check.state == CheckState::Missing; });
+}
+
+int examine(const DoctorOptions& options) {
+  const std::vector<CheckResult> checks = runChecks();
+  std::string text;
+  if (options.json) {
+    text = jsonLineOf(checks) + "\n";
+  } else {
+    const bool terminal = ::isatty(STDOUT_FILENO) == 1;
+    const Appearance appearance{.charset = charsetOfLocale(),
+                                .colour = terminal && terminalHasScreen() && userWantsColour()};
+    for (const CheckResult& check : checks) text += lineOf(check, appearance) + "\n";
+  }
+  if (const std::error_code error = writeAll(STDOUT_FILENO, text)) {
+    complain("standard output: " + error.message());
+    return kExitFailed;
+  }
+  return isComplete(checks) ? kExitOk : kExitFailed;
+}
+
+}  // namespace quorlin

@@ -1,0 +1,29 @@
+#include "quorlinctl/Output.h"
+
+#include "quorlinctl/Json.h"
+
+#include <cerrno>
+
+#include <unistd.h>
+
+namespace quorlin {
+
+std::error_code writeAll(int descriptor, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
+    if (written < 0 && errno != EINTR) return {errno, std::generic_category()};
+    if (written > 0) bytes.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return {};
+}
+
+void complain(std::string_view message) {
+  // Nobody is left to hear that the error stream is closed.
+  writeAll(STDERR_FILENO, "quorlinctl: " + std::string(message) + "\n");
+}
+
+std::error_code JsonOutput::show(const Notification& notification) {
+  return writeAll(STDOUT_FILENO, jsonLineOf(notification) + "\n");
+}
+
+}  // namespace quorlin

@@ -1,0 +1,30 @@
+/// Where the samples go: standard output as JSON lines, as plain reports, or as a live screen.
+#pragma once
+
+#include "platform/NotificationCenter.h"
+
+#include <string_view>
+#include <system_error>
+
+namespace quorlin {
+
+/// Writes all of the bytes to a descriptor, however long that takes.
+std::error_code writeAll(int descriptor, std::string_view bytes);
+
+/// Says on the error stream, in a line that begins with the program's name, why something failed.
+void complain(std::string_view message);
+
+/// Main thread only. An error ends the program; a closed pipe does it without a word.
+class Output {
+ public:
+  virtual ~Output() = default;
+
+  virtual std::error_code show(const Notification& notification) = 0;
+};
+
+class JsonOutput final : public Output {
+ public:
+  std::error_code show(const Notification& notification) override;
+};
+
+}  // namespace quorlin

@@ -1,0 +1,138 @@
+#include "quorlinctl/ReadingColumns.h"
+
+#include "quorlinctl/Figures.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+
+namespace quorlin {
+namespace {
+
+constexpr int kGap = 4;
+constexpr int kIndent = 2;
+constexpr int kValueColumns = 9;
+constexpr int kLongestBar = 16;
+constexpr double kBarLow = 20;
+constexpr double kBarHigh = 100;
+constexpr double kWarm = 75;
+constexpr double kHot = 90;
+
+Tone toneOf(double degrees) {
+  if (degrees >= kHot) return Tone::Hot;
+  return degrees >= kWarm ? Tone::Warm : Tone::Plain;
+}
+
+StyledLine titleLine(const std::string& title, int columns, Appearance appearance) {
+  StyledLine line(columns, appearance);
+  line.text(title, Tone::Heading);
+  return line;
+}
+
+/// Label, bar, value; the value keeps its place at the end.
+StyledLine readingLine(const Reading& reading, Quantity quantity, int columns, Appearance appearance) {
+  const bool temperature = quantity == Quantity::Temperature;
+  const int bar = temperature ? std::min(columns / 4, kLongestBar) : 0;
+  const int barStart = columns - kValueColumns - 1 - bar;
+  const Tone tone = temperature ? toneOf(reading.value) : Tone::Plain;
+  StyledLine label(barStart - kIndent - 1, appearance);
+  label.text(reading.label.empty() ? reading.id : reading.label);
+  StyledLine line(columns, appearance);
+  line.padTo(kIndent).line(label).padTo(barStart);
+  if (bar > 0 && std::isfinite(reading.value)) {
+    const int filled = barLength(reading.value, kBarLow, kBarHigh, bar);
+    line.text(repeated("━", filled), tone == Tone::Plain ? Tone::Calm : tone);
+    line.text(repeated("─", bar - filled), Tone::Faint);
+  }
+  const std::string value = temperature ? celsiusText(reading.value) : fanText(reading.value);
+  line.textEndingAt(columns, value, std::isfinite(reading.value) ? tone : Tone::Faint);
+  return line;
+}
+
+/// What a row of a column shows: a title, a reading, or a blank before the next title.
+struct Row {
+  const ReadingBlock* block = nullptr;
+  const Reading* reading = nullptr;
+};
+
+struct Packing {
+  std::vector<std::vector<Row>> columns;
+  int hiddenReadings = 0;
+};
+
+/// Puts the blocks into columns of so many rows, whole where they fit whole.
+Packing pack(const std::vector<ReadingBlock>& blocks, int rows, int sideBySide) {
+  Packing packing{.columns = std::vector<std::vector<Row>>(1), .hiddenReadings = 0};
+  const auto room = [&] { return rows - static_cast<int>(packing.columns.back().size()); };
+  const auto nextColumn = [&] {
+    if (static_cast<int>(packing.columns.size()) == sideBySide) return false;
+    packing.columns.emplace_back();
+    return true;
+  };
+  for (const ReadingBlock& block : blocks) {
+    const auto& readings = block.group.readings;
+    const int whole = static_cast<int>(readings.size()) + 1;
+    const int blank = packing.columns.back().empty() ? 0 : 1;
+    // A title and one reading are the least that is worth beginning.
+    if (blank == 1 && (room() < blank + whole) && (whole <= rows || room() < blank + 2)) {
+      if (!nextColumn() && room() < blank + 2) {
+        packing.hiddenReadings += static_cast<int>(readings.size());
+        continue;
+      }
+    }
+    if (!packing.columns.back().empty()) packing.columns.back().push_back({});
+    packing.columns.back().push_back({&block, nullptr});
+    for (std::size_t i = 0; i < readings.size(); ++i) {
+      if (room() == 0) {
+        if (rows < 2 || !nextColumn()) {
+          packing.hiddenReadings += static_cast<int>(readings.size() - i);
+          break;
+        }
+        packing.columns.back().push_back({&block, nullptr});
+      }
+      packing.columns.back().push_back({&block, &readings[i]});
+    }
+  }
+  return packing;
+}
+
+/// The lowest columns that hide nothing, or those of all rows.
+Packing packEvenly(const std::vector<ReadingBlock>& blocks, int rows, int sideBySide) {
+  const int all = std::accumulate(blocks.begin(), blocks.end(), 0, [](int sum, const ReadingBlock& block) {
+    return sum + static_cast<int>(block.group.readings.size()) + 2;
+  });
+  const int highest = std::min(rows, all);
+  for (int tried = std::max(all / sideBySide - 1, 2); tried < highest; ++tried) {
+    Packing packing = pack(blocks, tried, sideBySide);
+    if (packing.hiddenReadings == 0) return packing;
+  }
+  return pack(blocks, highest, sideBySide);
+}
+
+}  // namespace
+
+LaidOutReadings layOutReadings(const std::vector<ReadingBlock>& blocks, int columns, int rows, int sideBySide,
+                               Appearance appearance) {
+  const Packing packing = packEvenly(blocks, rows, sideBySide);
+  const int columnWidth = (columns - kGap * (sideBySide - 1)) / sideBySide;
+  LaidOutReadings result{.lines = {}, .hiddenReadings = packing.hiddenReadings};
+  std::size_t height = 0;
+  for (const auto& column : packing.columns) height = std::max(height, column.size());
+  for (std::size_t i = 0; i < height; ++i) {
+    StyledLine line(columns, appearance);
+    int start = 0;
+    for (const auto& column : packing.columns) {
+      const Row row = i < column.size() ? column[i] : Row();
+      if (row.block != nullptr) {
+        line.padTo(start).line(row.reading == nullptr
+                                   ? titleLine(row.block->group.title, columnWidth, appearance)
+                                   : readingLine(*row.reading, row.block->quantity, columnWidth, appearance));
+      }
+      start += columnWidth + kGap;
+    }
+    result.lines.push_back(std::move(line));
+  }
+  return result;
+}
+
+}  // namespace quorlin

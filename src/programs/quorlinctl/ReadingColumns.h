@@ -1,0 +1,26 @@
+/// Groups of readings laid out side by side.
+#pragma once
+
+#include "quorlinctl/Sample.h"
+#include "quorlinctl/StyledLine.h"
+
+namespace quorlin {
+
+enum class Quantity { Temperature, Fan };
+
+struct ReadingBlock {
+  Quantity quantity = Quantity::Temperature;
+  ReadingGroup group;
+};
+
+struct LaidOutReadings {
+  std::vector<StyledLine> lines;
+  int hiddenReadings = 0;
+};
+
+/// Fills as many columns as there is room for, evenly, and hides what does not fit the rows. A block that has
+/// to continue in the next column repeats its title there.
+LaidOutReadings layOutReadings(const std::vector<ReadingBlock>& blocks, int columns, int rows, int sideBySide,
+                               Appearance appearance);
+
+}  // namespace quorlin

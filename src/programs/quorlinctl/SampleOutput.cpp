@@ -1,0 +1,85 @@
+#include "quorlinctl/SampleOutput.h"
+
+#include "core/Notifications.h"
+#include "platform/linux/System.h"
+
+#include <array>
+#include <csignal>
+#include <ctime>
+
+#include <unistd.h>
+
+namespace quorlin {
+namespace {
+
+std::string timeOfDay() {
+  const std::time_t now = std::time(nullptr);
+  std::tm local{};
+  std::array<char, 16> text{};
+  if (::localtime_r(&now, &local) == nullptr) return {};
+  return {text.data(), std::strftime(text.data(), text.size(), "%H:%M:%S", &local)};
+}
+
+}  // namespace
+
+ViewState::ViewState(Role role) : fullSample_(notificationsOf(role).fullSample) {
+  view_.machine = LinuxSystem().localizedHostName().value_or("");
+}
+
+bool ViewState::take(const Notification& notification) {
+  if (notification.name == notification::kCoreData) {
+    view_.powerMetrics = powerMetricsOf(notification.userInfo);
+    return false;
+  }
+  if (notification.name != fullSample_) return false;
+  view_.sample = sampleOf(notification.userInfo);
+  view_.time = timeOfDay();
+  return true;
+}
+
+std::error_code ReportOutput::show(const Notification& notification) {
+  if (!state_.take(notification)) return {};
+  const bool terminal = ::isatty(STDOUT_FILENO) == 1;
+  const Appearance appearance{.charset = charsetOfLocale(),
+                              .colour = terminal && terminalHasScreen() && userWantsColour()};
+  const int columns = terminalSize(STDOUT_FILENO).value_or(ViewSize()).columns;
+  std::string text = first_ ? "" : "\n";
+  first_ = false;
+  for (const std::string& line : renderView(state_.view(), {.columns = columns}, appearance)) {
+    text += line + "\n";
+  }
+  return writeAll(STDOUT_FILENO, text);
+}
+
+LiveOutput::LiveOutput(Role role, LinuxRunLoop& loop, std::function<void()> quit)
+    : state_(role),
+      screen_(loop,
+              [quit = std::move(quit)](char key) {
+                if (key == 'q' || key == 'Q') quit();
+              }),
+      resized_(LinuxRunLoop::watchSignal(SIGWINCH, [this] { draw(); })) {
+  draw();
+}
+
+std::error_code LiveOutput::show(const Notification& notification) {
+  return state_.take(notification) ? draw() : std::error_code();
+}
+
+std::error_code LiveOutput::draw() const {
+  constexpr std::string_view home = "\x1b[H";
+  constexpr std::string_view eraseToEndOfLine = "\x1b[K";
+  constexpr std::string_view eraseBelow = "\x1b[J";
+  const ViewSize size = terminalSize(STDOUT_FILENO).value_or(ViewSize{.columns = 80, .rows = 24});
+  const Appearance appearance{.charset = charsetOfLocale(), .colour = userWantsColour()};
+  const std::vector<std::string> lines = renderView(state_.view(), size, appearance);
+  // One write of everything, each line erased just before its text, so that nothing flickers. Behind a text
+  // the cursor may stand on its last character.
+  std::string frame(home);
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    if (i > 0) frame += "\r\n";
+    frame.append(i + 1 == lines.size() ? eraseBelow : eraseToEndOfLine).append(lines[i]);
+  }
+  return writeAll(STDOUT_FILENO, frame);
+}
+
+}  // namespace quorlin

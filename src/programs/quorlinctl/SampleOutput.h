@@ -1,0 +1,53 @@
+/// Samples for people: plain reports, or a live screen.
+#pragma once
+
+#include "platform/linux/RunLoop.h"
+#include "quorlinctl/Consumer.h"
+#include "quorlinctl/Output.h"
+#include "quorlinctl/SampleView.h"
+#include "quorlinctl/Terminal.h"
+
+namespace quorlin {
+
+/// Keeps what the notifications have brought, ready to be shown.
+class ViewState {
+ public:
+  explicit ViewState(Role role);
+
+  const SampleView& view() const { return view_; }
+  /// Whether there is a new sample to be shown.
+  bool take(const Notification& notification);
+
+ private:
+  std::string_view fullSample_;
+  SampleView view_;
+};
+
+/// One report a sample, a blank line between two.
+class ReportOutput final : public Output {
+ public:
+  explicit ReportOutput(Role role) : state_(role) {}
+
+  std::error_code show(const Notification& notification) override;
+
+ private:
+  ViewState state_;
+  bool first_ = true;
+};
+
+/// Draws in place. Calls quit for the key q.
+class LiveOutput final : public Output {
+ public:
+  LiveOutput(Role role, LinuxRunLoop& loop, std::function<void()> quit);
+
+  std::error_code show(const Notification& notification) override;
+
+ private:
+  std::error_code draw() const;
+
+  ViewState state_;
+  Screen screen_;
+  std::unique_ptr<Timer> resized_;
+};
+
+}  // namespace quorlin

@@ -1,0 +1,31 @@
+/// A sample as lines of text: for the live screen, which it fits, and for reports, which it fills.
+#pragma once
+
+#include "quorlinctl/Sample.h"
+#include "quorlinctl/StyledLine.h"
+
+#include <limits>
+
+namespace quorlin {
+
+struct SampleView {
+  std::string machine;
+  /// When the sample came, as text.
+  std::string time;
+  /// Nothing while the agent is waited for.
+  std::optional<Sample> sample;
+  std::optional<std::string> powerMetrics;
+};
+
+struct ViewSize {
+  static constexpr int kUnlimited = std::numeric_limits<int>::max();
+
+  int columns = 80;
+  int rows = kUnlimited;
+};
+
+/// At most rows lines of at most columns columns. What does not fit the rows is counted in a line of its own.
+/// Without a limit everything is shown, in one column.
+std::vector<std::string> renderView(const SampleView& view, ViewSize size, Appearance appearance);
+
+}  // namespace quorlin

@@ -1,0 +1,60 @@
+/// The checks of the user's session and its programs.
+#include "core/Notifications.h"
+#include "engine/TextFile.h"
+#include "quorlinctl/Checks.h"
+
+#include <algorithm>
+
+#include <unistd.h>
+
+namespace quorlin {
+namespace {
+
+/// cgroups(7): the unified hierarchy's line begins with "0::".
+std::string unifiedControlGroup(const std::string& groups) {
+  const std::string text = "\n" + groups;
+  const std::size_t start = text.find("\n0::");
+  if (start == std::string::npos) return {};
+  return text.substr(start + 4, text.find('\n', start + 4) - start - 4);
+}
+
+}  // namespace
+
+CheckResult checkAgent(const std::optional<RunningAgent>& agent) {
+  const std::string name(kAgentIdentifier);
+  if (!agent) {
+    return {CheckState::Missing, "agent", "nobody owns " + name + " on the session bus",
+            "start it: quorlin-sensors"};
+  }
+  return {CheckState::Ok, "agent", name + " is process " + std::to_string(agent->process), ""};
+}
+
+CheckResult checkApplicationNames(const SystemRoots& roots) {
+  const std::string subject = "application names";
+  const std::string group =
+      unifiedControlGroup(readText((roots.procfs / "self/cgroup").string()).value_or(""));
+  // systemd.io/DESKTOP_ENVIRONMENTS: applications run below app.slice of the user's own service manager.
+  if (group.find("/user@") != std::string::npos && group.find("/app.slice/") != std::string::npos) {
+    return {CheckState::Ok, subject, "this session keeps applications in app.slice of systemd's user session",
+            ""};
+  }
+  return {CheckState::Note, subject,
+          "this program does not run in app.slice of systemd's user session (" +
+              (group.empty() ? "no control group" : group) +
+              "): where applications do not either, only those that own a name on the session bus are seen",
+          ""};
+}
+
+CheckResult checkProgram(std::string_view program, std::string_view package, std::string_view folders) {
+  const std::string subject = "program " + std::string(program);
+  for (std::string_view rest = folders; !rest.empty();) {
+    const std::string_view folder = rest.substr(0, rest.find(':'));
+    rest.remove_prefix(std::min(folder.size() + 1, rest.size()));
+    const std::string path = std::string(folder) + "/" + std::string(program);
+    if (::access(path.c_str(), X_OK) == 0) return {CheckState::Ok, subject, path, ""};
+  }
+  return {CheckState::Missing, subject, "not in " + std::string(folders),
+          "sudo apt install " + std::string(package)};
+}
+
+}  // namespace quorlin

@@ -1,0 +1,145 @@
+#include "quorlinctl/Checks.h"
+#include "quorlinctl/Doctor.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <map>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace quorlin {
+namespace {
+
+using testing::HasSubstr;
+namespace fs = std::filesystem;
+using Files = std::map<std::string, std::string>;
+
+/// A machine of a few files, gone with its owner.
+class Machine {
+ public:
+  explicit Machine(const Files& files) {
+    std::string pattern = (fs::temp_directory_path() / "quorlinctl-XXXXXX").string();
+    root_ = ::mkdtemp(pattern.data());
+    for (const auto& [name, text] : files) {
+      fs::create_directories((root_ / name).parent_path());
+      std::ofstream(root_ / name) << text;
+    }
+  }
+  ~Machine() { fs::remove_all(root_); }
+  Machine(const Machine&) = delete;
+  Machine& operator=(const Machine&) = delete;
+
+  SystemRoots roots() const { return {.sysfs = root_ / "sys", .procfs = root_ / "proc"}; }
+
+ private:
+  fs::path root_;
+};
+
+const std::string kDriver = "sys/class/hwmon/hwmon0/";
+const Files kIntel = {
+    {"proc/cpuinfo", "processor\t: 0\nvendor_id\t: GenuineIntel\nflags\t\t: fpu hypervisors\n"}};
+const Files kGuest = {{"proc/cpuinfo", "vendor_id\t: AuthenticAMD\nflags\t\t: fpu hypervisor sse\n"}};
+
+Files with(Files files, const Files& others) {
+  files.insert(others.begin(), others.end());
+  return files;
+}
+
+TEST(Checks, TellMissingFromPresentAndFromNothingToMend) {
+  const Files chip = {{kDriver + "name", "coretemp\n"}, {kDriver + "temp1_input", "40000\n"}};
+  const Files fans = {
+      {kDriver + "name", "nct6775\n"}, {kDriver + "fan1_input", "0\n"}, {kDriver + "fan2_input", "1\n"}};
+  const Files driveChip = {{kDriver + "name", "drivetemp\n"}, {kDriver + "temp1_input", "30000\n"}};
+  const Files sata = {{"sys/block/sda/device/vendor", "ATA     \n"},
+                      {"sys/block/sdb/device/vendor", "Generic\n"}};
+  const Files counters = {{"proc/diskstats",
+                           "   8       0 sda 1 0 2 0 1 0 2 0 0 0 0 0 0 0 0 0 0\n"
+                           "   7       0 loop0 1 0 2 0 1 0 2 0 0 0 0 0 0 0 0 0 0\n"},
+                          {"sys/block/loop0/size", "8\n"}};
+  const std::string slice = "/user.slice/user-1000.slice/user@1000.service/app.slice/";
+  const struct {
+    CheckResult (*check)(const SystemRoots&);
+    Files files;
+    CheckState state;
+    std::string_view finding;
+    std::string_view advice;
+  } cases[] = {
+      {checkSensors, chip, CheckState::Ok, "1 chip with 1 temperature and 0 fans", ""},
+      {checkSensors, fans, CheckState::Ok, "1 chip with 0 temperatures and 2 fans", ""},
+      {checkSensors, kIntel, CheckState::Missing, "class/hwmon", "sensors-detect"},
+      {checkSensors, kGuest, CheckState::Missing, "class/hwmon", "virtual"},
+      {checkMachine, kIntel, CheckState::Ok, "no sign", ""},
+      {checkMachine, kGuest, CheckState::Note, "flag hypervisor", ""},
+      {checkMachine, {{"sys/class/dmi/id/sys_vendor", "QEMU\n"}}, CheckState::Note, "sys_vendor is QEMU", ""},
+      {checkProcessorDriver, kIntel, CheckState::Missing, "GenuineIntel", "modprobe coretemp"},
+      {checkProcessorDriver, with(kIntel, chip), CheckState::Ok, "coretemp", ""},
+      {checkProcessorDriver, with(kIntel, driveChip), CheckState::Missing, "GenuineIntel",
+       "modprobe coretemp"},
+      {checkProcessorDriver, kGuest, CheckState::Note, "k10temp", ""},
+      {checkProcessorDriver, {}, CheckState::Note, "no driver is known", ""},
+      {checkDriveDriver, sata, CheckState::Missing, "(sda)", "modprobe drivetemp"},
+      {checkDriveDriver, with(sata, kGuest), CheckState::Note, "(sda)", ""},
+      {checkDriveDriver, with(sata, driveChip), CheckState::Ok, "drivetemp", ""},
+      {checkDriveDriver, {}, CheckState::Ok, "no SATA disk", ""},
+      {checkDiskCounters, with(counters, sata), CheckState::Ok, "counted: sda", ""},
+      {checkDiskCounters, counters, CheckState::Note, "no disk with a device", ""},
+      {checkDiskCounters, {}, CheckState::Missing, "cannot be read", "permissions"},
+      {checkApplicationNames,
+       {{"proc/self/cgroup", "1:cpu:/\n0::" + slice + "app-x.scope\n"}},
+       CheckState::Ok,
+       "app.slice",
+       ""},
+      {checkApplicationNames,
+       {{"proc/self/cgroup", "1:cpu:" + slice + "app-x.scope\n0::/system.slice\n"}},
+       CheckState::Note,
+       "(/system.slice)",
+       ""},
+      {checkApplicationNames, {}, CheckState::Note, "no control group", ""},
+  };
+  for (const auto& [check, files, state, finding, advice] : cases) {
+    const Machine machine(files);
+    const CheckResult result = check(machine.roots());
+    SCOPED_TRACE(result.subject + ": " + result.finding);
+    EXPECT_EQ(result.state, state);
+    EXPECT_THAT(result.finding, HasSubstr(finding));
+    if (advice.empty()) {
+      EXPECT_EQ(result.advice, "");
+    } else {
+      EXPECT_THAT(result.advice, HasSubstr(advice));
+    }
+  }
+}
+
+TEST(Checks, FindAProgramInTheFoldersGiven) {
+  EXPECT_EQ(checkProgram("sh", "dash", "/nowhere:/bin").finding, "/bin/sh");
+  EXPECT_EQ(checkProgram("sh", "dash", "/nowhere").state, CheckState::Missing);
+  EXPECT_THAT(checkProgram("sh", "dash", "").advice, HasSubstr("dash"));
+}
+
+TEST(Doctor, IsCompleteUnlessSomethingIsMissing) {
+  const CheckResult ok{CheckState::Ok, "agent", "here", ""};
+  const CheckResult note{CheckState::Note, "machine", "virtual\x1b[2J", ""};
+  const CheckResult missing = checkAgent(std::nullopt);
+  EXPECT_TRUE(isComplete({ok, note}));
+  EXPECT_FALSE(isComplete({ok, missing}));
+  EXPECT_EQ(
+      jsonLineOf({ok}),
+      R"({"complete":true,"checks":[{"state":"ok","subject":"agent","finding":"here","advice":null}]})");
+  const Appearance ascii{.charset = Charset::Ascii, .colour = false};
+  EXPECT_EQ(lineOf(note, ascii), "note     machine                virtual?[2J");
+  EXPECT_THAT(lineOf(missing, ascii), HasSubstr(" - start it: quorlin-sensors"));
+}
+
+TEST(SystemRoots, AreTheUsualOnesUnlessTheEnvironmentNamesOthers) {
+  ::unsetenv("QUORLIN_SYSFS_ROOT");
+  ::setenv("QUORLIN_PROCFS_ROOT", "", 1);
+  EXPECT_EQ(systemRootsFromEnvironment().sysfs, "/sys");
+  EXPECT_EQ(systemRootsFromEnvironment().procfs, "/proc");
+  ::setenv("QUORLIN_PROCFS_ROOT", "/elsewhere", 1);
+  EXPECT_EQ(systemRootsFromEnvironment().procfs, "/elsewhere");
+  ::unsetenv("QUORLIN_PROCFS_ROOT");
+}
+
+}  // namespace
+}  // namespace quorlin

@@ -1,0 +1,218 @@
+#include "platform/KeyedArchiver.h"
+#include "quorlinctl/Figures.h"
+#include "quorlinctl/SampleView.h"
+
+#include <clocale>
+#include <cmath>
+#include <cstdlib>
+#include <numeric>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace quorlin {
+namespace {
+
+using testing::Contains;
+using testing::Each;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr Appearance kPlain = {.charset = Charset::Unicode, .colour = false};
+
+/// Character widths come from the locale.
+class Rendering : public testing::Test {
+ protected:
+  void SetUp() override { ASSERT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr); }
+  void TearDown() override { std::setlocale(LC_CTYPE, "C"); }
+
+  static SampleView viewWith(int temperatures, const std::string& label = "Core ") {
+    Sample sample;
+    for (int i = 0; i < temperatures; ++i) {
+      const std::string number = std::to_string(i);
+      sample.temperatures.push_back({"coretemp/temp" + number, label + number, 30.0 + i * 7});
+    }
+    sample.temperatures.push_back({"nvme/temp1", "Drive", kUnknownValue});
+    sample.fans.push_back({"board/fan1", "Rear", 812});
+    sample.read = {.rates = std::vector<double>(60, 1.5e6), .total = 2e12};
+    sample.written = {.rates = {}, .total = kUnknownValue};
+    return {.machine = "Wohnzimmer-Rechner mit sehr langem Namen",
+            .time = "12:34:56",
+            .sample = std::move(sample),
+            .powerMetrics = "CPU Power: 4512 mW\r\n\n\tGPU Power: \x1b[31m3 mW\n"};
+  }
+
+  static std::string withoutRenditions(std::string line) {
+    for (auto start = line.find("\x1b["); start != std::string::npos; start = line.find("\x1b[")) {
+      line.erase(start, line.find('m', start) - start + 1);
+    }
+    return line;
+  }
+
+  static std::string joined(const std::vector<std::string>& lines) {
+    return std::accumulate(
+        lines.begin(), lines.end(), std::string(),
+        [](const std::string& text, const std::string& line) { return text + line + "\n"; });
+  }
+};
+
+TEST_F(Rendering, StaysWithinEveryTerminalAndCountsWhatItHides) {
+  for (const int columns : {1, 12, 40, 80, 120, 200}) {
+    for (const int rows : {1, 2, 3, 5, 8, 12, 15, 20, 24, 60}) {
+      for (const int temperatures : {0, 1, 9, 70}) {
+        for (const bool colour : {false, true}) {
+          SCOPED_TRACE(testing::Message() << columns << "x" << rows << ", " << temperatures << " sensors");
+          const auto lines = renderView(viewWith(temperatures), {.columns = columns, .rows = rows},
+                                        {.charset = Charset::Unicode, .colour = colour});
+          EXPECT_LE(std::ssize(lines), rows);
+          for (const std::string& line : lines) {
+            EXPECT_LE(columnsOf(withoutRenditions(line), Charset::Unicode), columns) << line;
+          }
+          if (columns < 40 || rows < 3) continue;
+          const std::string text = joined(lines);
+          int shown = 0;
+          for (auto at = text.find(" °C"); at != std::string::npos; at = text.find(" °C", at + 1)) ++shown;
+          shown += text.find("Drive") != std::string::npos ? 1 : 0;
+          shown += text.find("Rear") != std::string::npos ? 1 : 0;
+          if (const auto more = text.find(" more reading"); more != std::string::npos) {
+            shown += std::atoi(text.c_str() + text.rfind(' ', more - 1));
+          }
+          EXPECT_EQ(shown, temperatures + 2) << text;
+        }
+      }
+    }
+  }
+}
+
+TEST_F(Rendering, ShowsEverythingInAReportWithUnits) {
+  const auto lines = renderView(viewWith(70), {}, kPlain);
+  const std::string text = joined(lines);
+  for (const char* const part :
+       {"12:34:56", "Processor", "Core 69", "513.0 °C", "Storage", "Fans", "812 RPM", "1.50 MB/s",
+        "read 2.00 TB", "written —", "  CPU Power: 4512 mW\n", "GPU Power"}) {
+    EXPECT_THAT(text, HasSubstr(part));
+  }
+  EXPECT_THAT(text, Not(HasSubstr("more reading")));
+  EXPECT_THAT(lines, Contains(testing::ContainsRegex("Drive .* —$")));
+}
+
+TEST_F(Rendering, LetsNoControlCharacterOfALabelThrough) {
+  const std::string hostile =
+      "\x1b[2J\x07\r\n\xC2\x9B"
+      "31m\u202Eevil\u200B\xFF\x7F 長い名前のディスク e\u0301\u0302\u0303\u0304\u0305\u0306";
+  for (const Charset charset : {Charset::Unicode, Charset::Ascii}) {
+    const auto lines =
+        renderView(viewWith(3, hostile), {.columns = 80, .rows = 40}, {.charset = charset, .colour = false});
+    for (const std::string& line : lines) {
+      EXPECT_LE(columnsOf(line, charset), 80);
+      for (const char byte : line) {
+        const auto value = static_cast<unsigned char>(byte);
+        EXPECT_TRUE(value >= 0x20 && value != 0x7F && (charset == Charset::Unicode || value < 0x80)) << line;
+      }
+    }
+    EXPECT_THAT(lines,
+                Each(Not(testing::AnyOf(HasSubstr("\xC2\x9B"), HasSubstr("\u202E"), HasSubstr("\u200B")))));
+  }
+}
+
+TEST_F(Rendering, SaysWhatItWaitsForAndThatThereIsNothing) {
+  EXPECT_THAT(joined(renderView({}, {.columns = 80, .rows = 24}, kPlain)),
+              HasSubstr("waiting for the agent…"));
+  SampleView empty;
+  empty.sample.emplace(sampleOf({}));
+  EXPECT_THAT(joined(renderView(empty, {.columns = 80, .rows = 24}, kPlain)), HasSubstr("shows no sensors"));
+}
+
+TEST_F(Rendering, CutsTextBetweenCharactersAndCountsTheirColumns) {
+  const struct {
+    std::string_view text;
+    int columns;
+    Charset charset;
+    std::string_view shown;
+  } cases[] = {
+      {"abc", 3, Charset::Unicode, "abc"},
+      {"abcd", 3, Charset::Unicode, "ab…"},
+      {"長い名", 6, Charset::Unicode, "長い名"},
+      {"長い名", 5, Charset::Unicode, "長い…"},
+      {"長い名", 4, Charset::Unicode, "長…"},
+      {"e\u0301x", 2, Charset::Unicode, "e\u0301x"},
+      {"\u0301x", 2, Charset::Unicode, "x"},
+      {"a\tb\x9F", 9, Charset::Unicode, "a\uFFFDb\uFFFD"},
+      {"4 °C — é長", 20, Charset::Ascii, "4 C - e?"},
+      {"abcd", 3, Charset::Ascii, "ab."},
+      {"abc", 0, Charset::Unicode, ""},
+  };
+  for (const auto& [text, columns, charset, shown] : cases) {
+    std::string result;
+    for (const Cell& cell : cellsWithin(text, columns, charset)) result += cell.bytes;
+    EXPECT_EQ(result, shown);
+  }
+}
+
+TEST(Figures, NameTheirUnits) {
+  const std::pair<std::string, std::string_view> cases[] = {
+      {celsiusText(45.25), "45.2 °C"},
+      {celsiusText(-0.04), "0.0 °C"},
+      {celsiusText(kUnknownValue), "—"},
+      {fanText(1199.6), "1200 RPM"},
+      {fanText(0), "0 RPM"},
+      {fanText(kUnknownValue), "—"},
+      {bytesText(0), "0 B"},
+      {bytesText(999.4), "999 B"},
+      {bytesText(999.5), "1.00 kB"},
+      {bytesText(9.994e6), "9.99 MB"},
+      {bytesText(9.996e6), "10.0 MB"},
+      {bytesText(99.96e9), "100 GB"},
+      {bytesText(9.999e11), "1.00 TB"},
+      {bytesText(-1), "—"},
+      {rateText(123.4e6), "123 MB/s"},
+  };
+  for (const auto& [text, expected] : cases) EXPECT_EQ(text, expected);
+}
+
+TEST(Figures, DrawTheLastValuesOnACommonScale) {
+  const struct {
+    std::vector<double> values;
+    int columns;
+    double leastScale;
+    std::string_view line;
+  } cases[] = {
+      {{}, 5, 1, ""},
+      {{0, 0}, 5, 0, "▁▁"},
+      {{0, 1, 2, 3, 4, 5, 6, 7, 8}, 9, 0, "▁▂▃▄▅▆▇██"},
+      {{100, 0, 8}, 2, 0, "▁█"},
+      {{4, kUnknownValue, 8}, 3, 8, "▅ █"},
+      {{1, 2}, 2, 800, "▁▁"},
+      {{-5, 8, 1e300}, 3, 1, "▁▁█"},
+      {{1}, -3, 1, ""},
+  };
+  for (const auto& [values, columns, leastScale, line] : cases)
+    EXPECT_EQ(sparkline(values, columns, leastScale), line);
+  EXPECT_EQ(barLength(60, 20, 100, 8), 4);
+  EXPECT_EQ(barLength(500, 20, 100, 8), 8);
+  EXPECT_EQ(barLength(kUnknownValue, 20, 100, 8), 0);
+}
+
+TEST(Sample, IsUnderstoodFromWhateverTheSenderLeftOut) {
+  const Sample sample = sampleOf({{"sensors", Dictionary{{"b", "B"}, {"a", 7}, {"c", "C"}}},
+                                  {"sensorsData", Dictionary{{"a", 40}, {"b", 50.5}, {"c", "hot"}}},
+                                  {"fans", "none"},
+                                  {"readDiskIOData", archivedDataWithRootObject(Array{1, 2.5})},
+                                  {"writeDiskIOData", Data{1, 2, 3}},
+                                  {"readDiskIOBytes", 1000}});
+  ASSERT_EQ(sample.temperatures.size(), 3U);
+  EXPECT_EQ(sample.temperatures[0].label, "B");
+  EXPECT_EQ(sample.temperatures[0].value, 50.5);
+  EXPECT_EQ(sample.temperatures[1].label, "a");
+  EXPECT_EQ(sample.temperatures[1].value, 40);
+  EXPECT_TRUE(std::isnan(sample.temperatures[2].value));
+  EXPECT_TRUE(sample.fans.empty());
+  EXPECT_THAT(sample.read.rates, ElementsAre(1, 2.5));
+  EXPECT_EQ(sample.read.total, 1000);
+  EXPECT_TRUE(sample.written.rates.empty());
+  EXPECT_TRUE(std::isnan(sample.written.total));
+}
+
+}  // namespace
+}  // namespace quorlin
