@@ -1,0 +1,186 @@
+/// Prints what the agent's work costs, beside the floor and beside ps, measured in one run. Each figure is
+/// the median of the repetitions; what is compared is measured in turns.
+#include "Fixture.h"
+#include "Floor.h"
+#include "Measure.h"
+#include "agent/Agent.h"
+#include "core/SamplePayload.h"
+#include "engine/SensorsEngineFactory.h"
+#include "platform/linux/Log.h"
+#include "platform/linux/ProcessManager.h"
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <set>
+#include <string>
+#include <thread>
+
+namespace quorlin::bench {
+namespace {
+
+constexpr int kRepetitions = 15;
+constexpr int kTypicalInputs = 66;
+constexpr std::chrono::milliseconds kHalfATick{1500};
+
+using Action = std::function<void()>;
+
+/// The medians of two actions that take turns.
+struct Pair {
+  double ours;
+  double other;
+};
+
+Pair inTurns(const Action& prepare, const std::function<double()>& ours,
+             const std::function<double()>& other) {
+  std::vector<double> left;
+  std::vector<double> right;
+  for (int i = 0; i < kRepetitions + 1; ++i) {
+    prepare();
+    const double ourTime = ours();
+    prepare();
+    const double otherTime = other();
+    if (i == 0) continue;  // the first time finds everything anew
+    left.push_back(ourTime);
+    right.push_back(otherTime);
+  }
+  return {median(left), median(right)};
+}
+
+void printHeader(const char* title, const char* other) {
+  std::printf("\n%-46s %12s %12s %8s\n", title, "ours (us)", other, "ratio");
+}
+
+void printRow(const std::string& what, const Pair& pair) {
+  std::printf("  %-44s %12.1f %12.1f %8.3f\n", what.c_str(), pair.ours, pair.other, pair.ours / pair.other);
+  std::fflush(stdout);
+}
+
+/// The whole tick, as the main application sees it, every three seconds; the floor has its turn in between.
+void benchTick(bool paced) {
+  printHeader(paced ? "Whole tick every 3 s, caches cold" : "Whole tick, growth with the inputs, caches cold",
+              "floor (us)");
+  for (const int inputs : paced ? std::vector{kTypicalInputs} : std::vector{66, 660, 6600}) {
+    const Folder folder;
+    const auto files = writeMachine(folder.path(), inputs, 0);
+    setenv("QUORLIN_SYSFS_ROOT", (folder.path() / "sys").c_str(), 1);
+    StreamLog log("bench");
+    const Bus consumer = Bus::openSession();
+    checked(sd_bus_request_name(consumer.get(), "brellwick.Quorlin", 0), "stand in for the main application");
+    Agent agent({"bench", "-silent"}, log);
+    agent.delegate().applicationDidFinishLaunching();
+    agent.delegate().QuorlinActive();
+    Floor floor(files, "/proc/diskstats", "/proc");
+    const Bus floorBus = Bus::openSession();
+    const auto prepare = [&] {
+      if (paced) std::this_thread::sleep_for(kHalfATick);
+      evictCaches();
+    };
+    const auto ours = [&] { return cpuMicroseconds([&] { agent.delegate().updateData(); }); };
+    const auto other = [&] {
+      return cpuMicroseconds([&] {
+        floor.readSensors();
+        floor.readDisks();
+        floor.listProcesses();
+        floor.publish(floorBus);
+      });
+    };
+    printRow(std::to_string(inputs) + " inputs, this machine's disks and processes",
+             inTurns(prepare, ours, other));
+  }
+}
+
+/// Hot: the same again and again, so that the work itself shows.
+void benchSensors() {
+  printHeader("Reading the sensors, hot", "floor (us)");
+  StreamLog log("bench");
+  for (const int inputs : {66, 500, 6600}) {
+    const Folder folder;
+    const auto files = writeMachine(folder.path(), inputs, 2);
+    const SensorsEngineFactory factory =
+        makeLinuxSensorsEngine({folder.path() / "sys", folder.path() / "proc"}, log);
+    const auto engine = factory.makeEngine();
+    Floor floor(files, folder.path() / "proc/diskstats", "/proc");
+    const int times = 66'000 / inputs;
+    const auto repeat = [times](const Action& action) {
+      return cpuMicroseconds([&] {
+               for (int i = 0; i < times; ++i) action();
+             }) /
+             times;
+    };
+    const auto fresh = factory.makeStatisticsData();
+    printRow(std::to_string(inputs) + " inputs, 2 disks",
+             inTurns([] {}, [&] { return repeat([&] { engine->getSensorsInfo(*fresh); }); },
+                     [&] {
+                       return repeat([&] {
+                         floor.readSensors();
+                         floor.readDisks();
+                       });
+                     }));
+  }
+}
+
+void benchDisks() {
+  printHeader("Disk counters, hot", "floor (us)");
+  StreamLog log("bench");
+  for (const int disks : {4, 40, 400}) {
+    const Folder folder;
+    const auto files = writeMachine(folder.path(), 1, disks);
+    const SensorsEngineFactory factory =
+        makeLinuxSensorsEngine({folder.path() / "sys", folder.path() / "proc"}, log);
+    const auto engine = factory.makeEngine();
+    const auto statistics = factory.makeStatisticsData();
+    const auto fresh = factory.makeStatisticsData();
+    Floor floor(files, folder.path() / "proc/diskstats", "/proc");
+    const auto ours = [&] {
+      return cpuMicroseconds([&] {
+               for (int i = 0; i < 100; ++i)
+                 statistics->populateStatisticsDataFrom(*engine->getSensorsInfo(*fresh));
+             }) /
+             100;
+    };
+    const auto other = [&] {
+      return cpuMicroseconds([&] {
+               for (int i = 0; i < 100; ++i) {
+                 floor.readSensors();
+                 floor.readDisks();
+               }
+             }) /
+             100;
+    };
+    printRow(std::to_string(disks) + " disks, 1 input", inTurns([] {}, ours, other));
+  }
+}
+
+void benchProcesses() {
+  printHeader("Listing the processes", "ps (us)");
+  const std::set<std::string, std::less<>> names;
+  for (const int count : {100, 1000, 10'000}) {
+    const IdleProcesses processes(count);
+    ProcfsProcessManager manager("/proc", names);
+    const auto list = [&] {
+      int visited = 0;
+      return cpuMicroseconds([&] { manager.enumerateProcesses([&](auto) { ++visited; }); });
+    };
+    list();  // a process is looked at twice
+    list();
+    printRow(std::to_string(count) + " more processes, ps -e -o pid,comm",
+             inTurns([] {}, list,
+                     [] {
+                       return cpuMicrosecondsOfProgram({"ps", "-e", "-o", "pid,comm"});
+                     }));
+  }
+}
+
+}  // namespace
+}  // namespace quorlin::bench
+
+int main() {
+  using namespace quorlin::bench;
+  std::printf("Processor time in microseconds, medians of %d.\n", kRepetitions);
+  benchTick(true);
+  benchTick(false);
+  benchSensors();
+  benchDisks();
+  benchProcesses();
+}
