@@ -14,7 +14,7 @@ import urllib.request
 
 HERE = pathlib.Path(__file__).resolve().parent
 BUILD = pathlib.Path(sys.argv[1]).resolve()
-TICKS_TO_SETTLE = 4
+TICKS = 4
 REPETITIONS = 9
 INPUTS = 66
 
@@ -33,22 +33,28 @@ def configure(folder):
     os.environ["XDG_CONFIG_HOME"] = str(folder)
 
 
+def cpu_microseconds(pid):
+    """Of all its threads, from the scheduler's own count."""
+    tasks = pathlib.Path(f"/proc/{pid}/task").iterdir()
+    return sum(int((task / "schedstat").read_text().split()[0]) for task in tasks) / 1000
+
+
 def weigh():
     """The memory of the real agent in the background, without consumers."""
     agent = subprocess.Popen([BUILD / "src/programs/quorlin-sensors", "-silent"], stderr=subprocess.DEVNULL)
-    time.sleep(3 * TICKS_TO_SETTLE)
+    time.sleep(3 * TICKS)
+    before = cpu_microseconds(agent.pid)
+    time.sleep(3 * TICKS)
+    idle = (cpu_microseconds(agent.pid) - before) / TICKS
     smaps = pathlib.Path(f"/proc/{agent.pid}/smaps_rollup").read_text()
     kilobytes = {key: int(value) for key, value in re.findall(r"^(\w+): +(\d+) kB", smaps, re.MULTILINE)}
     agent.send_signal(signal.SIGTERM)
     agent.wait()
-    print("\nThe agent in the background                           MB    wanted")
+    print("\nThe agent in the background, without consumers")
+    print(f"  processor time a tick, microseconds        {idle:12.1f}")
+    print("\nIts memory                                                    MB    wanted")
     print(f"  resident                                   {kilobytes['Rss'] / 1024:12.2f}      <= 8")
     print(f"  private and dirty                          {kilobytes['Private_Dirty'] / 1024:12.2f}      <= 1")
-
-
-def cpu_seconds(pid):
-    fields = pathlib.Path(f"/proc/{pid}/stat").read_text().rpartition(")")[2].split()
-    return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
 
 
 def main():

@@ -60,7 +60,8 @@ void AppDelegate::readSettings() {
 }
 
 bool AppDelegate::doesPowerWork() const {
-  return services_.system.processorHasPowerWork() && services_.system.version() >= kFirstWithPowerWork;
+  return services_.system.processorHasPowerWork() &&
+         services_.system.version().isAtLeast(kFirstWithPowerWork);
 }
 
 void AppDelegate::startPowerWork() {

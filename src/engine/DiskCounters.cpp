@@ -33,8 +33,10 @@ bool parseWhole(std::string_view word, std::uint64_t& number) {
 
 /// The device numbers and the name, which every line begins with.
 std::optional<std::string_view> takeName(std::string_view& line) {
-  std::uint64_t ignored = 0;
-  if (!parseWhole(takeWord(line), ignored) || !parseWhole(takeWord(line), ignored)) return std::nullopt;
+  std::array<std::uint64_t, 2> device{};
+  for (std::uint64_t& number : device) {
+    if (!parseWhole(takeWord(line), number)) return std::nullopt;
+  }
   const std::string_view name = takeWord(line);
   return name.empty() ? std::nullopt : std::optional(name);
 }

@@ -105,7 +105,8 @@ std::string idPrefixOf(const std::string& devicePath, const std::string& name) {
 /// The file of the nearest device that supports runtime power management, from a device upwards.
 std::string runtimeStatusOf(Tree& tree, std::string devicePath) {
   while (!devicePath.empty()) {
-    std::string path = tree.devices() + devicePath + "/power/runtime_status";
+    std::string path = tree.devices();
+    path.append(devicePath).append("/power/runtime_status");
     const std::string status = tree.text(path);
     if (!status.empty() && status != "unsupported") return path;
     devicePath = devicePath.find('/') == std::string::npos ? std::string() : parentOf(devicePath);
@@ -151,7 +152,8 @@ std::vector<FoundChip> findChips(Tree& tree) {
   for (const std::string& name : tree.names(directory)) {
     std::optional<FoundChip> chip = findChip(tree, directory + name);
     if (!chip) continue;
-    found.emplace_back(chip->idPrefix + '\n' + chip->name, devicePathOf(tree, directory + name),
+    std::string idAndName = chip->idPrefix + '\n' + chip->name;
+    found.emplace_back(std::move(idAndName), devicePathOf(tree, directory + name),
                        numberIn(name, "hwmon", "").value_or(0), *std::move(chip));
   }
   std::ranges::sort(found, {}, [](const auto& entry) {

@@ -1,18 +1,18 @@
 /// What machine and system the program runs on.
 #pragma once
 
-#include <compare>
 #include <optional>
 #include <string>
 
 namespace quorlin {
 
-/// Comparable with the versions in which the agent's features appeared.
 struct SystemVersion {
   int major = 0;
   int minor = 0;
 
-  friend auto operator<=>(const SystemVersion&, const SystemVersion&) = default;
+  constexpr bool isAtLeast(const SystemVersion& other) const {
+    return major != other.major ? major > other.major : minor >= other.minor;
+  }
 };
 
 class System {

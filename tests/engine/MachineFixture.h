@@ -2,12 +2,11 @@
 #pragma once
 
 #include "engine/SensorsEngineFactory.h"
+#include "fakes/TemporaryFolder.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <regex>
 #include <stdexcept>
 #include <string>
@@ -18,27 +17,14 @@ class MachineFixture {
  public:
   /// The description's name without its ending, or an empty one for a machine without any file.
   explicit MachineFixture(const std::string& name = "") {
-    // In memory where possible, as sysfs is.
-    std::string pattern = "/dev/shm/quorlin-machine-XXXXXX";
-    if (mkdtemp(pattern.data()) == nullptr) {
-      pattern = std::filesystem::temp_directory_path() / "quorlin-machine-XXXXXX";
-      if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no folder for the machine");
-    }
-    root_ = std::filesystem::canonical(pattern);
     if (!name.empty()) expand(std::string(QUORLIN_TEST_MACHINES "/") + name + ".machine");
   }
-  MachineFixture(const MachineFixture&) = delete;
-  MachineFixture& operator=(const MachineFixture&) = delete;
-  ~MachineFixture() { std::filesystem::remove_all(root_); }
 
   EngineRoots roots() const { return {.sysfs = root_ / "sys", .procfs = root_ / "proc"}; }
   std::filesystem::path path(const std::string& path) const { return root_ / path; }
 
   /// In place, as the kernel changes a value: open descriptors read the new one.
-  void write(const std::string& file, const std::string& bytes) {
-    std::filesystem::create_directories(path(file).parent_path());
-    std::ofstream(path(file), std::ios::binary) << bytes;
-  }
+  void write(const std::string& file, const std::string& bytes) { folder_.write(file, bytes); }
 
   void link(const std::string& from, const std::string& to) {
     std::filesystem::create_directories(path(from).parent_path());
@@ -111,7 +97,8 @@ class MachineFixture {
     return bytes.empty() ? bytes : bytes + '\n';
   }
 
-  std::filesystem::path root_;
+  TemporaryFolder folder_;
+  std::filesystem::path root_ = std::filesystem::canonical(folder_.path());
 };
 
 }  // namespace quorlin

@@ -1,4 +1,4 @@
-#include "platform/TemporaryFolder.h"
+#include "fakes/TemporaryFolder.h"
 #include "platform/linux/ProcessManager.h"
 
 #include <gmock/gmock.h>

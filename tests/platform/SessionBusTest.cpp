@@ -1,5 +1,5 @@
 #include "fakes/FakeMachine.h"
-#include "platform/PrivateBus.h"
+#include "fakes/PrivateBus.h"
 #include "platform/linux/Application.h"
 #include "platform/linux/ApplicationNames.h"
 #include "platform/linux/NotificationCenter.h"
@@ -205,6 +205,25 @@ TEST(Application, EndsCleanlyWithTheBus) {
   program.application.run(program.delegate);
   EXPECT_THAT(program.log.lines, ElementsAre("the session bus has gone away"));
   EXPECT_EQ(program.delegate.calls.back(), "should terminate");
+}
+
+int polls = 0;
+
+gint countedPoll(GPollFD* descriptors, guint count, gint timeout) {
+  ++polls;
+  return g_poll(descriptors, count, timeout);
+}
+
+TEST(Bus, ThatIsQuietLetsTheLoopSleep) {
+  const PrivateBus daemon;
+  const Bus bus = Bus::openSession();
+  LinuxRunLoop runLoop;
+  const auto end = runLoop.scheduleTimer(std::chrono::milliseconds(100), [&] { runLoop.stop(); });
+  polls = 0;
+  g_main_context_set_poll_func(nullptr, countedPoll);
+  runLoop.run();
+  g_main_context_set_poll_func(nullptr, nullptr);
+  EXPECT_LE(polls, 10);
 }
 
 TEST(Bus, ThatIsAbsentIsAnErrorWithItsReason) {

@@ -1,4 +1,4 @@
-#include "platform/TemporaryFolder.h"
+#include "fakes/TemporaryFolder.h"
 #include "platform/Utf8.h"
 #include "platform/linux/System.h"
 #include "platform/linux/Task.h"

@@ -1,5 +1,5 @@
 #include "fakes/FakeMachine.h"
-#include "platform/TemporaryFolder.h"
+#include "fakes/TemporaryFolder.h"
 #include "platform/linux/UserDefaults.h"
 
 #include <gmock/gmock.h>

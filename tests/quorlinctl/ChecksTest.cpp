@@ -1,8 +1,8 @@
+#include "fakes/TemporaryFolder.h"
 #include "quorlinctl/Checks.h"
 #include "quorlinctl/Doctor.h"
 
 #include <cstdlib>
-#include <fstream>
 #include <map>
 
 #include <gmock/gmock.h>
@@ -12,28 +12,19 @@ namespace quorlin {
 namespace {
 
 using testing::HasSubstr;
-namespace fs = std::filesystem;
 using Files = std::map<std::string, std::string>;
 
-/// A machine of a few files, gone with its owner.
+/// A machine of a few files.
 class Machine {
  public:
   explicit Machine(const Files& files) {
-    std::string pattern = (fs::temp_directory_path() / "quorlinctl-XXXXXX").string();
-    root_ = ::mkdtemp(pattern.data());
-    for (const auto& [name, text] : files) {
-      fs::create_directories((root_ / name).parent_path());
-      std::ofstream(root_ / name) << text;
-    }
+    for (const auto& [name, text] : files) folder_.write(name, text);
   }
-  ~Machine() { fs::remove_all(root_); }
-  Machine(const Machine&) = delete;
-  Machine& operator=(const Machine&) = delete;
 
-  SystemRoots roots() const { return {.sysfs = root_ / "sys", .procfs = root_ / "proc"}; }
+  SystemRoots roots() const { return {.sysfs = folder_.path() / "sys", .procfs = folder_.path() / "proc"}; }
 
  private:
-  fs::path root_;
+  TemporaryFolder folder_;
 };
 
 const std::string kDriver = "sys/class/hwmon/hwmon0/";
@@ -109,6 +100,18 @@ TEST(Checks, TellMissingFromPresentAndFromNothingToMend) {
       EXPECT_THAT(result.advice, HasSubstr(advice));
     }
   }
+}
+
+TEST(Checks, TellWhatTheSettingsSwitchOn) {
+  const std::pair<const char*, CheckState> cases[] = {{"[Settings]\nautostart=1\n", CheckState::Ok},
+                                                      {"[Settings]\nautostart=0\n", CheckState::Missing},
+                                                      {"nonsense\n", CheckState::Missing}};
+  for (const auto& [contents, state] : cases) {
+    const TemporaryFolder folder;
+    EXPECT_EQ(checkSettings(folder.write("settings.conf", contents)).state, state) << contents;
+    EXPECT_EQ(folder.read("settings.conf"), contents);
+  }
+  EXPECT_EQ(checkSettings("/nonexistent").state, CheckState::Missing);
 }
 
 TEST(Checks, FindAProgramInTheFoldersGiven) {

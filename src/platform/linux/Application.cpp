@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <iterator>
 #include <utility>
 
 namespace quorlin {
@@ -132,6 +133,7 @@ void BusApplication::handOver() const {
   const BusMessage call = methodCall(bus_, id_, path_, toOpen.empty() ? "Activate" : "Open");
   if (!toOpen.empty()) {
     std::vector<char*> list;
+    list.reserve(toOpen.size() + 1);
     for (const std::string& url : toOpen) list.push_back(const_cast<char*>(url.c_str()));
     list.push_back(nullptr);
     checked(sd_bus_message_append_strv(call.get(), list.data()), "hand over to the running instance");
@@ -151,9 +153,8 @@ void BusApplication::handOver() const {
 
 std::vector<std::string> BusApplication::urls() const {
   std::vector<std::string> urls;
-  for (const std::string& argument : arguments_) {
-    if (argument.find("://") != std::string::npos) urls.push_back(argument);
-  }
+  std::ranges::copy_if(arguments_, std::back_inserter(urls),
+                       [](const std::string& argument) { return argument.find("://") != std::string::npos; });
   return urls;
 }
 

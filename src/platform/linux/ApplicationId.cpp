@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <ranges>
 #include <vector>
 
 namespace quorlin {
@@ -86,8 +87,8 @@ std::optional<std::string> applicationIdOfControlGroups(std::string_view control
     const std::string_view controllers = line.substr(first + 1, second - first - 1);
     if (!controllers.empty() && controllers != "name=systemd") continue;
     const std::vector<std::string_view> groups = split(line.substr(second + 1), '/');
-    for (auto group = groups.rbegin(); group != groups.rend(); ++group) {
-      if (std::optional<std::string> id = applicationIdOfUnit(*group)) return id;
+    for (const std::string_view group : std::ranges::reverse_view(groups)) {
+      if (std::optional<std::string> id = applicationIdOfUnit(group)) return id;
     }
   }
   return std::nullopt;

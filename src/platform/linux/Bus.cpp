@@ -20,7 +20,9 @@ int checked(int result, const char* attempt) {
 struct Bus::Source {
   GSource base;
   sd_bus* bus;
-  gpointer descriptorTag;
+  // Ours, not one of g_source_add_unix_fd: changing the events of that one wakes the loop that is about to
+  // wait.
+  GPollFD descriptor;
   std::function<void()>* disconnected;
 
   static Source* of(GSource* source) { return reinterpret_cast<Source*>(source); }
@@ -30,7 +32,7 @@ struct Bus::Source {
     const int events = sd_bus_get_events(self->bus);
     // A closed connection has no events; dispatch says so once.
     if (events < 0) return TRUE;
-    g_source_modify_unix_fd(base, self->descriptorTag, static_cast<GIOCondition>(events));
+    self->descriptor.events = static_cast<gushort>(events);
     std::uint64_t due = UINT64_MAX;
     if (sd_bus_get_timeout(self->bus, &due) <= 0 || due == UINT64_MAX) {
       *timeout = -1;
@@ -47,7 +49,7 @@ struct Bus::Source {
     std::uint64_t due = UINT64_MAX;
     const bool timedOut =
         sd_bus_get_timeout(self->bus, &due) > 0 && due <= static_cast<std::uint64_t>(g_get_monotonic_time());
-    return timedOut || g_source_query_unix_fd(base, self->descriptorTag) != 0 ? TRUE : FALSE;
+    return timedOut || self->descriptor.revents != 0 ? TRUE : FALSE;
   }
 
   static gboolean dispatch(GSource* base, GSourceFunc /*callback*/, gpointer /*data*/) {
@@ -71,8 +73,8 @@ struct Bus::Source {
 Bus::Bus(sd_bus* bus) : bus_(bus), source_(Source::of(g_source_new(Source::functions(), sizeof(Source)))) {
   source_->bus = bus;
   source_->disconnected = new std::function<void()>();
-  source_->descriptorTag =
-      g_source_add_unix_fd(&source_->base, checked(sd_bus_get_fd(bus), "watch the bus"), G_IO_IN);
+  source_->descriptor = {.fd = checked(sd_bus_get_fd(bus), "watch the bus"), .events = G_IO_IN, .revents = 0};
+  g_source_add_poll(&source_->base, &source_->descriptor);
   g_source_attach(&source_->base, nullptr);
 }
 
@@ -106,11 +108,12 @@ BusSlot Bus::match(const std::string& rule, std::function<void(sd_bus_message*)>
     }
     return 0;
   };
-  sd_bus_slot* slot = nullptr;
   auto owned = std::make_unique<Handler>(std::move(handler));
+  sd_bus_slot* slot = nullptr;
   checked(sd_bus_add_match(bus_.get(), &slot, rule.c_str(), call, owned.get()), "add a match");
+  // From here on the slot owns its handler.
+  sd_bus_slot_set_userdata(slot, owned.release());
   sd_bus_slot_set_destroy_callback(slot, [](void* userdata) { delete static_cast<Handler*>(userdata); });
-  owned.release();
   return BusSlot(slot);
 }
 

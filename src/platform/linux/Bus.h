@@ -8,8 +8,6 @@
 
 #include <systemd/sd-bus.h>
 
-struct _GSource;
-
 namespace quorlin {
 
 /// The bus refused or could not be reached.

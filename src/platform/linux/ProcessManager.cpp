@@ -87,9 +87,10 @@ void ProcfsProcessManager::lookUp() {
 }
 
 bool ProcfsProcessManager::readApplication(Process& process) const {
+  constexpr std::string_view name = "/cgroup";
   std::array<char, 32> path{};
-  char* end = std::to_chars(path.data(), path.data() + path.size(), process.id).ptr;
-  std::strcpy(end, "/cgroup");
+  char* end = std::to_chars(path.data(), path.data() + path.size() - name.size() - 1, process.id).ptr;
+  std::ranges::copy(name, end);
   const FileDescriptor file(openat(directory_.get(), path.data(), O_RDONLY | O_CLOEXEC));
   // Not ended, but out of reach for now: it is listed, and looked at again.
   if (!file && errno != ENOENT && errno != ESRCH) return true;

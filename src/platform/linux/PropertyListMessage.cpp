@@ -105,7 +105,7 @@ PropertyList readVariant(sd_bus_message* message, int depth) {
   if (signature == nullptr) throw BusError("read a notification: a value is missing");
   const std::string type = signature;
   enter(message, 'v', type.c_str());
-  const auto value = [&]() -> PropertyList {
+  PropertyList value = [&]() -> PropertyList {
     if (type == "a{sv}") return readDictionary(message, depth + 1);
     if (type == "av") return readArray(message, depth + 1);
     if (type == "ay") {

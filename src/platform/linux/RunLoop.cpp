@@ -42,10 +42,16 @@ class AttachedSource final : public Timer {
 
 }  // namespace
 
-void LinuxRunLoop::Unref::operator()(_GMainLoop* loop) const { g_main_loop_unref(loop); }
+struct LinuxRunLoop::Loop {
+  Loop() = default;
+  Loop(const Loop&) = delete;
+  Loop& operator=(const Loop&) = delete;
+  ~Loop() { g_main_loop_unref(loop); }
 
-LinuxRunLoop::LinuxRunLoop()
-    : loop_(g_main_loop_new(nullptr, FALSE)), mainThread_(std::this_thread::get_id()) {}
+  GMainLoop* loop = g_main_loop_new(nullptr, FALSE);
+};
+
+LinuxRunLoop::LinuxRunLoop() : loop_(std::make_unique<Loop>()), mainThread_(std::this_thread::get_id()) {}
 
 LinuxRunLoop::~LinuxRunLoop() = default;
 
@@ -65,12 +71,12 @@ std::unique_ptr<Timer> LinuxRunLoop::watchSignal(int signal, Action action) {
 }
 
 void LinuxRunLoop::run() {
-  if (!stopped_) g_main_loop_run(loop_.get());
+  if (!stopped_) g_main_loop_run(loop_->loop);
 }
 
 void LinuxRunLoop::stop() {
   stopped_ = true;
-  g_main_loop_quit(loop_.get());
+  g_main_loop_quit(loop_->loop);
 }
 
 }  // namespace quorlin

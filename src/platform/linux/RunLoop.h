@@ -8,8 +8,6 @@
 #include <memory>
 #include <thread>
 
-struct _GMainLoop;
-
 namespace quorlin {
 
 /// The thread that makes it is the main thread.
@@ -34,11 +32,9 @@ class LinuxRunLoop final : public RunLoop {
   void stop();
 
  private:
-  struct Unref {
-    void operator()(_GMainLoop* loop) const;
-  };
+  struct Loop;
 
-  std::unique_ptr<_GMainLoop, Unref> loop_;
+  std::unique_ptr<Loop> loop_;
   std::thread::id mainThread_;
   bool stopped_ = false;
 };

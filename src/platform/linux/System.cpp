@@ -57,7 +57,7 @@ SystemVersion LinuxSystem::version() const {
 std::optional<std::string> LinuxSystem::localizedHostName() const {
   std::ifstream file(machineInfo_, std::ios::binary);
   const std::string text(std::istreambuf_iterator<char>(file), {});
-  const std::optional<std::string> pretty = assignedValue(text, "PRETTY_HOSTNAME");
+  std::optional<std::string> pretty = assignedValue(text, "PRETTY_HOSTNAME");
   if (pretty && !pretty->empty() && isUtf8(*pretty)) return pretty;
 
   // gethostname(2) truncates without a terminator; the kernel's names have at most 64 characters.

@@ -10,7 +10,7 @@ class LinuxUpdater final : public Updater {
  public:
   explicit LinuxUpdater(Log& log) : log_(log) {}
 
-  void checkForUpdatesInBackground() override { log_.line("no update feed is configured"); }
+  void checkForUpdatesInBackground() override {}
   void checkForUpdates() override { log_.line("no update feed is configured"); }
 
  private:

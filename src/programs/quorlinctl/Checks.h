@@ -4,6 +4,7 @@
 #include "platform/linux/SystemRoots.h"
 #include "quorlinctl/Agent.h"
 
+#include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,6 +24,9 @@ struct CheckResult {
 };
 
 CheckResult checkAgent(const std::optional<RunningAgent>& agent);
+
+/// Whether the settings can be read, and what they switch on.
+CheckResult checkSettings(const std::filesystem::path& file);
 
 /// The hwmon chips and thermal zones that the agent finds.
 CheckResult checkSensors(const SystemRoots& roots);

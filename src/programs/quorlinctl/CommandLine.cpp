@@ -12,8 +12,6 @@
 namespace quorlin {
 namespace {
 
-constexpr const char* kVersion = "0.1.0";
-
 struct Subcommand {
   std::string_view name;
   const char* summary;
@@ -86,7 +84,7 @@ int runCommandLine(Arguments arguments) {
   if (arguments.empty()) return usageError("a subcommand is missing", "");
   const std::string_view first = arguments.front();
   if (first == "--help" || first == "-h") return help();
-  if (first == "--version") return print(std::string("quorlinctl ") + kVersion + "\n");
+  if (first == "--version") return print("quorlinctl " QUORLIN_VERSION "\n");
   const auto* found = std::ranges::find(kSubcommands, first, &Subcommand::name);
   if (found != kSubcommands.end()) return found->run(*found, arguments.subspan(1));
   return usageError(

@@ -1,5 +1,6 @@
 #include "quorlinctl/Doctor.h"
 
+#include "platform/linux/UserDefaults.h"
 #include "quorlinctl/Json.h"
 #include "quorlinctl/Output.h"
 #include "quorlinctl/Terminal.h"
@@ -55,6 +56,7 @@ std::vector<CheckResult> checkSession() {
 std::vector<CheckResult> runChecks() {
   const SystemRoots roots = systemRootsFromEnvironment();
   std::vector<CheckResult> checks = checkSession();
+  checks.push_back(checkSettings(settingsFile()));
   for (const auto check : {checkMachine, checkSensors, checkProcessorDriver, checkDriveDriver,
                            checkDiskCounters, checkApplicationNames}) {
     checks.push_back(check(roots));

@@ -1,6 +1,8 @@
 /// The checks of the user's session and its programs.
 #include "core/Notifications.h"
+#include "core/Settings.h"
 #include "engine/TextFile.h"
+#include "platform/linux/UserDefaults.h"
 #include "quorlinctl/Checks.h"
 
 #include <algorithm>
@@ -18,6 +20,15 @@ std::string unifiedControlGroup(const std::string& groups) {
   return text.substr(start + 4, text.find('\n', start + 4) - start - 4);
 }
 
+/// Keeps what would be logged first.
+class FirstLine final : public Log {
+ public:
+  void line(std::string_view given) override {
+    if (text.empty()) text = given;
+  }
+  std::string text;
+};
+
 }  // namespace
 
 CheckResult checkAgent(const std::optional<RunningAgent>& agent) {
@@ -27,6 +38,20 @@ CheckResult checkAgent(const std::optional<RunningAgent>& agent) {
             "start it: quorlin-sensors"};
   }
   return {CheckState::Ok, "agent", name + " is process " + std::to_string(agent->process), ""};
+}
+
+CheckResult checkSettings(const std::filesystem::path& file) {
+  FirstLine trouble;
+  const KeyFileUserDefaults defaults(file, trouble);
+  if (!trouble.text.empty()) {
+    return {CheckState::Missing, "settings", trouble.text,
+            "mend the file or remove it; the agent sets it aside when it next saves"};
+  }
+  if (defaults.integer(setting::kAutostart) > 0) {
+    return {CheckState::Ok, "settings", file.string() + " switches the sensors plug-in on", ""};
+  }
+  return {CheckState::Missing, "settings", file.string() + " leaves the sensors plug-in off",
+          "write autostart=1 below [Settings] in it and start the agent anew"};
 }
 
 CheckResult checkApplicationNames(const SystemRoots& roots) {

@@ -63,6 +63,8 @@ Screen::Screen(RunLoop& loop, KeyHandler handler) {
   if (ownsTerminal() && ::tcgetattr(STDIN_FILENO, &settings) == 0) {
     original_ = settings;
     settings.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+    // Suspended, the process could not give the screen back.
+    settings.c_cc[VSUSP] = _POSIX_VDISABLE;
     ::tcsetattr(STDIN_FILENO, TCSADRAIN, &settings);
     stopReading_ = FileDescriptor(::eventfd(0, EFD_CLOEXEC));
     if (stopReading_) {

@@ -18,9 +18,8 @@ namespace {
 const char* explainSilence(const Bus& bus, bool heardHeartbeat) {
   if (!findAgent(bus)) return "the agent is not running; start it with: quorlin-sensors";
   if (!heardHeartbeat) {
-    return "the agent runs, but its sensors plug-in is switched off; switch it on in the agent's window, "
-           "which "
-           "opens when quorlin-sensors is started once more";
+    return "the agent runs, but its sensors plug-in is switched off (quorlinctl doctor says how to change "
+           "it)";
   }
   return "the agent runs, but no sample came in time";
 }

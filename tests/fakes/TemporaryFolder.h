@@ -17,7 +17,8 @@ class TemporaryFolder {
     // In memory where there is such a place: some tests make thousands of files.
     const std::filesystem::path inMemory = "/dev/shm";
     const bool hasMemory = std::filesystem::is_directory(inMemory);
-    std::string pattern = (hasMemory ? inMemory : std::filesystem::temp_directory_path()) / "quorlin-test-XXXXXX";
+    std::string pattern =
+        (hasMemory ? inMemory : std::filesystem::temp_directory_path()) / "quorlin-test-XXXXXX";
     if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no temporary folder");
     path_ = pattern;
   }

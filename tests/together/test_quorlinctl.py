@@ -1,0 +1,125 @@
+"""The real quorlinctl beside the real agent."""
+import json
+import os
+import pty
+import re
+import signal
+import subprocess
+
+import pytest
+
+from harness import PATIENCE, PROGRAMS, Consumer, wait_until
+
+
+def names_of(output):
+    return [json.loads(line)["name"] for line in output.splitlines()]
+
+
+@pytest.mark.parametrize("role, name", [([], "QuorlinSensorsDataM"), (["--widget"], "QuorlinSensorsDataW")])
+def test_one_sample_as_json(session, role, name):
+    session.start_and_greet("-silent")
+    ended = session.run("quorlinctl", "watch", "--once", "--json", *role)
+    assert (ended.returncode, ended.stderr) == (0, "")
+    sample = json.loads(ended.stdout)
+    assert (sample["name"], sample["object"]) == (name, "QuorlinSensorsAgent")
+    assert sample["userInfo"]["sensorsData"]["platform/coretemp.0/temp1"] == 52
+    assert None in sample["userInfo"]["sensorsData"].values(), "not a number is null"
+    assert len(sample["userInfo"]["readDiskIOData"]) == 60
+
+
+def test_one_sample_to_read(session):
+    session.start_and_greet("-silent")
+    report = session.run("quorlinctl", "watch", "--once").stdout
+    assert re.search(r"Package id 0 .*52\.0 °C", report)
+    assert re.search(r"2410 RPM", report)
+
+
+def test_watch_says_that_it_comes_and_goes(session):
+    _, listener = session.start_and_greet("-silent")
+    watch = subprocess.Popen([PROGRAMS / "quorlinctl", "watch", "--json"], env=session.environment, text=True,
+                             stdout=subprocess.PIPE)
+    session.children.append(watch)
+    listener.wait_for("QuorlinActive")
+    assert listener.has_owner("brellwick.Quorlin")
+    listener.wait_for("QuorlinSensorsDataMMini", 2)
+    watch.send_signal(signal.SIGINT)
+    listener.wait_for("QuorlinInactive")
+    output, _ = watch.communicate(timeout=PATIENCE)
+    assert watch.returncode == 0
+    assert names_of(output)[:4] == 2 * ["QuorlinSensorsDataM", "QuorlinSensorsDataMMini"]
+    wait_until(lambda: not listener.has_owner("brellwick.Quorlin"), "the name is given back")
+
+
+def test_a_restarted_agent_finds_the_watcher_again(session):
+    agent, listener = session.start_and_greet("-silent")
+    watch = subprocess.Popen([PROGRAMS / "quorlinctl", "watch", "--json"], env=session.environment,
+                             stdout=subprocess.DEVNULL)
+    session.children.append(watch)
+    listener.wait_for("QuorlinSensorsDataM")
+    agent.kill()
+    agent.wait()
+    session.start("-silent")
+    listener.wait_for("QuorlinSensorsDataM")
+
+
+@pytest.mark.parametrize("running, plugin, reason",
+                         [(False, 1, "the agent is not running"), (True, 0, "sensors plug-in is switched off")])
+def test_without_samples_watch_says_why(session, running, plugin, reason):
+    session.configure(autostart=plugin)
+    if running:
+        session.start()
+        wait_until(lambda: Consumer(session).has_owner("brellwick.QuorlinSensors"), "the agent is there")
+    ended = session.run("quorlinctl", "watch", "--once", "--timeout", "1")
+    assert ended.returncode == 1 and ended.stdout == "" and reason in ended.stderr
+
+
+def test_the_live_view_draws_in_place_and_gives_the_screen_back(session):
+    session.start_and_greet("-silent")
+    terminal, inside = pty.openpty()
+    watch = subprocess.Popen(["script", "-qec", f"stty cols 80 rows 24; {PROGRAMS / 'quorlinctl'} watch", "/dev/null"],
+                             env={**session.environment, "TERM": "xterm"}, stdin=inside, stdout=inside, stderr=inside,
+                             start_new_session=True)
+    session.children.append(watch)
+    os.close(inside)
+    os.set_blocking(terminal, False)
+    screen = b""
+
+    def has_shown(text):
+        nonlocal screen
+        try:
+            screen += os.read(terminal, 65536)
+        except (BlockingIOError, OSError):
+            pass
+        return text.encode() in screen
+
+    wait_until(lambda: has_shown("Package id 0"), "a sample is drawn")
+    assert b"\x1b[?1049h" in screen and b"more readings" in screen
+    os.write(terminal, b"q")
+    wait_until(lambda: has_shown("\x1b[?1049l"), "the screen is given back")
+    assert watch.wait(PATIENCE) == 0
+    os.close(terminal)
+
+
+def test_doctor_tells_what_is_there_and_what_is_missing(session):
+    session.start_and_greet("-silent")
+    checks = json.loads(session.run("quorlinctl", "doctor", "--json").stdout)["checks"]
+    states = {check["subject"]: check["state"] for check in checks}
+    assert states["session bus"] == states["agent"] == states["settings"] == states["sensors"] == "ok"
+
+    session.use_machine("quirks")
+    session.configure(autostart=0)
+    session.environment["DBUS_SESSION_BUS_ADDRESS"] = "unix:path=/nonexistent"
+    ended = session.run("quorlinctl", "doctor")
+    assert ended.returncode == 1
+    assert re.search(r"^missing +session bus", ended.stdout, re.MULTILINE)
+    assert re.search(r"^missing +settings .* leaves the sensors plug-in off", ended.stdout, re.MULTILINE)
+
+
+@pytest.mark.parametrize("arguments, code", [(["--help"], 0), (["watch", "--help"], 0), (["doctor", "--help"], 0),
+                                             (["--version"], 0), ([], 2), (["nonsense"], 2),
+                                             (["watch", "--sometimes"], 2), (["watch", "--timeout", "soon"], 2)])
+def test_the_command_line_explains_itself(session, arguments, code):
+    ended = session.run("quorlinctl", *arguments)
+    assert ended.returncode == code
+    assert (ended.stdout if code == 0 else ended.stderr).strip()
+    assert not (ended.stderr if code == 0 else ended.stdout)
