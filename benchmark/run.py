@@ -2,21 +2,17 @@
 import os
 import pathlib
 import re
-import resource
-import shutil
 import signal
-import statistics
 import subprocess
 import sys
 import tempfile
 import time
-import urllib.request
 
-HERE = pathlib.Path(__file__).resolve().parent
+import peers
+
 BUILD = pathlib.Path(sys.argv[1]).resolve()
 TICKS = 4
-REPETITIONS = 9
-INPUTS = 66
+INTERVAL = 3  # seconds
 
 
 def start_bus():
@@ -33,40 +29,46 @@ def configure(folder):
     os.environ["XDG_CONFIG_HOME"] = str(folder)
 
 
-def cpu_microseconds(pid):
-    """Of all its threads, from the scheduler's own count."""
-    tasks = pathlib.Path(f"/proc/{pid}/task").iterdir()
-    return sum(int((task / "schedstat").read_text().split()[0]) for task in tasks) / 1000
+def run_benchmark():
+    """Passes the table on as it comes; returns the cost of the typical tick."""
+    tick = None
+    with subprocess.Popen([BUILD / "benchmark/quorlin-bench"], stdout=subprocess.PIPE, text=True) as benchmark:
+        for line in benchmark.stdout:
+            print(line, end="", flush=True)
+            row = re.match(r"  66 inputs, .* processes +([0-9.]+)", line)
+            tick = tick or row and float(row[1])
+    assert benchmark.returncode == 0, "the benchmark failed"
+    return tick
 
 
 def weigh():
-    """The memory of the real agent in the background, without consumers."""
+    """What the real agent takes in the background, without consumers."""
     agent = subprocess.Popen([BUILD / "src/programs/quorlin-sensors", "-silent"], stderr=subprocess.DEVNULL)
-    time.sleep(3 * TICKS)
-    before = cpu_microseconds(agent.pid)
-    time.sleep(3 * TICKS)
-    idle = (cpu_microseconds(agent.pid) - before) / TICKS
+    time.sleep(INTERVAL * TICKS)
+    before = peers.cpu_microseconds(agent.pid)
+    time.sleep(INTERVAL * TICKS)
+    idle = (peers.cpu_microseconds(agent.pid) - before) / TICKS
     smaps = pathlib.Path(f"/proc/{agent.pid}/smaps_rollup").read_text()
-    kilobytes = {key: int(value) for key, value in re.findall(r"^(\w+): +(\d+) kB", smaps, re.MULTILINE)}
+    megabytes = {key: int(value) / 1024 for key, value in re.findall(r"^(\w+): +(\d+) kB", smaps, re.MULTILINE)}
     agent.send_signal(signal.SIGTERM)
     agent.wait()
     print("\nThe agent in the background, without consumers")
-    print(f"  processor time a tick, microseconds        {idle:12.1f}")
-    print("\nIts memory                                                    MB    wanted")
-    print(f"  resident                                   {kilobytes['Rss'] / 1024:12.2f}      <= 8")
-    print(f"  private and dirty                          {kilobytes['Private_Dirty'] / 1024:12.2f}      <= 1")
+    print(f"  processor time a tick, us  {idle:10.1f}")
+    print(f"  resident, MB               {megabytes['Rss']:10.2f}   wanted <= 8")
+    print(f"  private and dirty, MB      {megabytes['Private_Dirty']:10.2f}   wanted <= 1", flush=True)
 
 
 def main():
-    with tempfile.TemporaryDirectory(dir="/dev/shm") as folder:
-        configure(pathlib.Path(folder))
+    with tempfile.TemporaryDirectory(dir="/dev/shm") as name:
+        folder = pathlib.Path(name)
+        configure(folder / "config")
         daemon = start_bus()
         try:
-            subprocess.run([BUILD / "benchmark/quorlin-bench"], check=True)
+            tick = run_benchmark()
             weigh()
             if "--peers" in sys.argv:
-                import peers
-                peers.compare(BUILD, pathlib.Path(folder))
+                subprocess.run([BUILD / "benchmark/quorlin-bench", "--write-machine", folder / "machine"], check=True)
+                peers.compare(tick, folder / "machine", folder)
         finally:
             daemon.kill()
             daemon.wait()

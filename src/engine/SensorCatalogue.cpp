@@ -1,9 +1,11 @@
 #include "engine/SensorCatalogue.h"
 
 #include <algorithm>
+#include <array>
 #include <map>
 #include <set>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace quorlin {
@@ -35,13 +37,19 @@ Named named(const FoundChip& chip, const FoundChannel& channel) {
   return sensor;
 }
 
-/// Adds the chip to the labels that several chips use.
+/// Drivers whose labels name a part of the device, which says little without it: an edge, a composite of
+/// what?
+constexpr std::array<std::string_view, 6> kLabellingParts = {"nvme",   "amdgpu", "nouveau",
+                                                             "radeon", "i915",   "xe"};
+
+/// Adds the chip to the labels that several chips use, or that say nothing by themselves.
 void tellChipsApart(std::vector<Named>& sensors) {
   std::map<std::string, std::set<const FoundChip*>> users;
   for (const Named& sensor : sensors) users[sensor.label].insert(sensor.chip);
   for (Named& sensor : sensors) {
-    if (!sensor.namesChip && users[sensor.label].size() > 1)
-      sensor.label += " (" + sensor.chip->displayName + ")";
+    if (sensor.namesChip) continue;
+    const bool isPart = std::ranges::find(kLabellingParts, sensor.chip->name) != kLabellingParts.end();
+    if (isPart || users[sensor.label].size() > 1) sensor.label += " (" + sensor.chip->displayName + ")";
   }
 }
 

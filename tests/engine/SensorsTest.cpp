@@ -120,7 +120,7 @@ TEST(Sensors, LabelsAreWhatAPersonReads) {
       {"quirks", "thermal/cpu-thermal#2", "cpu-thermal #2"},
       {"laptop", "platform/coretemp.0/temp2", "Core 0"},
       {"laptop", "platform/thinkpad_hwmon/temp3", "thinkpad Temp 3"},
-      {"laptop", "pci0000:00/0000:00:1d.0/0000:3d:00.0/nvme/temp1", "Composite"},
+      {"laptop", "pci0000:00/0000:00:1d.0/0000:3d:00.0/nvme/temp1", "Composite (Exemplar SSD 512GB)"},
       {"laptop", "thermal/acpitz/temp1", "acpitz"},
       {"laptop", "thermal/B0D4", "B0D4"},
       {"laptop", "thermal/x86_pkg_temp", "absent"},

@@ -28,15 +28,18 @@ std::vector<Reading> readingsOf(const Dictionary& userInfo, std::string_view lab
       values != nullptr && values->dictionary() != nullptr ? *values->dictionary() : none;
   std::vector<Reading> readings;
   for (const auto& [id, label] : *labels->dictionary()) {
+    // The agent gives both the same order; a search for each would be slow for thousands.
+    const std::size_t index = readings.size();
+    const bool inOrder = index < numbers.size() && numbers[index].first == id;
+    const PropertyList* value = inOrder ? &numbers[index].second : find(numbers, id);
     const std::string* text = label.string();
-    readings.push_back(
-        {.id = id, .label = text == nullptr ? id : *text, .value = numberOf(find(numbers, id))});
+    readings.push_back({.id = id, .label = text == nullptr ? id : *text, .value = numberOf(value)});
   }
   return readings;
 }
 
-DiskActivity activityOf(const Dictionary& userInfo, std::string_view archiveKey, std::string_view totalKey) {
-  DiskActivity activity{.rates = {}, .total = numberOf(find(userInfo, totalKey))};
+DiskTraffic activityOf(const Dictionary& userInfo, std::string_view archiveKey, std::string_view totalKey) {
+  DiskTraffic activity{.rates = {}, .total = numberOf(find(userInfo, totalKey))};
   const PropertyList* archive = find(userInfo, archiveKey);
   if (archive == nullptr || archive->data() == nullptr) return activity;
   const std::optional<PropertyList> root = unarchiveRootObject(*archive->data());

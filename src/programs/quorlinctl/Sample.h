@@ -21,7 +21,7 @@ struct Reading {
 };
 
 /// The last rates in bytes a second, oldest first, and bytes since the machine started (NaN where not known).
-struct DiskActivity {
+struct DiskTraffic {
   std::vector<double> rates;
   double total = kUnknownValue;
 
@@ -31,8 +31,8 @@ struct DiskActivity {
 struct Sample {
   std::vector<Reading> temperatures;
   std::vector<Reading> fans;
-  DiskActivity read;
-  DiskActivity written;
+  DiskTraffic read;
+  DiskTraffic written;
 };
 
 /// Whatever a sender left out or wrote as another kind is missing or not known in the sample.

@@ -122,7 +122,7 @@ class ViewRenderer {
     lines.push_back(diskLine("  Write", sample.written));
   }
 
-  StyledLine diskLine(std::string_view label, const DiskActivity& activity) const {
+  StyledLine diskLine(std::string_view label, const DiskTraffic& activity) const {
     const int columns =
         std::clamp(size_.columns - kDiskLabelColumns - kDiskRateColumns, 0, kLongestSparkline);
     StyledLine line = newLine();
