@@ -115,8 +115,11 @@ std::string runtimeStatusOf(Tree& tree, std::string devicePath) {
 }
 
 std::string rotatingDiskOf(Tree& tree, const std::string& device) {
-  for (const std::string& disk : tree.names(device + "/block")) {
-    if (tree.text(device + "/block/" + disk + "/queue/rotational") == "1") return disk;
+  const std::string disks = device + "/block/";
+  for (const std::string& disk : tree.names(disks)) {
+    std::string path = disks;
+    path.append(disk).append("/queue/rotational");
+    if (tree.text(path) == "1") return disk;
   }
   return {};
 }

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <ranges>
 #include <vector>
 
 namespace quorlin {
@@ -86,9 +85,12 @@ std::optional<std::string> applicationIdOfControlGroups(std::string_view control
     if (second == std::string_view::npos) continue;
     const std::string_view controllers = line.substr(first + 1, second - first - 1);
     if (!controllers.empty() && controllers != "name=systemd") continue;
-    const std::vector<std::string_view> groups = split(line.substr(second + 1), '/');
-    for (const std::string_view group : std::ranges::reverse_view(groups)) {
-      if (std::optional<std::string> id = applicationIdOfUnit(group)) return id;
+    std::string_view path = line.substr(second + 1);
+    while (!path.empty()) {
+      const std::size_t slash = path.rfind('/');
+      if (slash == std::string_view::npos) break;
+      if (std::optional<std::string> id = applicationIdOfUnit(path.substr(slash + 1))) return id;
+      path = path.substr(0, slash);
     }
   }
   return std::nullopt;

@@ -63,13 +63,13 @@ const std::vector<PartOfMachine>& partsOfMachine() {
       {"Memory", {"dimm", "jc42", "spd5118", "memory"}},
       {"Network", {"iwlwifi", "ieee80211", "/net/", "wifi", "r8169", "mt79"}},
       {"Battery", {"power_supply", "battery", "bat0", "bat1"}},
-      {"System", {}},
+      {kRemainderTitle, {}},
   };
   return parts;
 }
 
-constexpr std::array<std::string_view, 7> kOrder = {"Processor", "Graphics", "Memory", "Storage",
-                                                    "Network",   "Battery",  "System"};
+constexpr std::array<std::string_view, 7> kOrder = {"Processor", "Graphics", "Memory",       "Storage",
+                                                    "Network",   "Battery",  kRemainderTitle};
 
 std::string_view partOf(const Reading& reading) {
   std::string text = reading.id + " " + reading.label;

@@ -6,6 +6,7 @@
 #include <limits>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace quorlin {
@@ -46,6 +47,9 @@ struct ReadingGroup {
   std::string title;
   std::vector<Reading> readings;
 };
+
+/// The group of the temperatures that belong to no part that is known.
+inline constexpr std::string_view kRemainderTitle = "System";
 
 /// Temperatures by the part of the machine that their ids and labels speak of, processor first, empty groups
 /// left out.

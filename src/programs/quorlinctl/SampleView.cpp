@@ -89,9 +89,11 @@ class ViewRenderer {
     for (ReadingGroup& group : groupTemperatures(sample.temperatures)) {
       blocks.push_back({.quantity = Quantity::Temperature, .group = std::move(group)});
     }
-    if (!sample.fans.empty()) {
-      blocks.push_back({.quantity = Quantity::Fan, .group = {.title = "Fans", .readings = sample.fans}});
-    }
+    if (sample.fans.empty()) return blocks;
+    // Before the remaining temperatures, which a small terminal may have no room for.
+    const bool hasRemainder = !blocks.empty() && blocks.back().group.title == kRemainderTitle;
+    blocks.insert(hasRemainder ? blocks.end() - 1 : blocks.end(),
+                  {.quantity = Quantity::Fan, .group = {.title = "Fans", .readings = sample.fans}});
     return blocks;
   }
 
