@@ -70,7 +70,7 @@ def main():
                 subprocess.run([BUILD / "benchmark/quorlin-bench", "--write-machine", folder / "machine"], check=True)
                 peers.compare(tick, folder / "machine", folder)
         finally:
-            daemon.kill()
+            daemon.terminate()
             daemon.wait()
 
 

@@ -138,7 +138,7 @@ class AppDelegate final : public ApplicationDelegate {
   std::string workflowFile_;
   std::unique_ptr<StatisticsData> statsData_;
   std::unique_ptr<QuorlinSensorsEngine> se_;
-  std::optional<std::int64_t> powerLimit_;
+  std::atomic<std::int64_t> powerLimit_ = 0;
   std::atomic<bool> powerLimitEnabled_ = false;
   std::int32_t skipPowerMetrics_ = 0;
   std::int32_t macHasBattery_ = 0;

@@ -73,7 +73,7 @@ void AppDelegate::doPowerWork() {
       level = battery[1];
     }
   }
-  switch (decideCharge(powerLimit_.value_or(0), level, macHasBattery_, powerLimitEnabled_)) {
+  switch (decideCharge(powerLimit_, level, macHasBattery_, powerLimitEnabled_)) {
     case ChargeDecision::Hold:
       limitChargeThenRecord(false);
       break;
@@ -99,8 +99,7 @@ void AppDelegate::postPowerMetrics() {
   getStatisticsData([this](const std::optional<std::string>& metrics) {
     if (!metrics) return;
     services_.notificationCenter.post(notification::kCoreData, kCoreAgent,
-                                      powerMetricsPayload(*metrics, powerLimit_.value_or(0)),
-                                      Delivery::Immediate);
+                                      powerMetricsPayload(*metrics, powerLimit_), Delivery::Immediate);
   });
 }
 

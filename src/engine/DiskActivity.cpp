@@ -16,8 +16,12 @@ const DiskCounters* findDisk(const std::vector<DiskCounters>& disks, const std::
   return found == disks.end() ? nullptr : &*found;
 }
 
-double bytesBetween(std::uint64_t before, std::uint64_t after) {
-  return after < before ? 0.0 : static_cast<double>(after - before) * kSectorSize;
+/// No disk moves more bytes a second: a counter that claims so has gone astray, or comes back from there.
+constexpr double kFastest = 100e9;
+
+double rateBetween(std::uint64_t before, std::uint64_t after, double seconds) {
+  const double rate = after < before ? 0.0 : static_cast<double>(after - before) * kSectorSize / seconds;
+  return rate <= kFastest ? rate : 0.0;
 }
 
 void addSaturating(std::int64_t& total, std::uint64_t sectors) {
@@ -31,15 +35,15 @@ void addSaturating(std::int64_t& total, std::uint64_t sectors) {
 
 DiskRates ratesBetween(const std::vector<DiskCounters>& before, const std::vector<DiskCounters>& after,
                        std::chrono::nanoseconds elapsed) {
+  const double seconds = std::chrono::duration<double>(elapsed).count();
   DiskRates rates;
   for (std::size_t i = 0; i < after.size(); ++i) {
     const DiskCounters* disk = findDisk(before, after[i].name, i);
     if (disk == nullptr) continue;
-    rates.read += bytesBetween(disk->sectorsRead, after[i].sectorsRead);
-    rates.write += bytesBetween(disk->sectorsWritten, after[i].sectorsWritten);
+    rates.read += rateBetween(disk->sectorsRead, after[i].sectorsRead, seconds);
+    rates.write += rateBetween(disk->sectorsWritten, after[i].sectorsWritten, seconds);
   }
-  const double seconds = std::chrono::duration<double>(elapsed).count();
-  return {.read = rates.read / seconds, .write = rates.write / seconds};
+  return rates;
 }
 
 DiskTotals totalsOf(const std::vector<DiskCounters>& disks) {

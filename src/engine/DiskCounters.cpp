@@ -68,7 +68,9 @@ std::optional<std::vector<DiskCounters>> DiskCounterReader::read() {
   if (!text) return std::nullopt;
   std::vector<DiskCounters> disks;
   disks.reserve(lastCount_);
-  for (std::size_t number = 0; !text->empty(); ++number) {
+  bool malformed = false;
+  std::size_t number = 0;  // of the lines that have a name
+  while (!text->empty()) {
     const std::size_t length = std::min(text->find('\n'), text->size());
     std::string_view line = text->substr(0, length);
     text->remove_prefix(std::min(length + 1, text->size()));
@@ -76,16 +78,15 @@ std::optional<std::vector<DiskCounters>> DiskCounterReader::read() {
 
     const std::optional<std::string_view> name = takeName(line);
     std::optional<DiskCounters> disk;
-    if (name && !isCounted(number, *name)) continue;
+    if (name && !isCounted(number++, *name)) continue;
     if (name) disk = parseCounts(*name, line);
-    if (!disk) {
-      report("it is malformed");
-      return std::nullopt;
-    }
-    disks.push_back(*std::move(disk));
+    if (disk) disks.push_back(*std::move(disk));
+    malformed = malformed || !disk;
   }
+  if (malformed) report(disks.empty() ? "it is malformed" : "a line of it is malformed");
+  if (malformed && disks.empty()) return std::nullopt;
   lastCount_ = disks.size();
-  reported_ = false;
+  reported_ = malformed;
   return disks;
 }
 

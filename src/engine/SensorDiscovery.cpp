@@ -114,14 +114,16 @@ std::string runtimeStatusOf(Tree& tree, std::string devicePath) {
   return {};
 }
 
-std::string rotatingDiskOf(Tree& tree, const std::string& device) {
+/// A drive's sensor is there before its disk, while the kernel still examines it.
+void findDisk(Tree& tree, const std::string& device, FoundChip& chip) {
   const std::string disks = device + "/block/";
-  for (const std::string& disk : tree.names(disks)) {
+  const auto names = tree.names(disks);
+  chip.awaitsDisk = names.empty();
+  for (const std::string& disk : names) {
     std::string path = disks;
     path.append(disk).append("/queue/rotational");
-    if (tree.text(path) == "1") return disk;
+    if (tree.text(path) == "1") chip.rotatingDisk = disk;
   }
-  return {};
 }
 
 std::optional<FoundChip> findChip(Tree& tree, const std::string& entry) {
@@ -144,7 +146,7 @@ std::optional<FoundChip> findChip(Tree& tree, const std::string& entry) {
   if (isDrive) chip.displayName = displayText(tree.text(device + "/model"));
   if (chip.displayName.empty()) chip.displayName = chip.name.empty() ? deviceName : chip.name;
   chip.runtimeStatus = runtimeStatusOf(tree, devicePath);
-  if (chip.name == "drivetemp") chip.rotatingDisk = rotatingDiskOf(tree, device);
+  if (chip.name == "drivetemp") findDisk(tree, device, chip);
   return chip;
 }
 

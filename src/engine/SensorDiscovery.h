@@ -38,6 +38,8 @@ struct FoundChip {
   std::string runtimeStatus;
   /// The disk that a reading would keep spinning; empty for everything else.
   std::string rotatingDisk;
+  /// The drive's disk has not appeared yet, so nobody knows whether it rotates.
+  bool awaitsDisk = false;
   /// Temperatures, then fans, by number.
   std::vector<FoundChannel> channels;
 };

@@ -66,6 +66,7 @@ void SensorReader::adopt(const std::vector<FoundChip>& chips,
     chip.directory = found.directory;
     chip.runtimeStatus.name = found.runtimeStatus;
     chip.rotatingDisk = found.rotatingDisk;
+    chip.awaitsDisk = found.awaitsDisk;
     chip.channels.reserve(found.channels.size());
     for (const FoundChannel& channel : found.channels) {
       const std::size_t index = channel.kind == SensorKind::Fan ? fans++ : temperatures++;
@@ -96,6 +97,10 @@ SensorValues SensorReader::read(std::chrono::nanoseconds now,
 
 bool SensorReader::isAsleep(Chip& chip, std::chrono::nanoseconds now,
                             const std::optional<std::vector<DiskCounters>>& disks) {
+  if (chip.awaitsDisk) {
+    foundStale_ = true;
+    return true;
+  }
   // Reading its temperature may keep a disk from spinning down (Documentation/hwmon/drivetemp.rst).
   if (!chip.rotatingDisk.empty() && !diskUse_.usedRecently(chip.rotatingDisk, now, disks)) return true;
   if (chip.runtimeStatus.name.empty()) return false;

@@ -37,7 +37,7 @@ class SensorReader {
 
   SensorValues read(std::chrono::nanoseconds now, const std::optional<std::vector<DiskCounters>>& disks);
 
-  /// Whether the last reading met a sensor whose device has gone, so that a new discovery is due.
+  /// Whether the last reading met a device that has gone or was not complete, so that a new discovery is due.
   bool foundStale() const { return foundStale_; }
 
  private:
@@ -59,6 +59,7 @@ class SensorReader {
     std::string directory;
     File runtimeStatus;
     std::string rotatingDisk;
+    bool awaitsDisk = false;
     std::vector<Channel> channels;
   };
   /// The beginning of a file's contents, or an error.

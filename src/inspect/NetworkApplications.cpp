@@ -4,7 +4,10 @@
 namespace quorlin {
 
 void AppDelegate::getNetworkApps() {
-  services_.log.line("network applications were asked for; this version does not list them");
+  // Once: whoever asks may ask again and again.
+  static bool said = false;
+  if (!said) services_.log.line("network applications were asked for; this version does not list them");
+  said = true;
 }
 
 }  // namespace quorlin

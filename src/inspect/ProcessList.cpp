@@ -3,6 +3,7 @@
 #include "core/AppDelegate.h"
 #include "platform/Utf8.h"
 
+#include <algorithm>
 #include <charconv>
 #include <string_view>
 
@@ -32,6 +33,9 @@ float processorShareFromPsOutput(const Data& output) {
   std::string_view line = text.substr(headerEnd + 1);
   line = line.substr(0, line.find('\n'));
   line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
+  // What begins with a letter would be read as infinity or not-a-number.
+  const bool isNumber = !line.empty() && std::string_view("-.0123456789").find(line.front()) != line.npos;
+  if (!isNumber) return 0.0F;
   float share = 0.0F;
   std::from_chars(line.data(), line.data() + line.size(), share);
   return share;

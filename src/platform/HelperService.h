@@ -9,8 +9,8 @@
 namespace quorlin {
 
 /// One connection to the helper. Of each message's two handlers exactly one runs, once, after the call has
-/// returned, on the connection's own queue: take any thread for granted. Neither runs after the connection
-/// was destroyed.
+/// returned; a message that is open when the connection is destroyed fails. They run on the connection's own
+/// queue, from which the platform lets UserDefaults be set, notifications be posted and lines be logged.
 class HelperToolConnection {
  public:
   using StringReply = std::function<void(std::string)>;

@@ -29,7 +29,7 @@ class Observation {
   virtual ~Observation() = default;
 };
 
-/// Main thread only.
+/// Main thread only, but for post, which a helper's reply may call on its own queue.
 class NotificationCenter {
  public:
   using Handler = std::function<void(const Notification&)>;

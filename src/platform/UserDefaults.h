@@ -11,7 +11,7 @@ namespace quorlin {
 
 /// Reading never fails: a value that is absent or of no use reads as 0, false or nothing. A value set is
 /// read back for the rest of the run even where it could not be stored. Main thread only, but for
-/// setBoolean, which a helper's reply may call on its own thread.
+/// the setters, which a helper's reply may call on its own queue.
 class UserDefaults {
  public:
   virtual ~UserDefaults() = default;

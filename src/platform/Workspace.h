@@ -15,7 +15,7 @@ class Workspace {
  public:
   virtual ~Workspace() = default;
 
-  /// In no particular order.
+  /// Those that this family of programs may have to do with, at the least; in no particular order.
   virtual std::vector<RunningApplication> runningApplications() const = 0;
 };
 

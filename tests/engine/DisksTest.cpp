@@ -52,6 +52,12 @@ TEST(DiskRates, AreSummedOverTheDisksThatBothReadingsHave) {
       {"a new disk", {disk("b", 1, 1)}, {disk("a", 900, 900), disk("b", 2, 1)}, seconds(1), {512, 0}},
       {"a vanished disk", {disk("a", 900, 900), disk("b", 1, 1)}, {disk("b", 1, 2)}, seconds(1), {0, 512}},
       {"backwards", {disk("a", 100, 100)}, {disk("a", 99, 101)}, seconds(1), {0, 512}},
+      {"a counter gone astray", {disk("a", 5, 1)}, {disk("a", kMost, 2)}, seconds(3600), {0, 512.0 / 3600}},
+      {"a counter back from there",
+       {disk("a", 5, 1)},
+       {disk("a", 1'000'000'000'000, 2)},
+       seconds(3),
+       {0, 512.0 / 3}},
       {"a wrap", {disk("a", kMost, 5)}, {disk("a", 3, 6)}, seconds(1), {0, 512}},
   };
   for (const auto& [what, before, after, elapsed, expected] : cases) {
@@ -142,6 +148,15 @@ TEST(Disks, ThatCannotBeReadAreZerosAndHarmNoSensor) {
   missing.machine.write("proc/diskstats", "8 0 sda 1 0 2 0 1 0 3 0 0 0 0\n");
   missing.tick();
   EXPECT_EQ(*missing.statistics.diskIO_read(), PropertyList(1024));
+}
+
+TEST(Disks, OneMalformedLineHarmsNoOtherDisk) {
+  EngineFixture machine("quirks");
+  machine.machine.write("proc/diskstats",
+                        "8 0 sda 1 0 2 0 1 0 3 0 0 0 0\n\ngarbage\n\n8 0 sda 1 0 x 0 1 0 3 0 0 0 0\n");
+  for (int i = 0; i < 3; ++i) machine.tick();
+  EXPECT_EQ(*machine.statistics.diskIO_read(), PropertyList(1024));
+  EXPECT_THAT(machine.log.lines, Contains(HasSubstr("a line of it is malformed")).Times(1));
 }
 
 }  // namespace

@@ -279,6 +279,19 @@ TEST(Sensors, ARotatingDiskIsReadOnlyWithinAMinuteOfItsWork) {
   EXPECT_EQ(solid.temperature("pci0000:00/0000:00:08.1/ata1/0:0:0/temp1"), 33.0);
 }
 
+TEST(Sensors, ADriveIsNotReadBeforeItsDiskHasAppeared) {
+  EngineFixture machine("workstation");
+  const std::string device = "sys/devices/pci0000:00/0000:00:08.1/ata1/host0/target0:0:0/0:0:0:0";
+  machine.machine.remove(device + "/block");
+  for (int i = 0; i < 2; ++i) {
+    machine.tick();
+    EXPECT_TRUE(isSame(machine.temperature("pci0000:00/0000:00:08.1/ata1/0:0:0/temp1"), kNaN));
+  }
+  machine.machine.write(device + "/block/sda/queue/rotational", "0\n");
+  for (int i = 0; i < 2; ++i) machine.tick();
+  EXPECT_EQ(machine.temperature("pci0000:00/0000:00:08.1/ata1/0:0:0/temp1"), 33.0);
+}
+
 TEST(Sensors, ThousandsAreReadWithFewDescriptors) {
   EngineFixture machine;
   for (int chip = 0; chip < 60; ++chip) {

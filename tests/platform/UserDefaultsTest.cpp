@@ -3,6 +3,7 @@
 #include "platform/linux/UserDefaults.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 namespace quorlin {
 namespace {
@@ -41,12 +42,13 @@ TEST_F(UserDefaultsTest, KeepsValuesForTheNextRun) {
 
 TEST_F(UserDefaultsTest, ReadsWhatAPersonWrote) {
   folder_.write("quorlin-sensors/settings.conf",
-                "[Settings]\none=1\nyes=yes\ntext=off\nhuge=99999999999999999999\nleading=12abc\n"
+                "\xEF\xBB\xBF[Settings]\none=1\nyes=yes\ntext=off\nhuge=99999999999999999999\nleading=12abc\n"
                 "day=2026-11-22T10:00:00Z\nnoday=yesterday\n");
   const KeyFileUserDefaults defaults = open();
   EXPECT_EQ(defaults.integer("one"), 1);
   EXPECT_TRUE(defaults.boolean("one"));
   EXPECT_TRUE(defaults.boolean("yes"));
+  EXPECT_EQ(defaults.integer("yes"), 1);
   EXPECT_FALSE(defaults.boolean("text"));
   EXPECT_EQ(defaults.integer("text"), 0);
   EXPECT_EQ(defaults.integer("huge"), std::numeric_limits<std::int64_t>::max());
@@ -66,9 +68,13 @@ TEST_F(UserDefaultsTest, AChangeKeepsWhatWasWrittenMeanwhile) {
                     HasSubstr("batterylimit=80"), HasSubstr("[Window]\nx=1")));
 }
 
-TEST_F(UserDefaultsTest, AMalformedFileIsSetAsideNotOverwritten) {
-  for (const char* aside : {"settings.conf.unreadable", "settings.conf.unreadable-2"}) {
-    const std::string broken = std::string("<<<<<<< ") + aside + "\nautostart=1\n";
+TEST_F(UserDefaultsTest, AMalformedFileIsKeptAsideBeforeItIsReplaced) {
+  const std::pair<const char*, std::string> cases[] = {
+      {"settings.conf.unreadable", "<<<<<<< mine\nautostart=1\n"},
+      {"settings.conf.unreadable-2", "autostart=1 without a group\n"},
+      {"settings.conf.unreadable-3", std::string(40, '\0')},
+  };
+  for (const auto& [aside, broken] : cases) {
     folder_.write("quorlin-sensors/settings.conf", broken);
     log_.lines.clear();
     KeyFileUserDefaults defaults = open();
@@ -79,6 +85,16 @@ TEST_F(UserDefaultsTest, AMalformedFileIsSetAsideNotOverwritten) {
     EXPECT_THAT(log_.lines.back(), HasSubstr(aside));
     EXPECT_EQ(open().integer("batterylimit"), 80);
   }
+}
+
+TEST_F(UserDefaultsTest, AFileThatCannotBeOpenedIsLeftAlone) {
+  std::filesystem::create_directories(file_.parent_path());
+  ASSERT_EQ(mkfifo(file_.c_str(), 0600), 0);
+  KeyFileUserDefaults defaults = open();
+  defaults.setInteger("batterylimit", 80);
+  EXPECT_THAT(log_.lines, ElementsAre(HasSubstr("not a regular file"), HasSubstr("not saved")));
+  EXPECT_TRUE(std::filesystem::is_fifo(file_));
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(file_.parent_path()), {}), 1);
 }
 
 TEST_F(UserDefaultsTest, WhatCannotBeStoredIsReportedAndKeptForTheRun) {
@@ -102,6 +118,11 @@ TEST_F(UserDefaultsTest, ALinkToTheSettingsStaysALink) {
   open().setInteger("autostart", 0);
   EXPECT_TRUE(std::filesystem::is_symlink(file_));
   EXPECT_THAT(folder_.read("dotfiles/settings.conf"), HasSubstr("autostart=0"));
+
+  std::filesystem::remove(target);
+  open().setInteger("autostart", 1);
+  EXPECT_TRUE(std::filesystem::is_symlink(file_)) << "also one that led nowhere";
+  EXPECT_THAT(folder_.read("dotfiles/settings.conf"), HasSubstr("autostart=1"));
 }
 
 }  // namespace

@@ -36,7 +36,8 @@ class FakeCenter final : public NotificationCenter {
 TEST(Consumer, AnnouncesTheMainApplicationAgainOnlyAfterAHeartbeatWithoutSample) {
   FakeCenter center;
   {
-    const Consumer consumer(center, Role::MainApp, [](const Notification&) {});
+    const Consumer consumer(
+        center, Role::MainApp, [] { return true; }, [](const Notification&) {});
     EXPECT_THAT(center.posted, ElementsAre("QuorlinActive"));
     EXPECT_FALSE(consumer.heardHeartbeat());
     for (const std::string_view name :
@@ -53,12 +54,22 @@ TEST(Consumer, AnnouncesTheMainApplicationAgainOnlyAfterAHeartbeatWithoutSample)
   EXPECT_EQ(center.posted.back(), "QuorlinInactive");
 }
 
+TEST(Consumer, LeavesQuietlyWhenAnotherMainApplicationStays) {
+  FakeCenter center;
+  {
+    const Consumer consumer(
+        center, Role::MainApp, [] { return false; }, [](const Notification&) {});
+  }
+  EXPECT_THAT(center.posted, ElementsAre("QuorlinActive"));
+}
+
 TEST(Consumer, AsWidgetAnnouncesNothingAndHearsItsOwnNotifications) {
   FakeCenter center;
   std::vector<std::string> heard;
   {
-    const Consumer consumer(center, Role::Widget,
-                            [&](const Notification& notification) { heard.push_back(notification.name); });
+    const Consumer consumer(
+        center, Role::Widget, [] { return true; },
+        [&](const Notification& notification) { heard.push_back(notification.name); });
     for (const std::string_view name : {notification::kSensorsActiveW, notification::kSensorsActiveW,
                                         notification::kSensorsDataW, notification::kCoreData}) {
       center.deliver(name);

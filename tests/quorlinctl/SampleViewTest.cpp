@@ -40,6 +40,7 @@ class Rendering : public testing::Test {
     return {.machine = "Wohnzimmer-Rechner mit sehr langem Namen",
             .time = "12:34:56",
             .sample = std::move(sample),
+            .silence = {},
             .powerMetrics = "CPU Power: 4512 mW\r\n\n\tGPU Power: \x1b[31m3 mW\n"};
   }
 
@@ -119,6 +120,9 @@ TEST_F(Rendering, LetsNoControlCharacterOfALabelThrough) {
 TEST_F(Rendering, SaysWhatItWaitsForAndThatThereIsNothing) {
   EXPECT_THAT(joined(renderView({}, {.columns = 80, .rows = 24}, kPlain)),
               HasSubstr("waiting for the agent…"));
+  SampleView silent;
+  silent.silence = "the agent is not running";
+  EXPECT_THAT(joined(renderView(silent, {.columns = 80, .rows = 24}, kPlain)), HasSubstr(silent.silence));
   SampleView empty;
   empty.sample.emplace(sampleOf({}));
   EXPECT_THAT(joined(renderView(empty, {.columns = 80, .rows = 24}, kPlain)), HasSubstr("shows no sensors"));

@@ -131,6 +131,6 @@ class Session:
             if child.poll() is None:
                 child.send_signal(signal.SIGKILL)
             child.wait()
-        self.daemon.kill()
+        self.daemon.terminate()  # so that it takes its socket away
         self.daemon.wait()
         self.daemon.stdout.close()

@@ -62,6 +62,14 @@ def test_a_restarted_agent_finds_the_watcher_again(session):
     listener.wait_for("QuorlinSensorsDataM")
 
 
+def test_a_leaving_watcher_leaves_the_main_application_active(session):
+    _, main_app = session.start_and_greet("-silent", name="brellwick.Quorlin")
+    main_app.post("QuorlinActive")
+    assert session.run("quorlinctl", "watch", "--once", "--json").returncode == 0
+    main_app.wait_for("QuorlinSensorsDataM", 2)
+    assert "QuorlinInactive" not in main_app.names()
+
+
 @pytest.mark.parametrize("running, plugin, reason",
                          [(False, 1, "the agent is not running"), (True, 0, "sensors plug-in is switched off")])
 def test_without_samples_watch_says_why(session, running, plugin, reason):

@@ -30,9 +30,9 @@ class FailingConnection final : public HelperToolConnection {
 
   void fail(ErrorHandler failed) {
     runLoop_.performOnMainThread([state = std::weak_ptr<State>(state_), failed = std::move(failed)] {
+      failed();
       const std::shared_ptr<State> alive = state.lock();
       if (!alive) return;
-      failed();
       if (const auto invalidated = std::exchange(alive->invalidated, nullptr)) invalidated();
     });
   }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <iterator>
@@ -17,6 +18,10 @@ constexpr const char* kInterface = "org.freedesktop.Application";
 /// (Startup Notification, XDG Activation), and the key under which the program passes it on.
 constexpr std::array<std::pair<const char*, const char*>, 2> kActivationTokens = {
     {{"DESKTOP_STARTUP_ID", "desktop-startup-id"}, {"XDG_ACTIVATION_TOKEN", "activation-token"}}};
+
+/// How long another instance may take to answer, and how often it may leave just then.
+constexpr std::chrono::microseconds kPatience = std::chrono::seconds(5);
+constexpr int kAttempts = 5;
 
 BusMessage methodCall(const Bus& bus, const std::string& name, const std::string& path, const char* member) {
   sd_bus_message* message = nullptr;
@@ -118,17 +123,20 @@ bool BusApplication::becomeOnlyInstance() {
   checked(sd_bus_add_object_vtable(bus_.get(), &slot, path_.c_str(), kInterface, Methods::table(), this),
           "offer the application on the session bus");
   object_.reset(slot);
-  const int requested = sd_bus_request_name(bus_.get(), id_.c_str(), 0);
-  if (requested != -EEXIST) {
-    checked(requested, "take the application's name on the session bus");
-    return true;
+  // The other may leave before it has answered; then the name is free.
+  for (int attempts = 0; attempts < kAttempts; ++attempts) {
+    const int requested = sd_bus_request_name(bus_.get(), id_.c_str(), 0);
+    if (requested != -EEXIST) {
+      checked(requested, "take the application's name on the session bus");
+      return true;
+    }
+    if (handOver()) break;
   }
   object_.reset();
-  handOver();
   return false;
 }
 
-void BusApplication::handOver() const {
+bool BusApplication::handOver() const {
   const std::vector<std::string> toOpen = urls();
   const BusMessage call = methodCall(bus_, id_, path_, toOpen.empty() ? "Activate" : "Open");
   if (!toOpen.empty()) {
@@ -144,11 +152,18 @@ void BusApplication::handOver() const {
   } else {
     appendPlatformData(call.get());
   }
+  sd_bus_message_set_auto_start(call.get(), 0);
   sd_bus_error error = SD_BUS_ERROR_NULL;
-  const int result = sd_bus_call(bus_.get(), call.get(), 0, &error, nullptr);
+  const auto before = std::chrono::steady_clock::now();
+  const int result = sd_bus_call(bus_.get(), call.get(), kPatience.count(), &error, nullptr);
+  // The bus says so at once; an instance that hangs is known by the time alone.
+  const bool hasLeft = std::chrono::steady_clock::now() - before < kPatience &&
+                       sd_bus_error_has_names(&error, SD_BUS_ERROR_NO_REPLY, SD_BUS_ERROR_SERVICE_UNKNOWN,
+                                              SD_BUS_ERROR_NAME_HAS_NO_OWNER) != 0;
   const std::string reason = error.message == nullptr ? "" : error.message;
   sd_bus_error_free(&error);
-  if (result < 0) throw BusError("the running instance does not answer: " + reason);
+  if (result < 0 && !hasLeft) throw BusError("the running instance does not answer: " + reason);
+  return result >= 0;
 }
 
 std::vector<std::string> BusApplication::urls() const {
@@ -163,13 +178,20 @@ void BusApplication::run(ApplicationDelegate& delegate) {
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
     signals_.push_back(LinuxRunLoop::watchSignal(signal, [this] { askToTerminate(); }));
   }
-  bus_.setDisconnectedHandler([this] {
+  const auto busWentAway = [this] {
     log_.line("the session bus has gone away");
     askToTerminate();
-  });
-  delegate.applicationWillFinishLaunching();
-  delegate.applicationDidFinishLaunching();
-  opened(urls());
+  };
+  bus_.setDisconnectedHandler(busWentAway);
+  try {
+    delegate.applicationWillFinishLaunching();
+    delegate.applicationDidFinishLaunching();
+    opened(urls());
+  } catch (const BusError&) {
+    if (sd_bus_is_open(bus_.get()) > 0) throw;
+    bus_.setDisconnectedHandler(nullptr);
+    busWentAway();
+  }
   runLoop_.run();
   bus_.setDisconnectedHandler(nullptr);
   signals_.clear();

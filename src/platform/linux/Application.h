@@ -43,7 +43,8 @@ class BusApplication final : public Application {
  private:
   struct Methods;
 
-  void handOver() const;
+  /// False when the other instance has left instead of answering. Throws BusError.
+  bool handOver() const;
   std::vector<std::string> urls() const;
   void askToTerminate();
   void activated(const std::vector<std::string>& platformData);

@@ -1,5 +1,6 @@
 #include "platform/linux/Bus.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdint>
@@ -80,7 +81,12 @@ Bus::Bus(sd_bus* bus) : bus_(bus), source_(Source::of(g_source_new(Source::funct
 
 Bus Bus::openSession() {
   sd_bus* bus = nullptr;
-  checked(sd_bus_open_user(&bus), "connect to the session bus");
+  const int opened = sd_bus_open_user(&bus);
+  if (opened == -ENOMEDIUM) {
+    throw BusError(
+        "there is no session bus: neither DBUS_SESSION_BUS_ADDRESS nor XDG_RUNTIME_DIR leads to one");
+  }
+  checked(opened, "connect to the session bus");
   sd_bus_set_exit_on_disconnect(bus, 0);
   return Bus(bus);
 }
@@ -104,7 +110,7 @@ BusSlot Bus::match(const std::string& rule, std::function<void(sd_bus_message*)>
     try {
       (*static_cast<Handler*>(userdata))(message);
     } catch (const std::exception& error) {
-      std::fprintf(stderr, "a message was dropped: %s\n", error.what());
+      std::fprintf(stderr, "%s: a message was dropped: %s\n", program_invocation_short_name, error.what());
     }
     return 0;
   };

@@ -2,6 +2,7 @@
 
 #include "platform/linux/PropertyListMessage.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <utility>
 
@@ -19,14 +20,17 @@ class MatchObservation final : public Observation {
   BusSlot slot_;
 };
 
+/// What cannot be read is left out: for many a notification its name is all that counts.
 Notification readNotification(std::string name, sd_bus_message* message) {
-  const char* object = nullptr;
-  if (checked(sd_bus_message_read_basic(message, 's', &object), "read a notification") == 0) {
-    throw BusError("read a notification: it has no object");
-  }
   Notification notification{.name = std::move(name), .object = std::nullopt, .userInfo = {}};
+  const char* object = nullptr;
+  if (sd_bus_message_read_basic(message, 's', &object) <= 0) return notification;
   if (*object != '\0') notification.object = object;
-  notification.userInfo = readDictionary(message);
+  try {
+    notification.userInfo = readDictionary(message);
+  } catch (const BusError&) {
+    notification.userInfo.clear();
+  }
   return notification;
 }
 
@@ -46,8 +50,8 @@ void BusNotificationCenter::post(std::string_view name, std::optional<std::strin
   } catch (const BusError& error) {
     // A bus that has gone away is the application's to report.
     if (sd_bus_is_open(bus_.get()) > 0) {
-      std::fprintf(stderr, "%.*s was not posted: %s\n", static_cast<int>(name.size()), name.data(),
-                   error.what());
+      std::fprintf(stderr, "%s: %.*s was not posted: %s\n", program_invocation_short_name,
+                   static_cast<int>(name.size()), name.data(), error.what());
     }
   }
 }

@@ -16,8 +16,7 @@ class BusNotificationCenter final : public NotificationCenter {
   /// Says on the error stream what could not be posted: a name that is no signal's, text that is not UTF-8.
   void post(std::string_view name, std::optional<std::string_view> object, const Dictionary& userInfo,
             Delivery delivery) override;
-  /// Throws BusError. A signal whose arguments are not a notification's is dropped with a line on the error
-  /// stream.
+  /// Throws BusError. A signal whose arguments are not a notification's comes without them.
   std::unique_ptr<Observation> addObserver(std::string_view name, Handler handler) override;
 
  private:

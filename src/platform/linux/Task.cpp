@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -20,11 +21,23 @@ std::optional<pid_t> spawn(const std::string& path, const std::vector<std::strin
   vector.push_back(nullptr);
 
   posix_spawn_file_actions_t actions{};
+  posix_spawnattr_t attributes{};
   if (posix_spawn_file_actions_init(&actions) != 0) return std::nullopt;
+  if (posix_spawnattr_init(&attributes) != 0) {
+    posix_spawn_file_actions_destroy(&actions);
+    return std::nullopt;
+  }
+  // The agent ignores it, which a child would inherit.
+  sigset_t defaults;
+  sigemptyset(&defaults);
+  sigaddset(&defaults, SIGPIPE);
+  posix_spawnattr_setsigdefault(&attributes, &defaults);
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
   pid_t child = 0;
   int error = posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
   if (error == 0) error = posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
-  if (error == 0) error = posix_spawn(&child, path.c_str(), &actions, nullptr, vector.data(), environ);
+  if (error == 0) error = posix_spawn(&child, path.c_str(), &actions, &attributes, vector.data(), environ);
+  posix_spawnattr_destroy(&attributes);
   posix_spawn_file_actions_destroy(&actions);
   return error == 0 ? std::optional(child) : std::nullopt;
 }

@@ -23,39 +23,73 @@ std::string take(GError* error) {
   return message;
 }
 
-/// The file's contents; an absent file is an empty one. The message where it cannot be read.
+/// A settings file as it was found.
 struct Loaded {
+  enum class State { Usable, Malformed, OutOfReach };
+
   KeyFile keyFile{g_key_file_new(), g_key_file_unref};
-  std::optional<std::string> error;
+  State state = State::Usable;
+  std::string trouble;
 };
 
+/// An absent file is an empty one.
 Loaded load(const std::filesystem::path& file) {
   Loaded loaded;
-  GError* error = nullptr;
-  const auto flags = static_cast<GKeyFileFlags>(G_KEY_FILE_KEEP_COMMENTS | G_KEY_FILE_KEEP_TRANSLATIONS);
-  if (g_key_file_load_from_file(loaded.keyFile.get(), file.c_str(), flags, &error) != FALSE) return loaded;
-  if (g_error_matches(error, G_FILE_ERROR, G_FILE_ERROR_NOENT) != FALSE) {
-    g_clear_error(&error);
-  } else {
-    loaded.error = take(error);
+  std::error_code error;
+  const std::filesystem::file_status status = std::filesystem::status(file, error);
+  if (status.type() == std::filesystem::file_type::not_found) return loaded;
+  // A pipe or a device would keep the reader waiting.
+  if (!std::filesystem::is_regular_file(status)) {
+    loaded.state = Loaded::State::OutOfReach;
+    loaded.trouble = error ? error.message() : "it is not a regular file";
+    return loaded;
+  }
+  GError* failure = nullptr;
+  gchar* bytes = nullptr;
+  gsize size = 0;
+  if (g_file_get_contents(file.c_str(), &bytes, &size, &failure) == FALSE) {
+    loaded.state = Loaded::State::OutOfReach;
+    loaded.trouble = take(failure);
+    return loaded;
+  }
+  const Text owner(bytes, g_free);
+  std::string_view contents(bytes, size);
+  constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+  if (contents.starts_with(byteOrderMark)) contents.remove_prefix(byteOrderMark.size());
+  // A file system that lost power may leave zeros, which the parser would take for the end.
+  if (contents.find('\0') != std::string_view::npos) {
+    loaded.state = Loaded::State::Malformed;
+    loaded.trouble = "it holds zero bytes";
+    return loaded;
+  }
+  constexpr auto flags = static_cast<GKeyFileFlags>(G_KEY_FILE_KEEP_COMMENTS | G_KEY_FILE_KEEP_TRANSLATIONS);
+  if (g_key_file_load_from_data(loaded.keyFile.get(), contents.data(), contents.size(), flags, &failure) ==
+      FALSE) {
+    loaded = Loaded();
+    loaded.state = Loaded::State::Malformed;
+    loaded.trouble = take(failure);
   }
   return loaded;
 }
 
-/// A link's target, so that the link stays a link; the file itself where it is none or leads nowhere.
-std::filesystem::path behindLinks(const std::filesystem::path& file) {
+/// Where a link leads, also to a file that is not there yet, so that the link stays a link.
+std::filesystem::path behindLinks(std::filesystem::path file) {
   std::error_code error;
-  std::filesystem::path target = std::filesystem::canonical(file, error);
-  return error ? file : target;
+  for (int links = 0; links < 32 && std::filesystem::is_symlink(file, error); ++links) {
+    const std::filesystem::path target = std::filesystem::read_symlink(file, error);
+    if (error) break;
+    file = file.parent_path() / target;
+  }
+  return file;
 }
 
-/// Renames a file to a name that is free, and returns that.
-std::filesystem::path setAside(const std::filesystem::path& file, std::error_code& error) {
+/// Copies a file to a name that is free, and returns that.
+std::filesystem::path keepAside(const std::filesystem::path& file, std::error_code& error) {
   std::filesystem::path aside = file.string() + ".unreadable";
   for (int i = 2; std::filesystem::exists(aside, error); ++i) {
     aside = file.string() + ".unreadable-" + std::to_string(i);
   }
-  if (!error) std::filesystem::rename(file, aside, error);
+  if (!error) std::filesystem::copy_file(file, aside, error);
   return aside;
 }
 
@@ -79,8 +113,8 @@ std::filesystem::path settingsFile() {
 KeyFileUserDefaults::KeyFileUserDefaults(std::filesystem::path file, Log& log)
     : file_(std::move(file)), log_(log) {
   const Loaded loaded = load(file_);
-  if (loaded.error) {
-    log_.line("the settings in " + file_.string() + " cannot be read: " + *loaded.error);
+  if (loaded.state != Loaded::State::Usable) {
+    log_.line("the settings in " + file_.string() + " cannot be read: " + loaded.trouble);
     return;
   }
   gsize count = 0;
@@ -101,6 +135,7 @@ std::optional<std::string> KeyFileUserDefaults::text(std::string_view key) const
 
 std::int64_t KeyFileUserDefaults::integer(std::string_view key) const {
   const std::string value = text(key).value_or("");
+  if (value == "true" || value == "yes") return 1;
   std::int64_t number = 0;
   const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), number);
   if (error == std::errc::result_out_of_range) {
@@ -110,10 +145,7 @@ std::int64_t KeyFileUserDefaults::integer(std::string_view key) const {
   return number;
 }
 
-bool KeyFileUserDefaults::boolean(std::string_view key) const {
-  const std::string value = text(key).value_or("");
-  return value == "true" || value == "yes" || integer(key) != 0;
-}
+bool KeyFileUserDefaults::boolean(std::string_view key) const { return integer(key) != 0; }
 
 std::optional<Date> KeyFileUserDefaults::date(std::string_view key) const {
   const std::optional<std::string> value = text(key);
@@ -150,17 +182,20 @@ void KeyFileUserDefaults::change(std::string_view key, std::optional<std::string
 
 void KeyFileUserDefaults::store() {
   const std::filesystem::path target = behindLinks(file_);
-  Loaded loaded = load(target);
-  if (loaded.error) {
+  const Loaded loaded = load(target);
+  if (loaded.state == Loaded::State::OutOfReach) {
+    log_.line("the settings are not saved: " + target.string() + " cannot be read: " + loaded.trouble);
+    return;
+  }
+  if (loaded.state == Loaded::State::Malformed) {
     std::error_code error;
-    const std::filesystem::path aside = setAside(target, error);
+    const std::filesystem::path aside = keepAside(target, error);
     if (error) {
-      log_.line("the settings are not saved: " + target.string() + " cannot be read (" + *loaded.error +
-                ") and not be set aside as " + aside.string() + " (" + error.message() + ")");
+      log_.line("the settings are not saved: " + target.string() + " is malformed (" + loaded.trouble +
+                ") and cannot be kept aside as " + aside.string() + ": " + error.message());
       return;
     }
-    log_.line("the unreadable settings are now in " + aside.string());
-    loaded = Loaded();
+    log_.line("the malformed settings are kept in " + aside.string());
   }
   for (const auto& [key, value] : unsaved_) {
     if (value) {

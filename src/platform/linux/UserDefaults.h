@@ -16,9 +16,9 @@ namespace quorlin {
 std::filesystem::path settingsFile();
 
 /// Every change is merged into the file as it is then, and replaces it as a whole: whoever reads it finds the
-/// old or the new one, and what a person wrote into it meanwhile stays. A file that cannot be read is set
-/// aside as FILE.unreadable and reported, never overwritten. What cannot be written is reported and kept for
-/// the run. Any thread.
+/// old or the new one, and what a person wrote into it meanwhile stays. A malformed file is kept aside as
+/// FILE.unreadable and reported before it is replaced; one that cannot be opened is left alone. What cannot
+/// be written is reported, kept for the run and tried again with the next change. Any thread.
 class KeyFileUserDefaults final : public UserDefaults {
  public:
   KeyFileUserDefaults(std::filesystem::path file, Log& log);

@@ -3,6 +3,7 @@
 #include "platform/linux/Bus.h"
 #include "platform/linux/Log.h"
 
+#include <csignal>
 #include <cstdio>
 #include <optional>
 #include <string>
@@ -47,6 +48,8 @@ std::optional<int> answerQuestions(const std::vector<std::string>& arguments) {
 int main(int argc, char** argv) {
   std::vector<std::string> arguments(argv, argv + argc);
   if (const std::optional<int> code = answerQuestions(arguments)) return *code;
+  // A log that nobody reads any more must not end the agent.
+  std::signal(SIGPIPE, SIG_IGN);
   quorlin::StreamLog log("quorlin-sensors");
   try {
     quorlin::Agent agent(std::move(arguments), log);

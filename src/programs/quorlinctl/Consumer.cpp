@@ -2,6 +2,7 @@
 
 #include "core/Notifications.h"
 
+#include <cerrno>
 #include <utility>
 
 namespace quorlin {
@@ -19,10 +20,28 @@ ApplicationName::ApplicationName(const Bus& bus, Role role)
           "own an application's name on the session bus");
 }
 
+bool ApplicationName::isOwned() const {
+  const char* own = nullptr;
+  checked(sd_bus_get_unique_name(bus_.get(), &own), "ask for this program's name on the session bus");
+  sd_bus_creds* made = nullptr;
+  const int found = sd_bus_get_name_creds(bus_.get(), name_, SD_BUS_CREDS_UNIQUE_NAME, &made);
+  if (found == -ENXIO) return false;
+  checked(found, "ask who owns an application's name");
+  const std::unique_ptr<sd_bus_creds, decltype(&sd_bus_creds_unref)> owner(made, sd_bus_creds_unref);
+  const char* ownerName = nullptr;
+  checked(sd_bus_creds_get_unique_name(owner.get(), &ownerName), "ask who owns an application's name");
+  return std::string_view(own) == ownerName;
+}
+
 ApplicationName::~ApplicationName() { sd_bus_release_name(bus_.get(), name_); }
 
-Consumer::Consumer(NotificationCenter& center, Role role, Handler handler)
-    : center_(center), role_(role), names_(notificationsOf(role)), handler_(std::move(handler)) {
+Consumer::Consumer(NotificationCenter& center, Role role, std::function<bool()> isTheApplication,
+                   Handler handler)
+    : center_(center),
+      role_(role),
+      names_(notificationsOf(role)),
+      isTheApplication_(std::move(isTheApplication)),
+      handler_(std::move(handler)) {
   for (const std::string_view name :
        {names_.heartbeat, names_.fullSample, names_.reducedSample, notification::kCoreData}) {
     observe(name);
@@ -30,7 +49,9 @@ Consumer::Consumer(NotificationCenter& center, Role role, Handler handler)
   announce(notification::kMainAppActive);
 }
 
-Consumer::~Consumer() { announce(notification::kMainAppInactive); }
+Consumer::~Consumer() {
+  if (isTheApplication_()) announce(notification::kMainAppInactive);
+}
 
 void Consumer::observe(std::string_view name) {
   observations_.push_back(

@@ -35,6 +35,9 @@ class ApplicationName {
   ApplicationName(const ApplicationName&) = delete;
   ApplicationName& operator=(const ApplicationName&) = delete;
 
+  /// False while another program has the name. Throws BusError.
+  bool isOwned() const;
+
  private:
   const Bus& bus_;
   const char* name_;
@@ -45,10 +48,10 @@ class Consumer {
  public:
   using Handler = std::function<void(const Notification&)>;
 
-  /// Calls the handler for samples, reduced samples, power metrics and heartbeats. The center outlives the
-  /// consumer. Throws BusError.
-  Consumer(NotificationCenter& center, Role role, Handler handler);
-  /// The main application says that it leaves.
+  /// Calls the handler for samples, reduced samples, power metrics and heartbeats. Another program may be the
+  /// role's application as well. The center outlives the consumer. Throws BusError.
+  Consumer(NotificationCenter& center, Role role, std::function<bool()> isTheApplication, Handler handler);
+  /// The main application says that it leaves, unless another one stays.
   ~Consumer();
   Consumer(const Consumer&) = delete;
   Consumer& operator=(const Consumer&) = delete;
@@ -63,6 +66,7 @@ class Consumer {
   NotificationCenter& center_;
   Role role_;
   RoleNotifications names_;
+  std::function<bool()> isTheApplication_;
   Handler handler_;
   std::vector<std::unique_ptr<Observation>> observations_;
   bool heardHeartbeat_ = false;

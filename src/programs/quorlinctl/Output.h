@@ -3,6 +3,7 @@
 
 #include "platform/NotificationCenter.h"
 
+#include <string>
 #include <string_view>
 #include <system_error>
 
@@ -20,6 +21,9 @@ class Output {
   virtual ~Output() = default;
 
   virtual std::error_code show(const Notification& notification) = 0;
+
+  /// For an output that is waited at: why no sample has come.
+  virtual void explainSilence(const std::string& /*reason*/) {}
 };
 
 class JsonOutput final : public Output {

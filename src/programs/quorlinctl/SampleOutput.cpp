@@ -65,6 +65,11 @@ std::error_code LiveOutput::show(const Notification& notification) {
   return state_.take(notification) ? draw() : std::error_code();
 }
 
+void LiveOutput::explainSilence(const std::string& reason) {
+  state_.setSilence(reason);
+  draw();
+}
+
 std::error_code LiveOutput::draw() const {
   constexpr std::string_view home = "\x1b[H";
   constexpr std::string_view eraseToEndOfLine = "\x1b[K";

@@ -15,6 +15,7 @@ class ViewState {
   explicit ViewState(Role role);
 
   const SampleView& view() const { return view_; }
+  void setSilence(const std::string& reason) { view_.silence = reason; }
   /// Whether there is a new sample to be shown.
   bool take(const Notification& notification);
 
@@ -41,6 +42,7 @@ class LiveOutput final : public Output {
   LiveOutput(Role role, LinuxRunLoop& loop, std::function<void()> quit);
 
   std::error_code show(const Notification& notification) override;
+  void explainSilence(const std::string& reason) override;
 
  private:
   std::error_code draw() const;

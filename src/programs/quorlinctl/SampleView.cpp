@@ -39,6 +39,7 @@ class ViewRenderer {
     if (!view_.sample) {
       lines_.push_back(newLine());
       lines_.push_back(newLine().text("waiting for the agent…", Tone::Faint));
+      if (!view_.silence.empty()) lines_.push_back(newLine().text(view_.silence));
     } else {
       sample(*view_.sample);
     }

@@ -14,6 +14,8 @@ struct SampleView {
   std::string time;
   /// Nothing while the agent is waited for.
   std::optional<Sample> sample;
+  /// Why none has come yet, where that is known.
+  std::string silence;
   std::optional<std::string> powerMetrics;
 };
 

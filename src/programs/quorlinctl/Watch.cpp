@@ -41,11 +41,10 @@ class WatchSession {
       sources.push_back(LinuxRunLoop::watchSignal(signal, [&] { finish(loop, exitCode_); }));
     }
     output_ = makeOutput(loop);
-    const Consumer consumer(center_, role_,
-                            [&](const Notification& notification) { receive(loop, notification); });
-    if (options_.once) {
-      sources.push_back(loop.scheduleTimer(options_.timeout, [&] { giveUp(loop, consumer); }));
-    }
+    const Consumer consumer(
+        center_, role_, [this] { return isTheApplication(); },
+        [&](const Notification& notification) { receive(loop, notification); });
+    sources.push_back(loop.scheduleTimer(options_.timeout, [&] { noticeSilence(loop, consumer); }));
     loop.run();
     output_.reset();
     if (!message_.empty()) complain(message_);
@@ -70,6 +69,7 @@ class WatchSession {
     const bool fullSample = notification.name == names.fullSample;
     // The loop may still hand out what had already arrived when it was told to stop.
     if (finished_ || notification.name == names.heartbeat) return;
+    heardSample_ = heardSample_ || fullSample;
     if (options_.once && options_.json && !fullSample) return;
     if (const std::error_code error = output_->show(notification)) {
       if (error != std::errc::broken_pipe) message_ = "standard output: " + error.message();
@@ -79,13 +79,26 @@ class WatchSession {
     }
   }
 
-  void giveUp(LinuxRunLoop& loop, const Consumer& consumer) {
-    if (finished_) return;
+  /// A bus that does not answer has gone away, and nobody is left to be told anything.
+  bool isTheApplication() const {
     try {
-      message_ = explainSilence(bus_, consumer.heardHeartbeat());
-    } catch (const BusError& error) {
-      message_ = error.what();
+      return name_.isOwned();
+    } catch (const BusError&) {
+      return false;
     }
+  }
+
+  void noticeSilence(LinuxRunLoop& loop, const Consumer& consumer) {
+    if (finished_ || heardSample_) return;
+    std::string reason;
+    try {
+      reason = explainSilence(bus_, consumer.heardHeartbeat());
+    } catch (const BusError& error) {
+      reason = error.what();
+    }
+    output_->explainSilence(reason);
+    if (!options_.once) return;
+    message_ = reason;
     finish(loop, kExitFailed);
   }
 
@@ -103,6 +116,7 @@ class WatchSession {
   std::unique_ptr<Output> output_;
   std::string message_;
   ExitCode exitCode_ = kExitOk;
+  bool heardSample_ = false;
   bool finished_ = false;
 };
 
