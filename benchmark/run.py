@@ -68,7 +68,7 @@ def main():
             weigh()
             if "--peers" in sys.argv:
                 subprocess.run([BUILD / "benchmark/quorlin-bench", "--write-machine", folder / "machine"], check=True)
-                peers.compare(tick, folder / "machine", folder)
+                peers.compare(tick, BUILD, folder / "machine", folder)
         finally:
             daemon.terminate()
             daemon.wait()

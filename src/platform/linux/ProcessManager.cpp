@@ -38,12 +38,13 @@ void ProcfsProcessManager::enumerateProcesses(const Visitor& visit) {
 
   std::set<std::string_view> withProcess;
   for (const Process& process : known_) {
-    if (process.application.empty()) {
+    if (!process.hasApplication) {
       visit(std::nullopt);
-    } else {
-      visit(process.application);
-      withProcess.insert(process.application);
+      continue;
     }
+    const std::string& application = applications_[process.id];
+    visit(application);
+    withProcess.insert(application);
   }
   for (const std::string& name : applicationNames_) {
     if (!withProcess.contains(name)) visit(name);
@@ -65,7 +66,7 @@ void ProcfsProcessManager::listProcesses() {
       const auto* entry = reinterpret_cast<const dirent64*>(entries_.data() + offset);
       offset += entry->d_reclen;
       if (const std::int32_t id = processId(entry->d_name); id != 0) {
-        listed_.push_back({.id = id, .inode = entry->d_ino, .looks = 0, .application = {}});
+        listed_.push_back({.inode = entry->d_ino, .id = id, .looks = 0, .hasApplication = false});
       }
     }
   }
@@ -75,18 +76,29 @@ void ProcfsProcessManager::listProcesses() {
 
 void ProcfsProcessManager::lookUp() {
   auto known = known_.begin();
-  const auto isGone = [&](Process& process) {
-    while (known != known_.end() && known->id < process.id) ++known;
-    if (known != known_.end() && known->id == process.id && known->inode == process.inode) {
-      process = std::move(*known);
+  std::size_t kept = 0;
+  for (Process& process : listed_) {
+    for (; known != known_.end() && known->id < process.id; ++known) forget(*known);
+    if (known != known_.end() && known->id == process.id) {
+      if (known->inode == process.inode) {
+        process = *known;
+      } else {
+        forget(*known);
+      }
+      ++known;
     }
-    return process.looks < kLooks && !readApplication(process);
-  };
-  std::erase_if(listed_, isGone);
+    if (process.looks == kLooks || readApplication(process)) listed_[kept++] = process;
+  }
+  for (; known != known_.end(); ++known) forget(*known);
+  listed_.resize(kept);
   std::swap(listed_, known_);
 }
 
-bool ProcfsProcessManager::readApplication(Process& process) const {
+void ProcfsProcessManager::forget(const Process& process) {
+  if (process.hasApplication) applications_.erase(process.id);
+}
+
+bool ProcfsProcessManager::readApplication(Process& process) {
   constexpr std::string_view name = "/cgroup";
   std::array<char, 32> path{};
   char* end = std::to_chars(path.data(), path.data() + path.size() - name.size() - 1, process.id).ptr;
@@ -96,10 +108,13 @@ bool ProcfsProcessManager::readApplication(Process& process) const {
   if (!file && errno != ENOENT && errno != ESRCH) return true;
   std::array<char, 4096> contents{};
   const ssize_t size = file ? read(file.get(), contents.data(), contents.size()) : -1;
+  forget(process);
   if (size < 0) return false;
   ++process.looks;
-  process.application =
-      applicationIdOfControlGroups({contents.data(), static_cast<std::size_t>(size)}).value_or("");
+  std::optional<std::string> application =
+      applicationIdOfControlGroups({contents.data(), static_cast<std::size_t>(size)});
+  process.hasApplication = application.has_value();
+  if (application) applications_[process.id] = *std::move(application);
   return true;
 }
 

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -26,16 +27,18 @@ class ProcfsProcessManager final : public ProcessManager {
   void enumerateProcesses(const Visitor& visit) override;
 
  private:
+  /// Small, since there may be thousands, of which few belong to an application.
   struct Process {
-    std::int32_t id = 0;
     std::uint64_t inode = 0;
+    std::int32_t id = 0;
     std::uint8_t looks = 0;
-    std::string application;  // empty where it belongs to none
+    bool hasApplication = false;
   };
 
   void listProcesses();
   void lookUp();
-  bool readApplication(Process& process) const;
+  bool readApplication(Process& process);
+  void forget(const Process& process);
 
   std::filesystem::path procfsRoot_;
   const std::set<std::string, std::less<>>& applicationNames_;
@@ -43,6 +46,7 @@ class ProcfsProcessManager final : public ProcessManager {
   std::vector<char> entries_;
   std::vector<Process> listed_;
   std::vector<Process> known_;
+  std::map<std::int32_t, std::string> applications_;  // by process id
 };
 
 }  // namespace quorlin
