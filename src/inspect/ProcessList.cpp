@@ -34,7 +34,8 @@ float processorShareFromPsOutput(const Data& output) {
   line = line.substr(0, line.find('\n'));
   line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
   // What begins with a letter would be read as infinity or not-a-number.
-  const bool isNumber = !line.empty() && std::string_view("-.0123456789").find(line.front()) != line.npos;
+  const bool isNumber =
+      !line.empty() && std::string_view("-.0123456789").find(line.front()) != std::string_view::npos;
   if (!isNumber) return 0.0F;
   float share = 0.0F;
   std::from_chars(line.data(), line.data() + line.size(), share);
