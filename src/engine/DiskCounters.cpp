@@ -80,10 +80,10 @@ std::optional<std::vector<DiskCounters>> DiskCounterReader::read() {
     std::optional<DiskCounters> disk;
     if (name && !isCounted(number++, *name)) continue;
     if (name) disk = parseCounts(*name, line);
-    if (disk) disks.push_back(*std::move(disk));
     malformed = malformed || !disk;
+    if (disk) disks.push_back(*std::move(disk));
   }
-  if (malformed) report(disks.empty() ? "it is malformed" : "a line of it is malformed");
+  if (malformed) report(disks.empty() ? "it is malformed" : "a line of it is malformed and left out");
   if (malformed && disks.empty()) return std::nullopt;
   lastCount_ = disks.size();
   reported_ = malformed;
@@ -132,7 +132,7 @@ bool DiskCounterReader::hasHardware(std::string_view name) const {
 }
 
 void DiskCounterReader::report(std::string_view trouble) {
-  if (!reported_) log_.line("No disk activity: " + path_ + " cannot be read: " + std::string(trouble));
+  if (!reported_) log_.line("Disk activity: " + path_ + ": " + std::string(trouble));
   reported_ = true;
 }
 
