@@ -1,5 +1,5 @@
-/// A single-instance program on the session bus, reached through org.freedesktop.Application as freedesktop.org's
-/// D-Bus activation of desktop entries describes it.
+/// A single-instance program on the session bus, reached through org.freedesktop.Application as
+/// freedesktop.org's D-Bus activation of desktop entries describes it.
 #pragma once
 
 #include "platform/Application.h"
