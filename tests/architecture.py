@@ -16,7 +16,7 @@ STANDARD = set(
 # What a folder may include of the project, by the first matching prefix of its own path.
 MAY_SEE = {
     "platform/linux": {"platform", "platform/linux", "platform/posix"},
-    "platform/posix": {"platform/posix"},
+    "platform/posix": {"platform", "platform/posix"},
     "platform": {"platform"},
     "engine": {"engine", "core", "platform", "platform/posix"},
     "programs": None,

@@ -1,6 +1,5 @@
 #include "commands/RequestKey.h"
 
-#include "core/AppDelegate.h"
 #include "platform/Digest.h"
 
 namespace quorlin {
@@ -19,10 +18,6 @@ std::string md5HexDigest(std::string_view text) {
 std::optional<std::string> requestKey(const std::optional<std::string>& localizedHostName) {
   if (!localizedHostName) return std::nullopt;
   return md5HexDigest(*localizedHostName).substr(0, 8);
-}
-
-std::optional<std::string> AppDelegate::getKey() const {
-  return requestKey(services_.system.localizedHostName());
 }
 
 }  // namespace quorlin

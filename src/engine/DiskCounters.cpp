@@ -1,6 +1,6 @@
 #include "engine/DiskCounters.h"
 
-#include "engine/TextFile.h"
+#include "platform/posix/TextFile.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #include "engine/SensorDiscovery.h"
 
-#include "engine/TextFile.h"
+#include "platform/posix/TextFile.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,6 +1,6 @@
 #include "engine/SensorReader.h"
 
-#include "engine/TextFile.h"
+#include "platform/posix/TextFile.h"
 
 #include <array>
 #include <cerrno>

@@ -91,6 +91,13 @@ Bus Bus::openSession() {
   return Bus(bus);
 }
 
+Bus Bus::openSystem() {
+  sd_bus* bus = nullptr;
+  checked(sd_bus_open_system(&bus), "connect to the system bus");
+  sd_bus_set_exit_on_disconnect(bus, 0);
+  return Bus(bus);
+}
+
 Bus::Bus(Bus&& other) noexcept
     : bus_(std::move(other.bus_)), source_(std::exchange(other.source_, nullptr)) {}
 

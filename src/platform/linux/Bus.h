@@ -36,6 +36,9 @@ class Bus {
   /// BusError.
   static Bus openSession();
 
+  /// Connects to the system bus: $DBUS_SYSTEM_BUS_ADDRESS, else the one in /run/dbus. Throws BusError.
+  static Bus openSystem();
+
   ~Bus();
   Bus(Bus&& other) noexcept;
   Bus& operator=(Bus&&) = delete;

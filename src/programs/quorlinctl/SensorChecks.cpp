@@ -1,8 +1,8 @@
 /// The checks of what the kernel shows of the machine.
 #include "engine/DiskCounters.h"
 #include "engine/SensorDiscovery.h"
-#include "engine/TextFile.h"
 #include "platform/Log.h"
+#include "platform/posix/TextFile.h"
 #include "quorlinctl/Checks.h"
 
 #include <algorithm>

@@ -1,8 +1,8 @@
 /// The checks of the user's session and its programs.
 #include "core/Notifications.h"
 #include "core/Settings.h"
-#include "engine/TextFile.h"
 #include "platform/linux/UserDefaults.h"
+#include "platform/posix/TextFile.h"
 #include "quorlinctl/Checks.h"
 
 #include <algorithm>

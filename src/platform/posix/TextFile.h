@@ -1,4 +1,4 @@
-/// Small text files and directories of sysfs, as discovery reads them.
+/// Small text files and directories of sysfs and procfs.
 #pragma once
 
 #include <optional>

@@ -1,4 +1,4 @@
-#include "engine/TextFile.h"
+#include "platform/posix/TextFile.h"
 
 #include "platform/Utf8.h"
 #include "platform/posix/FileDescriptor.h"
