@@ -1,5 +1,7 @@
 #include "platform/linux/UserDefaults.h"
 
+#include "platform/linux/KeyFile.h"
+
 #include <charconv>
 #include <limits>
 #include <memory>
@@ -12,76 +14,6 @@ namespace quorlin {
 namespace {
 
 constexpr const char* kGroup = "Settings";
-
-using KeyFile = std::unique_ptr<GKeyFile, decltype(&g_key_file_unref)>;
-using Text = std::unique_ptr<gchar, decltype(&g_free)>;
-
-/// Takes the message of a GLib error and frees it.
-std::string take(GError* error) {
-  std::string message = error == nullptr ? "unknown error" : error->message;
-  g_clear_error(&error);
-  return message;
-}
-
-/// A settings file as it was found.
-struct Loaded {
-  enum class State { Usable, Malformed, OutOfReach };
-
-  KeyFile keyFile{g_key_file_new(), g_key_file_unref};
-  State state = State::Usable;
-  std::string trouble;
-};
-
-/// An absent file is an empty one.
-Loaded load(const std::filesystem::path& file) {
-  Loaded loaded;
-  std::error_code error;
-  const std::filesystem::file_status status = std::filesystem::status(file, error);
-  if (status.type() == std::filesystem::file_type::not_found) return loaded;
-  // A pipe or a device would keep the reader waiting.
-  if (!std::filesystem::is_regular_file(status)) {
-    loaded.state = Loaded::State::OutOfReach;
-    loaded.trouble = error ? error.message() : "it is not a regular file";
-    return loaded;
-  }
-  GError* failure = nullptr;
-  gchar* bytes = nullptr;
-  gsize size = 0;
-  if (g_file_get_contents(file.c_str(), &bytes, &size, &failure) == FALSE) {
-    loaded.state = Loaded::State::OutOfReach;
-    loaded.trouble = take(failure);
-    return loaded;
-  }
-  const Text owner(bytes, g_free);
-  std::string_view contents(bytes, size);
-  constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
-  if (contents.starts_with(byteOrderMark)) contents.remove_prefix(byteOrderMark.size());
-  // A file system that lost power may leave zeros, which the parser would take for the end.
-  if (contents.find('\0') != std::string_view::npos) {
-    loaded.state = Loaded::State::Malformed;
-    loaded.trouble = "it holds zero bytes";
-    return loaded;
-  }
-  constexpr auto flags = static_cast<GKeyFileFlags>(G_KEY_FILE_KEEP_COMMENTS | G_KEY_FILE_KEEP_TRANSLATIONS);
-  if (g_key_file_load_from_data(loaded.keyFile.get(), contents.data(), contents.size(), flags, &failure) ==
-      FALSE) {
-    loaded = Loaded();
-    loaded.state = Loaded::State::Malformed;
-    loaded.trouble = take(failure);
-  }
-  return loaded;
-}
-
-/// Where a link leads, also to a file that is not there yet, so that the link stays a link.
-std::filesystem::path behindLinks(std::filesystem::path file) {
-  std::error_code error;
-  for (int links = 0; links < 32 && std::filesystem::is_symlink(file, error); ++links) {
-    const std::filesystem::path target = std::filesystem::read_symlink(file, error);
-    if (error) break;
-    file = file.parent_path() / target;
-  }
-  return file;
-}
 
 /// Copies a file to a name that is free, and returns that.
 std::filesystem::path keepAside(const std::filesystem::path& file, std::error_code& error) {
@@ -98,7 +30,7 @@ std::string isoText(Date date) {
   const std::unique_ptr<GDateTime, decltype(&g_date_time_unref)> whole(
       g_date_time_new_from_unix_utc(seconds.time_since_epoch().count()), g_date_time_unref);
   if (!whole) return {};
-  const Text text(g_date_time_format(whole.get(), "%Y-%m-%dT%H:%M:%S"), g_free);
+  const GText text(g_date_time_format(whole.get(), "%Y-%m-%dT%H:%M:%S"));
   std::string fraction = std::to_string((date - seconds).count());
   fraction.insert(0, 6 - fraction.size(), '0');
   return std::string(text.get()) + "." + fraction + "Z";
@@ -112,8 +44,8 @@ std::filesystem::path settingsFile() {
 
 KeyFileUserDefaults::KeyFileUserDefaults(std::filesystem::path file, Log& log)
     : file_(std::move(file)), log_(log) {
-  const Loaded loaded = load(file_);
-  if (loaded.state != Loaded::State::Usable) {
+  const LoadedKeyFile loaded = loadKeyFile(file_);
+  if (loaded.state != LoadedKeyFile::State::Usable) {
     log_.line("the settings in " + file_.string() + " cannot be read: " + loaded.trouble);
     return;
   }
@@ -122,7 +54,7 @@ KeyFileUserDefaults::KeyFileUserDefaults(std::filesystem::path file, Log& log)
       g_key_file_get_keys(loaded.keyFile.get(), kGroup, &count, nullptr), g_strfreev);
   for (gsize i = 0; i < count; ++i) {
     const char* key = keys.get()[i];
-    const Text value(g_key_file_get_value(loaded.keyFile.get(), kGroup, key, nullptr), g_free);
+    const GText value(g_key_file_get_value(loaded.keyFile.get(), kGroup, key, nullptr));
     if (value) values_.emplace(key, value.get());
   }
 }
@@ -182,12 +114,12 @@ void KeyFileUserDefaults::change(std::string_view key, std::optional<std::string
 
 void KeyFileUserDefaults::store() {
   const std::filesystem::path target = behindLinks(file_);
-  const Loaded loaded = load(target);
-  if (loaded.state == Loaded::State::OutOfReach) {
+  const LoadedKeyFile loaded = loadKeyFile(target);
+  if (loaded.state == LoadedKeyFile::State::OutOfReach) {
     log_.line("the settings are not saved: " + target.string() + " cannot be read: " + loaded.trouble);
     return;
   }
-  if (loaded.state == Loaded::State::Malformed) {
+  if (loaded.state == LoadedKeyFile::State::Malformed) {
     std::error_code error;
     const std::filesystem::path aside = keepAside(target, error);
     if (error) {
@@ -204,14 +136,8 @@ void KeyFileUserDefaults::store() {
       g_key_file_remove_key(loaded.keyFile.get(), kGroup, key.c_str(), nullptr);
     }
   }
-  std::error_code error;
-  std::filesystem::create_directories(target.parent_path(), error);
-  gsize size = 0;
-  const Text contents(g_key_file_to_data(loaded.keyFile.get(), &size, nullptr), g_free);
-  GError* failure = nullptr;
-  // Writes a file beside it, then renames that one over it.
-  if (g_file_set_contents(target.c_str(), contents.get(), static_cast<gssize>(size), &failure) == FALSE) {
-    log_.line("the settings are not saved: " + take(failure));
+  if (const std::optional<std::string> trouble = saveKeyFile(loaded.keyFile.get(), target)) {
+    log_.line("the settings are not saved: " + *trouble);
     return;
   }
   unsaved_.clear();

@@ -1,0 +1,80 @@
+#include "platform/linux/KeyFile.h"
+
+#include <string_view>
+#include <system_error>
+
+namespace quorlin {
+namespace {
+
+/// Takes the message of a GLib error and frees it.
+std::string take(GError* error) {
+  std::string message = error == nullptr ? "unknown error" : error->message;
+  g_clear_error(&error);
+  return message;
+}
+
+}  // namespace
+
+LoadedKeyFile loadKeyFile(const std::filesystem::path& file) {
+  LoadedKeyFile loaded;
+  std::error_code error;
+  const std::filesystem::file_status status = std::filesystem::status(file, error);
+  if (status.type() == std::filesystem::file_type::not_found) return loaded;
+  // A pipe or a device would keep the reader waiting.
+  if (!std::filesystem::is_regular_file(status)) {
+    loaded.state = LoadedKeyFile::State::OutOfReach;
+    loaded.trouble = error ? error.message() : "it is not a regular file";
+    return loaded;
+  }
+  GError* failure = nullptr;
+  gchar* bytes = nullptr;
+  gsize size = 0;
+  if (g_file_get_contents(file.c_str(), &bytes, &size, &failure) == FALSE) {
+    loaded.state = LoadedKeyFile::State::OutOfReach;
+    loaded.trouble = take(failure);
+    return loaded;
+  }
+  const GText owner(bytes);
+  std::string_view contents(bytes, size);
+  constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+  if (contents.starts_with(byteOrderMark)) contents.remove_prefix(byteOrderMark.size());
+  // A file system that lost power may leave zeros, which the parser would take for the end.
+  if (contents.find('\0') != std::string_view::npos) {
+    loaded.state = LoadedKeyFile::State::Malformed;
+    loaded.trouble = "it holds zero bytes";
+    return loaded;
+  }
+  constexpr auto flags = static_cast<GKeyFileFlags>(G_KEY_FILE_KEEP_COMMENTS | G_KEY_FILE_KEEP_TRANSLATIONS);
+  if (g_key_file_load_from_data(loaded.keyFile.get(), contents.data(), contents.size(), flags, &failure) ==
+      FALSE) {
+    loaded = LoadedKeyFile();
+    loaded.state = LoadedKeyFile::State::Malformed;
+    loaded.trouble = take(failure);
+  }
+  return loaded;
+}
+
+std::filesystem::path behindLinks(std::filesystem::path file) {
+  std::error_code error;
+  for (int links = 0; links < 32 && std::filesystem::is_symlink(file, error); ++links) {
+    const std::filesystem::path target = std::filesystem::read_symlink(file, error);
+    if (error) break;
+    file = file.parent_path() / target;
+  }
+  return file;
+}
+
+std::optional<std::string> saveKeyFile(GKeyFile* keyFile, const std::filesystem::path& file) {
+  std::error_code error;
+  std::filesystem::create_directories(file.parent_path(), error);
+  gsize size = 0;
+  const GText contents(g_key_file_to_data(keyFile, &size, nullptr));
+  GError* failure = nullptr;
+  // Writes a file beside it, then renames that one over it.
+  if (g_file_set_contents(file.c_str(), contents.get(), static_cast<gssize>(size), &failure) == FALSE) {
+    return take(failure);
+  }
+  return std::nullopt;
+}
+
+}  // namespace quorlin
