@@ -5,7 +5,9 @@
 #include "platform/Application.h"
 #include "platform/Clock.h"
 #include "platform/ConfigurationWindow.h"
+#include "platform/DispatchQueue.h"
 #include "platform/HelperService.h"
+#include "platform/JobBlessing.h"
 #include "platform/Log.h"
 #include "platform/NotificationCenter.h"
 #include "platform/PowerSources.h"
@@ -15,6 +17,7 @@
 #include "platform/Task.h"
 #include "platform/Updater.h"
 #include "platform/UserDefaults.h"
+#include "platform/WorkflowEngine.h"
 #include "platform/Workspace.h"
 
 #include <array>
@@ -38,8 +41,11 @@ struct Services {
   ProcessManager& processManager;
   System& system;
   TaskLauncher& taskLauncher;
+  DispatchQueue& dispatchQueue;
+  WorkflowEngine& workflowEngine;
   PowerSources& powerSources;
   HelperService& helperService;
+  JobBlessing& jobBlessing;
   Clock& clock;
   Log& log;
   SensorsEngineFactory sensorsEngine;
@@ -89,6 +95,15 @@ class AppDelegate final : public ApplicationDelegate {
   // Commands by URL
   std::optional<std::string> getKey() const;
   void handleURLEvent(const std::string& url);
+  /// What the application answered to the request; true when no application has that process.
+  bool terminateAppByPID(std::int32_t pid);
+  bool forceTerminateAppByPID(std::int32_t pid);
+  /// Returns before the command has started.
+  void runTerminal(const std::string& command);
+  /// Returns when the workflow has ended. Always true.
+  bool runWorkflow(const std::string& path);
+  /// Takes 51 to 100 and no other value.
+  void setBatteryLimit(std::int64_t percent);
 
   // Network applications
   void getNetworkApps();
@@ -98,10 +113,13 @@ class AppDelegate final : public ApplicationDelegate {
   std::vector<std::int32_t> getBatteryInfo();
 
   // The privileged helper
+  bool installHelper();
   void getHelperVersion(Completion completion);
   void getStatisticsData(Completion completion);
   /// Mode false holds the charge, true lets the battery charge again.
   void limitCharge(Completion completion, bool mode);
+  /// Is not told whether the helper went.
+  void uninstallHelper();
 
   // Updates
   void checkForUpdates(bool background);
@@ -148,6 +166,8 @@ class AppDelegate final : public ApplicationDelegate {
   std::atomic<bool> coreEnabled_ = false;
   std::unique_ptr<ConfigurationWindow> controllerWindow_;
   std::int64_t openedWindows_ = 0;
+  std::unique_ptr<Authorization> authRef_;
+  std::optional<Data> authorization_;
   std::unique_ptr<HelperToolConnection> helperToolConnection_;
   std::unique_ptr<Updater> updater_;
   std::vector<std::unique_ptr<Observation>> observations_;

@@ -1,4 +1,5 @@
 /// The launch sequence.
+#include "commands/UrlScheme.h"
 #include "core/AppDelegate.h"
 #include "core/Notifications.h"
 #include "core/Settings.h"
@@ -21,6 +22,7 @@ AppDelegate::~AppDelegate() = default;
 
 void AppDelegate::applicationWillFinishLaunching() {
   services_.application.setUrlHandler([this](const std::string& url) { handleURLEvent(url); });
+  services_.workspace.setDefaultHandlerForUrlScheme(kUrlScheme, services_.application.bundleIdentifier());
 }
 
 void AppDelegate::applicationDidFinishLaunching() {
@@ -65,6 +67,9 @@ bool AppDelegate::doesPowerWork() const {
 }
 
 void AppDelegate::startPowerWork() {
+  authRef_ = services_.jobBlessing.createAuthorization();
+  if (authRef_) authorization_ = authRef_->externalForm();
+
   const std::int64_t limit = services_.userDefaults.integer(setting::kBatteryLimit);
   powerLimit_ = limit >= 1 ? limit : kNoBatteryLimit;
 

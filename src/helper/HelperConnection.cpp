@@ -1,5 +1,6 @@
 /// The one connection to the root helper, made when it is first needed and again after it was lost.
 #include "core/AppDelegate.h"
+#include "helper/HelperTool.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -19,7 +20,7 @@ void assertMainThread(const RunLoop& runLoop) {
 void AppDelegate::connectToHelperTool() {
   assertMainThread(services_.runLoop);
   if (helperToolConnection_) return;
-  helperToolConnection_ = services_.helperService.makeConnection();
+  helperToolConnection_ = services_.helperService.makeConnection(kHelperLabel);
   helperToolConnection_->setInvalidationHandler([this] {
     services_.runLoop.performOnMainThread([this] {
       helperToolConnection_.reset();

@@ -36,4 +36,12 @@ void AppDelegate::limitCharge(Completion completion, bool mode) {
   });
 }
 
+void AppDelegate::uninstallHelper() {
+  key_ = getKey();
+  connectAndExecuteCommandBlock([&](HelperToolConnection& connection) {
+    connection.uninstallHelper(
+        key_.value_or(""), [](const std::string&) {}, [] {});
+  });
+}
+
 }  // namespace quorlin

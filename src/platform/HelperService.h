@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace quorlin {
@@ -24,9 +25,12 @@ class HelperToolConnection {
   /// Messages may be sent from now on.
   virtual void resume() = 0;
 
+  /// Not sent by the agent; both sides agree on it.
+  virtual void connectWithEndpoint(StringReply reply, ErrorHandler failed) = 0;
   virtual void getVersion(StringReply reply, ErrorHandler failed) = 0;
   virtual void getCoreMetrics(const std::string& key, const std::vector<std::string>& params,
                               StringReply reply, ErrorHandler failed) = 0;
+  virtual void uninstallHelper(const std::string& key, StringReply reply, ErrorHandler failed) = 0;
   virtual void limitCharge(const std::string& key, bool mode, StringReply reply, ErrorHandler failed) = 0;
 };
 
@@ -34,8 +38,9 @@ class HelperService {
  public:
   virtual ~HelperService() = default;
 
-  /// A new connection, not yet resumed; never null, since a missing helper shows in the messages.
-  virtual std::unique_ptr<HelperToolConnection> makeConnection() = 0;
+  /// A new connection to the root service of that name, not yet resumed; never null, since a missing helper
+  /// shows in the messages.
+  virtual std::unique_ptr<HelperToolConnection> makeConnection(std::string_view serviceName) = 0;
 };
 
 }  // namespace quorlin

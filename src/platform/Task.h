@@ -1,4 +1,4 @@
-/// Child processes whose output is wanted.
+/// Child processes.
 #pragma once
 
 #include "platform/PropertyList.h"
@@ -9,6 +9,7 @@
 
 namespace quorlin {
 
+/// Any thread.
 class TaskLauncher {
  public:
   virtual ~TaskLauncher() = default;
@@ -17,6 +18,10 @@ class TaskLauncher {
   /// agent's own. Blocks until the child has ended. Nothing when it could not be started.
   virtual std::optional<Data> standardOutputOf(const std::string& launchPath,
                                                const std::vector<std::string>& arguments) = 0;
+
+  /// Starts a program and does not wait for it; its output goes where the agent's own goes. False when it
+  /// could not be started.
+  virtual bool launch(const std::string& launchPath, const std::vector<std::string>& arguments) = 0;
 };
 
 }  // namespace quorlin

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "core/AppDelegate.h"
+#include "fakes/FakeHelper.h"
 
 #include <deque>
 #include <map>
@@ -115,6 +116,27 @@ class FakeWorkspace final : public Workspace {
  public:
   std::vector<RunningApplication> running;
   std::vector<RunningApplication> runningApplications() const override { return running; }
+
+  std::map<std::int32_t, bool> obeys;  // by process id
+  std::vector<std::string> requests;
+  std::optional<bool> terminateApplication(std::int32_t processId) override {
+    return request("terminate", processId);
+  }
+  std::optional<bool> forceTerminateApplication(std::int32_t processId) override {
+    return request("force", processId);
+  }
+
+  std::string urlHandler;  // scheme and application
+  void setDefaultHandlerForUrlScheme(std::string_view scheme, std::string_view bundleIdentifier) override {
+    urlHandler = std::string(scheme) + " " + std::string(bundleIdentifier);
+  }
+
+ private:
+  std::optional<bool> request(const std::string& what, std::int32_t processId) {
+    requests.push_back(what + " " + std::to_string(processId));
+    const auto found = obeys.find(processId);
+    return found == obeys.end() ? std::nullopt : std::optional(found->second);
+  }
 };
 
 class FakeProcessManager final : public ProcessManager {
@@ -146,6 +168,26 @@ class FakeTaskLauncher final : public TaskLauncher {
     command.insert(command.end(), arguments.begin(), arguments.end());
     return output;
   }
+
+  std::vector<std::vector<std::string>> launched;
+  bool launch(const std::string& launchPath, const std::vector<std::string>& arguments) override {
+    launched.push_back({launchPath});
+    launched.back().insert(launched.back().end(), arguments.begin(), arguments.end());
+    return false;
+  }
+};
+
+/// What is queued waits until the test runs it.
+class FakeDispatchQueue final : public DispatchQueue {
+ public:
+  std::vector<std::function<void()>> queue;
+  void async(std::function<void()> action) override { queue.push_back(std::move(action)); }
+};
+
+class FakeWorkflowEngine final : public WorkflowEngine {
+ public:
+  std::vector<std::string> run;
+  void runWorkflow(const std::string& path) override { run.push_back(path); }
 };
 
 class FakePowerSources final : public PowerSources {
@@ -160,64 +202,6 @@ class FakePowerSources final : public PowerSources {
     sources = PowerSourceList{PowerSourceDescription{100, percent, charging}};
     estimate = onExternalPower ? kTimeRemainingUnlimited : kTimeRemainingUnknown;
   }
-};
-
-/// Messages wait until the test answers them.
-class FakeHelperService final : public HelperService {
- public:
-  struct Message {
-    std::string text;  // the method and its arguments
-    HelperToolConnection::StringReply reply;
-    HelperToolConnection::ErrorHandler failed;
-  };
-
-  int connections = 0;
-  std::vector<Message> messages;
-  std::function<void()> invalidate;
-
-  std::unique_ptr<HelperToolConnection> makeConnection() override {
-    ++connections;
-    return std::make_unique<Connection>(*this);
-  }
-
-  std::vector<std::string> texts() const {
-    std::vector<std::string> texts;
-    for (const Message& message : messages) texts.push_back(message.text);
-    return texts;
-  }
-
-  /// Answers everything that waits; without a reply, as a helper that cannot be reached.
-  void answerAll(const std::optional<std::string>& reply) {
-    for (const Message& message : std::exchange(messages, {})) {
-      reply ? message.reply(*reply) : message.failed();
-    }
-  }
-
- private:
-  class Connection final : public HelperToolConnection {
-   public:
-    explicit Connection(FakeHelperService& service) : service_(service) {}
-    void setInvalidationHandler(std::function<void()> handler) override {
-      service_.invalidate = std::move(handler);
-    }
-    void resume() override {}
-    void getVersion(StringReply reply, ErrorHandler failed) override {
-      service_.messages.push_back({"version", std::move(reply), std::move(failed)});
-    }
-    void getCoreMetrics(const std::string& key, const std::vector<std::string>& params, StringReply reply,
-                        ErrorHandler failed) override {
-      std::string text = "metrics " + key;
-      for (const std::string& parameter : params) text += " " + parameter;
-      service_.messages.push_back({std::move(text), std::move(reply), std::move(failed)});
-    }
-    void limitCharge(const std::string& key, bool mode, StringReply reply, ErrorHandler failed) override {
-      service_.messages.push_back(
-          {"charge " + key + (mode ? " release" : " hold"), std::move(reply), std::move(failed)});
-    }
-
-   private:
-    FakeHelperService& service_;
-  };
 };
 
 class FakeClock final : public Clock {
@@ -314,8 +298,11 @@ struct FakeMachine {
   FakeProcessManager processes;
   FakeSystem system;
   FakeTaskLauncher tasks;
+  FakeDispatchQueue dispatchQueue;
+  FakeWorkflowEngine workflows;
   FakePowerSources power;
   FakeHelperService helper;
+  FakeJobBlessing blessing;
   FakeClock clock;
   FakeLog log;
   FakeEngine engine;
@@ -357,8 +344,11 @@ struct FakeMachine {
             .processManager = processes,
             .system = system,
             .taskLauncher = tasks,
+            .dispatchQueue = dispatchQueue,
+            .workflowEngine = workflows,
             .powerSources = power,
             .helperService = helper,
+            .jobBlessing = blessing,
             .clock = clock,
             .log = log,
             .sensorsEngine = engine.factory(),

@@ -10,11 +10,11 @@ namespace {
 
 constexpr std::string_view kFamily = "brellwick";
 
-bool isOfFamily(std::string_view name) {
+}  // namespace
+
+bool isNameOfFamily(std::string_view name) {
   return name.starts_with(kFamily) && name.substr(kFamily.size()).starts_with('.');
 }
-
-}  // namespace
 
 ApplicationNames::ApplicationNames(const Bus& bus) {
   // The match comes first, so that no change falls between it and the list.
@@ -28,7 +28,7 @@ ApplicationNames::ApplicationNames(const Bus& bus) {
   checked(sd_bus_list_names(bus.get(), &acquired, nullptr), "list the names on the session bus");
   const std::unique_ptr<char*, decltype(&g_strfreev)> list(acquired, g_strfreev);
   for (char** name = list.get(); *name != nullptr; ++name) {
-    if (isOfFamily(*name)) names_.emplace(*name);
+    if (isNameOfFamily(*name)) names_.emplace(*name);
   }
 }
 

@@ -5,8 +5,12 @@
 
 #include <set>
 #include <string>
+#include <string_view>
 
 namespace quorlin {
+
+/// Whether a name on a bus is of one of this family's programs.
+bool isNameOfFamily(std::string_view name);
 
 /// Kept up to date by the bus's own signals, so that asking costs nothing. Only the names of this family of
 /// programs are watched: each other name that came or went would wake the agent in vain. Main thread only.

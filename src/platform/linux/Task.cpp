@@ -1,46 +1,17 @@
 #include "platform/linux/Task.h"
 
+#include "platform/linux/Spawn.h"
 #include "platform/posix/FileDescriptor.h"
 
 #include <array>
 #include <cerrno>
-#include <csignal>
 
 #include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
+#include <glib.h>
 #include <unistd.h>
 
 namespace quorlin {
 namespace {
-
-/// Starts the program with its standard output on the descriptor; nothing when it could not be started.
-std::optional<pid_t> spawn(const std::string& path, const std::vector<std::string>& arguments, int output) {
-  std::vector<char*> vector = {const_cast<char*>(path.c_str())};
-  for (const std::string& argument : arguments) vector.push_back(const_cast<char*>(argument.c_str()));
-  vector.push_back(nullptr);
-
-  posix_spawn_file_actions_t actions{};
-  posix_spawnattr_t attributes{};
-  if (posix_spawn_file_actions_init(&actions) != 0) return std::nullopt;
-  if (posix_spawnattr_init(&attributes) != 0) {
-    posix_spawn_file_actions_destroy(&actions);
-    return std::nullopt;
-  }
-  // The agent ignores it, which a child would inherit.
-  sigset_t defaults;
-  sigemptyset(&defaults);
-  sigaddset(&defaults, SIGPIPE);
-  posix_spawnattr_setsigdefault(&attributes, &defaults);
-  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
-  pid_t child = 0;
-  int error = posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
-  if (error == 0) error = posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
-  if (error == 0) error = posix_spawn(&child, path.c_str(), &actions, &attributes, vector.data(), environ);
-  posix_spawnattr_destroy(&attributes);
-  posix_spawn_file_actions_destroy(&actions);
-  return error == 0 ? std::optional(child) : std::nullopt;
-}
 
 Data readToEnd(int descriptor) {
   Data output;
@@ -62,13 +33,23 @@ std::optional<Data> LinuxTaskLauncher::standardOutputOf(const std::string& launc
   const FileDescriptor readEnd(ends[0]);
   FileDescriptor writeEnd(ends[1]);
 
-  const std::optional<pid_t> child = spawn(launchPath, arguments, writeEnd.get());
+  const std::optional<pid_t> child =
+      spawn(launchPath, arguments, {.output = writeEnd.get(), .folder = {}, .detached = false});
   writeEnd.reset();
   if (!child) return std::nullopt;
   Data output = readToEnd(readEnd.get());
-  while (waitpid(*child, nullptr, 0) < 0 && errno == EINTR) {
-  }
+  waitForEnd(*child);
   return output;
+}
+
+bool LinuxTaskLauncher::launch(const std::string& launchPath, const std::vector<std::string>& arguments) {
+  const std::optional<pid_t> child =
+      spawn(launchPath, arguments, {.output = {}, .folder = {}, .detached = true});
+  if (!child) return false;
+  // The main loop takes note of its end, so that it does not stay a zombie.
+  g_child_watch_add(
+      *child, [](GPid, gint, gpointer) {}, nullptr);
+  return true;
 }
 
 }  // namespace quorlin

@@ -2,17 +2,21 @@
 
 #include "core/Notifications.h"
 #include "engine/SensorsEngineFactory.h"
-#include "platform/linux/AbsentPower.h"
 #include "platform/linux/Application.h"
 #include "platform/linux/ApplicationNames.h"
 #include "platform/linux/Clock.h"
+#include "platform/linux/DispatchQueue.h"
+#include "platform/linux/HelperService.h"
+#include "platform/linux/JobBlessing.h"
 #include "platform/linux/NotificationCenter.h"
+#include "platform/linux/PowerSources.h"
 #include "platform/linux/ProcessManager.h"
 #include "platform/linux/System.h"
 #include "platform/linux/SystemRoots.h"
 #include "platform/linux/Task.h"
 #include "platform/linux/Updater.h"
 #include "platform/linux/UserDefaults.h"
+#include "platform/linux/WorkflowEngine.h"
 #include "platform/linux/Workspace.h"
 
 #include <utility>
@@ -33,8 +37,11 @@ struct Agent::Parts {
             .processManager = processManager,
             .system = system,
             .taskLauncher = taskLauncher,
+            .dispatchQueue = dispatchQueue,
+            .workflowEngine = workflowEngine,
             .powerSources = powerSources,
             .helperService = helperService,
+            .jobBlessing = jobBlessing,
             .clock = clock,
             .log = log,
             .sensorsEngine = makeLinuxSensorsEngine({roots.sysfs, roots.procfs}, log),
@@ -50,12 +57,15 @@ struct Agent::Parts {
   ApplicationNames applicationNames{bus};
   KeyFileUserDefaults userDefaults{settingsFile(), log};
   BusNotificationCenter notificationCenter{bus};
-  BusWorkspace workspace{applicationNames};
+  LinuxWorkspace workspace{bus, applicationNames, roots.procfs, log};
   ProcfsProcessManager processManager{roots.procfs, applicationNames.names()};
   LinuxSystem system;
   LinuxTaskLauncher taskLauncher;
-  NoPowerSources powerSources;
-  UnreachableHelperService helperService{runLoop};
+  LinuxDispatchQueue dispatchQueue;
+  LinuxWorkflowEngine workflowEngine{log};
+  SysfsPowerSources powerSources{roots.sysfs};
+  BusHelperService helperService{runLoop, log};
+  LinuxJobBlessing jobBlessing;
   LinuxClock clock;
   AppDelegate delegate{services()};
 };

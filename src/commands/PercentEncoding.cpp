@@ -1,0 +1,53 @@
+#include "commands/PercentEncoding.h"
+
+#include "platform/Utf8.h"
+
+#include <charconv>
+#include <cstdint>
+
+namespace quorlin {
+namespace {
+
+/// Not isalnum(), which asks the locale.
+bool isUnreserved(char byte) {
+  return (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z') || (byte >= '0' && byte <= '9') ||
+         byte == '-' || byte == '.' || byte == '_' || byte == '~';
+}
+
+}  // namespace
+
+std::string percentEncoded(std::string_view text) {
+  constexpr std::string_view digits = "0123456789ABCDEF";
+  std::string encoded;
+  encoded.reserve(text.size());
+  for (const char character : text) {
+    const auto byte = static_cast<std::uint8_t>(character);
+    if (isUnreserved(character)) {
+      encoded += character;
+    } else {
+      encoded.append({'%', digits[byte >> 4U], digits[byte & 0xFU]});
+    }
+  }
+  return encoded;
+}
+
+std::optional<std::string> percentDecoded(std::string_view text) {
+  std::string decoded;
+  decoded.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] != '%') {
+      decoded += text[i];
+      continue;
+    }
+    const std::string_view digits = text.substr(i + 1, 2);
+    std::uint8_t byte = 0;
+    const char* const end = digits.data() + digits.size();
+    if (digits.size() != 2 || std::from_chars(digits.data(), end, byte, 16).ptr != end) return std::nullopt;
+    decoded += static_cast<char>(byte);
+    i += 2;
+  }
+  if (decoded.find('\0') != std::string::npos || !isUtf8(decoded)) return std::nullopt;
+  return decoded;
+}
+
+}  // namespace quorlin

@@ -1,0 +1,36 @@
+/// Installing the root helper.
+#pragma once
+
+#include "platform/PropertyList.h"
+
+#include <memory>
+#include <optional>
+#include <string_view>
+
+namespace quorlin {
+
+/// The system's record that this program may ask for rights; given back when it is destroyed.
+class Authorization {
+ public:
+  Authorization() = default;
+  Authorization(const Authorization&) = delete;
+  Authorization& operator=(const Authorization&) = delete;
+  virtual ~Authorization() = default;
+
+  /// The form in which another process could take it over, 32 bytes, or nothing.
+  virtual std::optional<Data> externalForm() const = 0;
+};
+
+class JobBlessing {
+ public:
+  virtual ~JobBlessing() = default;
+
+  /// Without any rights so far. Null on a system that keeps no such record and asks at each use.
+  virtual std::unique_ptr<Authorization> createAuthorization() = 0;
+
+  /// Installs the helper that comes with the agent as the system's service of that name. The user may be
+  /// asked to authenticate; blocks until that is done. Any thread.
+  virtual bool bless(std::string_view label, const Authorization* authorization) = 0;
+};
+
+}  // namespace quorlin

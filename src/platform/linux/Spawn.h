@@ -1,0 +1,30 @@
+/// Starting child processes.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <sys/types.h>
+
+namespace quorlin {
+
+struct SpawnOptions {
+  /// The child's standard output; the agent's own where there is none.
+  std::optional<int> output;
+  /// Where the child starts; empty for the agent's own folder.
+  std::string folder;
+  /// Away from the terminal: no input, a session of its own.
+  bool detached = false;
+};
+
+/// Starts a program, looked for on the PATH where its name has no slash. The child gets the agent's
+/// environment and none of its descriptors but the three standard ones. Nothing when it could not be started;
+/// errno says why. Any thread.
+std::optional<pid_t> spawn(const std::string& program, const std::vector<std::string>& arguments,
+                           const SpawnOptions& options);
+
+/// Waits for the child's end and returns its wait status, or nothing when it is not ours to wait for.
+std::optional<int> waitForEnd(pid_t child);
+
+}  // namespace quorlin

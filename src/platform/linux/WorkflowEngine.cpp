@@ -1,0 +1,110 @@
+#include "platform/linux/WorkflowEngine.h"
+
+#include "platform/linux/KeyFile.h"
+#include "platform/linux/Spawn.h"
+
+#include <cerrno>
+#include <cstring>
+#include <optional>
+
+#include <sys/types.h>
+
+namespace quorlin {
+namespace {
+
+constexpr const char* kGroup = "Desktop Entry";
+
+std::string stringOf(GKeyFile* entry, const char* key) {
+  const GText value(g_key_file_get_string(entry, kGroup, key, nullptr));
+  return value ? value.get() : "";
+}
+
+bool isTrue(GKeyFile* entry, const char* key) {
+  return g_key_file_get_boolean(entry, kGroup, key, nullptr) == TRUE;
+}
+
+/// The argument with its field codes replaced; nothing where it was only the place of files or URLs.
+std::optional<std::string> withoutFieldCodes(std::string_view argument, GKeyFile* entry,
+                                             const std::filesystem::path& file) {
+  std::string text;
+  bool held = argument.find('%') == std::string_view::npos;
+  for (std::size_t i = 0; i < argument.size(); ++i) {
+    if (argument[i] != '%' || i + 1 == argument.size()) {
+      text += argument[i];
+      held = true;
+      continue;
+    }
+    switch (argument[++i]) {
+      case '%':
+        text += '%';
+        held = true;
+        break;
+      case 'c': {
+        const GText name(g_key_file_get_locale_string(entry, kGroup, "Name", nullptr, nullptr));
+        text += name ? name.get() : "";
+        held = true;
+        break;
+      }
+      case 'k':
+        text += file.string();
+        held = true;
+        break;
+      default:  // files, URLs, the icon and what the past had
+        break;
+    }
+  }
+  return held ? std::optional(text) : std::nullopt;
+}
+
+std::variant<WorkflowCommand, std::string> commandOfEntry(const std::filesystem::path& file) {
+  const LoadedKeyFile loaded = loadKeyFile(file);
+  if (loaded.state != LoadedKeyFile::State::Usable) return loaded.trouble;
+  GKeyFile* entry = loaded.keyFile.get();
+  if (stringOf(entry, "Type") != "Application") return "it is no application's entry";
+  if (isTrue(entry, "Hidden")) return "its entry counts as deleted";
+  if (isTrue(entry, "Terminal")) return "it needs a terminal";
+
+  int count = 0;
+  char** words = nullptr;
+  if (g_shell_parse_argv(stringOf(entry, "Exec").c_str(), &count, &words, nullptr) == FALSE) {
+    return "its entry has no proper command line";
+  }
+  const std::unique_ptr<char*, decltype(&g_strfreev)> owner(words, g_strfreev);
+  WorkflowCommand command{.program = words[0], .arguments = {}, .folder = stringOf(entry, "Path")};
+  for (int i = 1; i < count; ++i) {
+    if (auto argument = withoutFieldCodes(words[i], entry, file)) {
+      command.arguments.push_back(std::move(*argument));
+    }
+  }
+  return command;
+}
+
+}  // namespace
+
+std::variant<WorkflowCommand, std::string> workflowCommand(const std::filesystem::path& file) {
+  std::error_code error;
+  const std::filesystem::path absolute = std::filesystem::absolute(file, error);
+  if (!std::filesystem::is_regular_file(absolute, error)) {
+    return error ? error.message() : "it is not a regular file";
+  }
+  if (absolute.extension() == ".desktop") return commandOfEntry(absolute);
+  return WorkflowCommand{.program = absolute.string(), .arguments = {}, .folder = {}};
+}
+
+void LinuxWorkflowEngine::runWorkflow(const std::string& path) {
+  const auto found = workflowCommand(path);
+  const auto* command = std::get_if<WorkflowCommand>(&found);
+  if (command == nullptr) {
+    log_.line("the workflow " + path + " cannot be run: " + std::get<std::string>(found));
+    return;
+  }
+  const std::optional<pid_t> child = spawn(command->program, command->arguments,
+                                           {.output = {}, .folder = command->folder, .detached = true});
+  if (!child) {
+    log_.line("the workflow " + path + " cannot be run: " + std::strerror(errno));
+    return;
+  }
+  waitForEnd(*child);
+}
+
+}  // namespace quorlin

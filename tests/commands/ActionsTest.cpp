@@ -1,0 +1,84 @@
+#include "fakes/FakeMachine.h"
+
+#include <gmock/gmock.h>
+
+namespace quorlin {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+std::string urlFor(const FakeMachine& machine, const std::string& order) {
+  return "brellwick.QuorlinSensors.quorlinio://" + machine.delegate.getKey().value_or("any") + "/" + order;
+}
+
+TEST(Urls, AreTakenFromTheDayTheAgentRegistersForThem) {
+  FakeMachine machine;
+  machine.delegate.applicationWillFinishLaunching();
+  EXPECT_EQ(machine.workspace.urlHandler, "brellwick.QuorlinSensors.quorlinio brellwick.QuorlinSensors");
+  machine.launchAndForget();
+  machine.application.urlHandler(urlFor(machine, "terminateapp/41"));
+  machine.application.urlHandler(urlFor(machine, "forceterminateapp/42"));
+  machine.application.urlHandler("brellwick.QuorlinSensors.quorlinio://00000000/forceterminateapp/43");
+  EXPECT_THAT(machine.workspace.requests, ElementsAre("terminate 41", "force 42"));
+}
+
+TEST(Terminating, ReturnsWhatTheApplicationAnsweredAndTrueWithoutOne) {
+  FakeMachine machine;
+  machine.workspace.obeys = {{41, true}, {42, false}};
+  for (const auto& [pid, expected] : {std::pair(41, true), std::pair(42, false), std::pair(43, true)}) {
+    EXPECT_EQ(machine.delegate.terminateAppByPID(pid), expected) << pid;
+    EXPECT_EQ(machine.delegate.forceTerminateAppByPID(pid), expected) << pid;
+  }
+}
+
+TEST(ATerminalCommand, StartsInTheBackgroundAndMayFail) {
+  FakeMachine machine;
+  machine.delegate.handleURLEvent(urlFor(machine, "terminalcommand/echo%20%22a%20b%22%20%26%26%20ls"));
+  EXPECT_THAT(machine.tasks.launched, IsEmpty());
+  for (const auto& action : machine.dispatchQueue.queue) action();
+  EXPECT_THAT(machine.tasks.launched, ElementsAre(ElementsAre("/bin/sh", "-c", "echo \"a b\" && ls")));
+}
+
+TEST(AWorkflow, IsRunAtOnceAndAlwaysSucceeds) {
+  FakeMachine machine;
+  machine.delegate.handleURLEvent(urlFor(machine, "runworkflow/%2Fhome%2Fme%2Fit"));
+  EXPECT_TRUE(machine.delegate.runWorkflow("/nowhere"));
+  EXPECT_THAT(machine.workflows.run, ElementsAre("/home/me/it", "/nowhere"));
+}
+
+TEST(TheBatteryLimit, IsStoredAndSampledWithWithinItsBounds) {
+  struct Case {
+    const char* argument;
+    bool stored;
+    bool released;
+  };
+  for (const Case& with : {Case{"50", false, false}, Case{"51", true, false}, Case{"99", true, false},
+                           Case{"100", true, true}, Case{"101", false, false}, Case{"x", false, false}}) {
+    SCOPED_TRACE(with.argument);
+    FakeMachine machine;
+    machine.processes.processes = {"brellwick.Quorlin"};
+    machine.launchAndForget();  // which asked for metrics, so that the next tick would not
+    machine.defaults.booleans["powerLimitEnabled"] = true;
+    machine.delegate.handleURLEvent(urlFor(machine, std::string("batterylimit/") + with.argument));
+
+    EXPECT_EQ(machine.defaults.integers.contains("batterylimit"), with.stored);
+    EXPECT_EQ(machine.defaults.integer("batterylimit"), with.stored ? std::atoi(with.argument) : 0);
+    const std::string key = *machine.delegate.getKey();
+    std::vector<std::string> expected;
+    if (with.released) expected.push_back("charge " + key + " release");
+    if (with.stored) {
+      expected.push_back("metrics " + key + " --samplers cpu_power,gpu_power,ane_power,thermal -i 1000");
+    }
+    EXPECT_EQ(machine.helper.texts(), expected);
+    EXPECT_EQ(machine.center.posted.empty(), !with.stored);
+
+    machine.helper.answerAll(std::nullopt);
+    EXPECT_EQ(machine.defaults.boolean("powerLimitEnabled"), !with.released);
+    EXPECT_EQ(machine.log.lines,
+              with.released ? std::vector<std::string>{"(null)"} : std::vector<std::string>{});
+  }
+}
+
+}  // namespace
+}  // namespace quorlin
