@@ -7,14 +7,19 @@
 
 namespace quorlin {
 
+/// Capacities in the unit in which the driver counts: energy, charge or percent.
 class SysfsPowerSources final : public PowerSources {
  public:
   explicit SysfsPowerSources(std::filesystem::path sysfsRoot) : sysfsRoot_(std::move(sysfsRoot)) {}
 
   std::optional<PowerSourceList> copyPowerSources() override;
+
+  /// Never seconds: the kernel estimates nothing.
   double timeRemainingEstimate() override;
 
  private:
+  bool isOnExternalPower() const;
+
   std::filesystem::path sysfsRoot_;
 };
 

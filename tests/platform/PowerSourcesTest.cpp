@@ -1,0 +1,150 @@
+#include "fakes/TemporaryFolder.h"
+#include "platform/linux/PowerSources.h"
+#include "platform/linux/SystemBatteries.h"
+
+#include <map>
+
+#include <gmock/gmock.h>
+
+namespace quorlin {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+/// The attributes of one supply.
+using Supply = std::map<std::string, std::string>;
+
+/// A machine with some supplies.
+class Machine {
+ public:
+  explicit Machine(const std::map<std::string, Supply>& supplies) {
+    std::filesystem::create_directories(folder_.path() / "class/power_supply");
+    for (const auto& [name, supply] : supplies) {
+      for (const auto& [attribute, value] : supply) {
+        folder_.write("class/power_supply/" + name + "/" + attribute, value + "\n");
+      }
+    }
+  }
+
+  std::vector<std::string> batteries() const {
+    std::vector<std::string> names;
+    for (const auto& battery : systemBatteries(folder_.path())) names.push_back(battery.filename());
+    return names;
+  }
+
+  SysfsPowerSources sources() const { return SysfsPowerSources(folder_.path()); }
+
+ private:
+  TemporaryFolder folder_;
+};
+
+Supply battery(Supply attributes) {
+  attributes["type"] = "Battery";
+  return attributes;
+}
+
+TEST(SystemBatteries, AreThoseOfTheComputerItselfByTheNumbersInTheirNames) {
+  const Machine machine({{"BAT10", battery({})},
+                         {"BAT2", battery({{"present", "1"}})},
+                         {"BAT02", battery({{"scope", "System"}})},
+                         {"BAT1", battery({{"present", "0"}})},
+                         {"BAT", battery({{"scope", "Unknown"}})},
+                         {"macsmc-battery", battery({})},
+                         {"hidpp_battery_0", battery({{"scope", "Device"}})},
+                         {"AC", {{"type", "Mains"}}},
+                         {"UPS", {{"type", "UPS"}}},
+                         {"typeless", {{"present", "1"}}}});
+  EXPECT_THAT(machine.batteries(), ElementsAre("BAT", "BAT02", "BAT2", "BAT10", "macsmc-battery"));
+}
+
+TEST(PowerSources, DescribeABatteryByTheFirstPairThatIsWhole) {
+  constexpr auto nothing = std::nullopt;
+  const struct {
+    Supply attributes;
+    std::optional<std::int32_t> maximum;
+    std::optional<std::int32_t> current;
+  } cases[] = {
+      {{{"energy_full", "50000000"}, {"energy_now", "31500000"}, {"capacity", "63"}}, 50000000, 31500000},
+      {{{"charge_full", "4000000"}, {"charge_now", "1"}, {"capacity", "0"}}, 4000000, 1},
+      {{{"energy_full", "50"}, {"energy_now", "5"}, {"charge_full", "4"}, {"charge_now", "1"}}, 50, 5},
+      {{{"energy_full", "50"}, {"charge_now", "5"}, {"capacity", "9"}}, 100, 9},
+      {{{"energy_full", "0"}, {"energy_now", "0"}, {"charge_full", "4"}, {"charge_now", "0"}}, 4, 0},
+      {{{"energy_full", "-5"}, {"energy_now", "-5"}, {"charge_full", "4"}, {"charge_now", "2"}}, 4, 2},
+      {{{"energy_full", "2147483648"}, {"energy_now", "5"}, {"capacity", "7"}}, 100, 7},
+      {{{"energy_full", "2147483647"}, {"energy_now", "5"}, {"capacity", "7"}}, 2147483647, 5},
+      {{{"energy_full", "50 mWh"}, {"energy_now", "5"}, {"capacity", "7"}}, 100, 7},
+      {{{"energy_full", ""}, {"energy_now", ""}, {"capacity", "7"}}, 100, 7},
+      {{{"energy_full", "50"}, {"energy_now", "51"}}, 50, 50},
+      {{{"capacity", "104"}}, 100, 100},
+      {{{"capacity", "-1"}, {"status", "Charging"}}, 100, nothing},
+      {{{"status", "Discharging"}}, 100, nothing},
+  };
+  for (std::size_t i = 0; i < std::size(cases); ++i) {
+    const auto list = Machine({{"BAT0", battery(cases[i].attributes)}}).sources().copyPowerSources();
+    ASSERT_TRUE(list && list->size() == 1 && list->front()) << "case " << i;
+    EXPECT_EQ(list->front()->maximumCapacity, cases[i].maximum) << "case " << i;
+    EXPECT_EQ(list->front()->currentCapacity, cases[i].current) << "case " << i;
+  }
+}
+
+TEST(PowerSources, TellWhetherABatteryCharges) {
+  const std::pair<std::string, std::optional<bool>> cases[] = {
+      {"Charging", true}, {"Discharging", false},    {"Not charging", false},   {"Full", false},
+      {"", std::nullopt}, {"Unknown", std::nullopt}, {"charging", std::nullopt}};
+  for (const auto& [status, expected] : cases) {
+    const Machine machine({{"BAT0", battery({{"status", status}, {"capacity", "50"}})}});
+    EXPECT_EQ(machine.sources().copyPowerSources()->front()->isCharging, expected) << status;
+  }
+}
+
+TEST(PowerSources, AreInOrderAndKeepThePlaceOfOneThatCannotBeRead) {
+  const Machine machine({{"BAT10", battery({{"capacity", "10"}})},
+                         {"BAT9", battery({})},
+                         {"BAT1", battery({{"capacity", "1"}})}});
+  const auto list = machine.sources().copyPowerSources();
+  ASSERT_EQ(list->size(), 3U);
+  EXPECT_EQ(list->at(0)->currentCapacity, 1);
+  EXPECT_FALSE(list->at(1));
+  EXPECT_EQ(list->at(2)->currentCapacity, 10);
+}
+
+TEST(PowerSources, AreUnknownWithoutTheClassAndNoneInAnEmptyOne) {
+  const TemporaryFolder folder;
+  EXPECT_FALSE(SysfsPowerSources(folder.path()).copyPowerSources());
+  EXPECT_THAT(*Machine({}).sources().copyPowerSources(), IsEmpty());
+}
+
+TEST(PowerSources, KnowExternalPowerByTheSuppliesAndElseByTheBatteries) {
+  const Supply mainsOn = {{"type", "Mains"}, {"online", "1"}};
+  const Supply mainsOff = {{"type", "Mains"}, {"online", "0"}};
+  const struct {
+    const char* what;
+    std::map<std::string, Supply> supplies;
+    bool isExternal;
+  } cases[] = {
+      {"mains", {{"AC", mainsOn}, {"BAT0", battery({{"status", "Discharging"}})}}, true},
+      {"no mains", {{"AC", mainsOff}, {"BAT0", battery({{"status", "Full"}})}}, false},
+      {"USB beside mains", {{"AC", mainsOff}, {"ucsi", {{"type", "USB"}, {"online", "2"}}}}, true},
+      {"an older kernel", {{"usb", {{"type", "USB_PD"}, {"online", "1"}}}}, true},
+      {"a charging pad", {{"pad", {{"type", "Wireless"}, {"online", "1"}}}}, true},
+      {"a tablet's dock", {{"dock", {{"type", "Mains"}, {"scope", "Device"}, {"online", "1"}}}}, false},
+      {"unreadable", {{"AC", {{"type", "Mains"}}}, {"BAT0", battery({{"status", "Full"}})}}, true},
+      {"charging", {{"BAT0", battery({{"status", "Charging"}})}}, true},
+      {"full", {{"BAT0", battery({{"status", "Full"}})}, {"BAT1", battery({})}}, true},
+      {"one in use",
+       {{"BAT0", battery({{"status", "Not charging"}})}, {"BAT1", battery({{"status", "Discharging"}})}},
+       false},
+      {"unknown", {{"BAT0", battery({{"status", "Unknown"}})}}, false},
+      {"a mouse", {{"mouse", battery({{"status", "Charging"}, {"scope", "Device"}})}}, false},
+      {"nothing", {}, false},
+  };
+  for (const auto& [what, supplies, isExternal] : cases) {
+    EXPECT_EQ(Machine(supplies).sources().timeRemainingEstimate(),
+              isExternal ? PowerSources::kTimeRemainingUnlimited : PowerSources::kTimeRemainingUnknown)
+        << what;
+  }
+}
+
+}  // namespace
+}  // namespace quorlin
