@@ -6,8 +6,8 @@
 
 namespace quorlin {
 
-/// What hold() and release() did: for people, a battery a line, naming each firmware that did not do as it was
-/// told. Holding is whether at least one battery is held now.
+/// What hold() and release() did: for people, a battery a line, naming each firmware that did not do as it
+/// was told. Holding is whether at least one battery is held now.
 struct ChargeOutcome {
   bool holding = false;
   std::string text;
