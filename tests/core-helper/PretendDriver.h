@@ -1,0 +1,39 @@
+/// A driver of batteries behind the files of a simulated machine.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace quorlin {
+
+/// While it lives, a write() to a file below its folder is a store of a driver's attribute: it replaces what
+/// the file says, or does what is set for the file. One at a time.
+class PretendDriver {
+ public:
+  explicit PretendDriver(std::string folder);
+  PretendDriver(const PretendDriver&) = delete;
+  PretendDriver& operator=(const PretendDriver&) = delete;
+  ~PretendDriver();
+
+  /// What one write() does, given the value without its line end: 0, or the error with which it fails.
+  using Store = std::function<int(const std::string& value)>;
+  /// By paths below the folder.
+  std::map<std::string, Store> stores;
+
+  /// "PATH VALUE" of each write, in order.
+  std::vector<std::string> writes;
+
+  /// Sets a file as the firmware does by itself.
+  void set(const std::string& path, const std::string& value) const;
+
+  int store(const std::string& path, const std::string& value);
+
+  const std::string& folder() const { return folder_; }
+
+ private:
+  std::string folder_;
+};
+
+}  // namespace quorlin
