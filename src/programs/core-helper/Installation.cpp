@@ -1,0 +1,211 @@
+#include "core-helper/Installation.h"
+
+#include "core-helper/EmbeddedTexts.h"
+#include "platform/linux/Bus.h"
+#include "platform/posix/TextFile.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <list>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace quorlin {
+namespace {
+
+constexpr std::string_view kProgram = "usr/local/libexec/quorlin-core-helper";
+// polkit reads its actions from no other folder; the last file is the one by which the helper can be started.
+constexpr std::array<std::string_view, 4> kTextFiles = {
+    "usr/share/polkit-1/actions/com.brellwick.Quorlin-Core-Helper.policy",
+    "etc/dbus-1/system.d/com.brellwick.Quorlin-Core-Helper.conf",
+    "etc/systemd/system/quorlin-core-helper.service",
+    "usr/local/share/dbus-1/system-services/com.brellwick.Quorlin-Core-Helper.service",
+};
+constexpr std::string_view kStateFolder = "var/lib/quorlin-core-helper";
+// Debian ships none of these, so an empty one was most likely made for the helper.
+constexpr std::array<std::string_view, 3> kOwnFolders = {
+    "usr/local/share/dbus-1/system-services",
+    "usr/local/share/dbus-1",
+    "usr/local/libexec",
+};
+
+constexpr std::string_view embeddedText(std::string_view file) {
+  for (const EmbeddedText& embedded : kEmbeddedTexts) {
+    if (embedded.name == file.substr(file.rfind('/') + 1)) return embedded.text;
+  }
+  return {};
+}
+static_assert(std::all_of(kTextFiles.begin(), kTextFiles.end(),
+                          [](std::string_view file) { return !embeddedText(file).empty(); }));
+
+std::string stagedName(const std::string& name) { return "." + name + ".new"; }
+std::string previousName(const std::string& name) { return "." + name + ".old"; }
+
+/// Takes a file or an empty folder away; whether that, or its absence, was so.
+bool removeEntry(const FileDescriptor& folder, const std::string& name, int flags = 0) {
+  return unlinkat(folder.get(), name.c_str(), flags) == 0 || errno == ENOENT;
+}
+
+/// A file beside its place, then in it. Unless it is kept, what was there before comes back.
+class StagedFile {
+ public:
+  /// Throws InstallationError, as do all that follow.
+  StagedFile(FileDescriptor folder, std::filesystem::path path)
+      : folder_(std::move(folder)), path_(std::move(path)), name_(path_.filename()) {
+    // An earlier installation may have been cut short.
+    for (const std::string& leftover : {stagedName(name_), previousName(name_)}) {
+      if (!removeEntry(folder_, leftover)) {
+        throw InstallationError(path_.parent_path() / leftover, errorText(errno));
+      }
+    }
+    struct stat status {};
+    replaces_ = fstatat(folder_.get(), name_.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+    if (!replaces_ && errno != ENOENT) fail();
+    if (replaces_ && !S_ISREG(status.st_mode)) {
+      throw InstallationError(path_, "is in the way: it is not a regular file");
+    }
+  }
+  StagedFile(const StagedFile&) = delete;
+  StagedFile& operator=(const StagedFile&) = delete;
+  ~StagedFile() {
+    if (placed_ && !kept_) {
+      if (replaces_) {
+        renameat(folder_.get(), previousName(name_).c_str(), folder_.get(), name_.c_str());
+      } else {
+        removeEntry(folder_, name_);
+      }
+    }
+    removeEntry(folder_, stagedName(name_));
+    removeEntry(folder_, previousName(name_));
+  }
+
+  void write(std::string_view contents, mode_t mode) {
+    const FileDescriptor file(openat(folder_.get(), stagedName(name_).c_str(),
+                                     O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    if (!file) fail();
+    while (!contents.empty()) {
+      const ssize_t count = ::write(file.get(), contents.data(), contents.size());
+      if (count < 0 && errno != EINTR) fail();
+      if (count > 0) contents.remove_prefix(static_cast<std::size_t>(count));
+    }
+    if (fchown(file.get(), geteuid(), getegid()) != 0 || fchmod(file.get(), mode) != 0 ||
+        fsync(file.get()) != 0) {
+      fail();
+    }
+  }
+
+  void place() {
+    if (replaces_ &&
+        linkat(folder_.get(), name_.c_str(), folder_.get(), previousName(name_).c_str(), 0) != 0) {
+      fail();
+    }
+    if (renameat(folder_.get(), stagedName(name_).c_str(), folder_.get(), name_.c_str()) != 0) fail();
+    placed_ = true;
+    if (fsync(folder_.get()) != 0) fail();
+  }
+
+  void keep() { kept_ = true; }
+
+ private:
+  [[noreturn]] void fail() const { throw InstallationError(path_, errorText(errno)); }
+
+  FileDescriptor folder_;
+  std::filesystem::path path_;
+  std::string name_;
+  bool replaces_ = false;
+  bool placed_ = false;
+  bool kept_ = false;
+};
+
+std::string contentsOf(const std::filesystem::path& path) {
+  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  std::string contents;
+  std::array<char, 65536> buffer;
+  ssize_t count = file ? 1 : -1;
+  while (count > 0) {
+    count = read(file.get(), buffer.data(), buffer.size());
+    if (count > 0) contents.append(buffer.data(), static_cast<std::size_t>(count));
+  }
+  if (count < 0) throw InstallationError(path, errorText(errno));
+  return contents;
+}
+
+/// Calls a method without arguments of somebody who may not be there.
+void ask(const Bus& bus, const char* name, const char* path, const char* interface, const char* method) {
+  sd_bus_message* created = nullptr;
+  checked(sd_bus_message_new_method_call(bus.get(), &created, name, path, interface, method), method);
+  const BusMessage message(created);
+  checked(sd_bus_message_set_auto_start(created, 0), method);
+  sd_bus_error error = SD_BUS_ERROR_NULL;
+  const int result = sd_bus_call(bus.get(), created, 0, &error, nullptr);
+  const bool absent =
+      sd_bus_error_has_names(&error, SD_BUS_ERROR_SERVICE_UNKNOWN, SD_BUS_ERROR_NAME_HAS_NO_OWNER) > 0;
+  if (result < 0 && !absent) std::fprintf(stderr, "%s %s: %s\n", name, method, errorText(-result).c_str());
+  sd_bus_error_free(&error);
+}
+
+}  // namespace
+
+void installHelper(const std::filesystem::path& root, const std::filesystem::path& program) {
+  const std::string binary = contentsOf(program);
+  InstallFolders folders(root);
+  std::list<StagedFile> files;
+  const auto stage = [&](std::string_view file, std::string_view contents, mode_t mode) {
+    const std::filesystem::path relative(file);
+    files.emplace_back(folders.open(relative.parent_path()), root / relative).write(contents, mode);
+  };
+  stage(kProgram, binary, 0755);
+  for (const std::string_view file : kTextFiles) stage(file, embeddedText(file), 0644);
+  for (StagedFile& file : files) file.place();
+  for (StagedFile& file : files) file.keep();
+  folders.keep();
+}
+
+void removeHelper(const std::filesystem::path& root) {
+  std::string troubles;
+  const auto attempt = [&](const std::filesystem::path& entry, int flags = 0, int tolerated = ENOENT) {
+    try {
+      const FileDescriptor folder = openFolder(root, entry.parent_path());
+      if (!folder || removeEntry(folder, entry.filename(), flags) || errno == tolerated) return;
+      throw InstallationError(root / entry, errorText(errno));
+    } catch (const InstallationError& error) {
+      troubles += (troubles.empty() ? "" : "\n") + std::string(error.what());
+    }
+  };
+  const auto attemptFile = [&](const std::filesystem::path& file) {
+    attempt(file);
+    attempt(file.parent_path() / stagedName(file.filename()));
+    attempt(file.parent_path() / previousName(file.filename()));
+  };
+  // In the opposite order, so that first of all nothing can start it.
+  std::for_each(kTextFiles.rbegin(), kTextFiles.rend(), attemptFile);
+  attemptFile(kProgram);
+  for (const std::string_view folder : kOwnFolders) attempt(folder, AT_REMOVEDIR, ENOTEMPTY);
+  for (const std::string& name : namesIn(root / kStateFolder))
+    attempt(std::filesystem::path(kStateFolder) / name);
+  attempt(kStateFolder, AT_REMOVEDIR);
+  if (!troubles.empty()) throw InstallationError(troubles);
+}
+
+void tellSystem() {
+  try {
+    const Bus bus = Bus::openSystem();
+    ask(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "ReloadConfig");
+    ask(bus, "org.freedesktop.systemd1", "/org/freedesktop/systemd1", "org.freedesktop.systemd1.Manager",
+        "Reload");
+  } catch (const BusError&) {
+    // Without a bus there is nobody who would have to know.
+  }
+}
+
+void requireRoot() {
+  if (geteuid() != 0) throw InstallationError("only root may do this; try it with pkexec");
+}
+
+}  // namespace quorlin
