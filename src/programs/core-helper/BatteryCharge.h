@@ -35,9 +35,9 @@ class BatteryCharge {
   // These return a trouble, empty where there is none. A value that the driver refuses is none: like one that
   // the firmware ignores it is noticed in what is read back.
   std::string setEnd(int percent);
-  std::string change(std::string_view attribute, const std::string& value);
+  std::string change(std::string_view attribute, const std::string& wanted);
   std::string writeDown(std::string_view attribute);
-  std::string write(std::string_view attribute, const std::string& value) const;
+  std::string write(std::string_view attribute, const std::string& wanted) const;
   std::string putBack(std::string_view attribute);
 
   /// What an attribute stands at; of a choice, the word in brackets.

@@ -1,0 +1,41 @@
+/// The energy that the processor and the graphics chips have used up.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace quorlin {
+
+struct EnergyCounter {
+  /// The name of its folder, the same as long as the machine runs.
+  std::string id;
+  /// What it counts for: package-0, core, uncore, dram, psys, or the name of a chip.
+  std::string name;
+  /// Nothing when it could not be read.
+  std::optional<std::uint64_t> microjoules;
+  /// Where it begins again at 0; 0 when it never does.
+  std::uint64_t range = 0;
+};
+
+/// Drivers of graphics chips tell energy or power.
+struct GraphicsCounter {
+  EnergyCounter energy;
+  std::optional<std::uint64_t> microwatts;
+};
+
+/// The zones of the running average power limit, RAPL (Documentation/power/powercap/powercap.rst). Intel's
+/// and AMD's processors have them under the same names.
+std::vector<EnergyCounter> readProcessorEnergy(const std::filesystem::path& sysfsRoot);
+
+/// The graphics chips that are awake.
+std::vector<GraphicsCounter> readGraphicsEnergy(const std::filesystem::path& sysfsRoot);
+
+/// The mean power between two readings of one counter, nothing when it cannot be told.
+std::optional<double> wattsBetween(const EnergyCounter& before, const EnergyCounter& after,
+                                   std::chrono::nanoseconds elapsed);
+
+}  // namespace quorlin
