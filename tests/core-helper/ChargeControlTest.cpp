@@ -104,8 +104,10 @@ TEST_F(ChargeControlTest, InhibitsChargingWhereTheDriverOffersIt) {
   EXPECT_EQ(outcome.text, "BAT0: charging is held (charge_behaviour inhibit-charge)");
   EXPECT_THAT(driver_.writes, ElementsAre(kBehaviour + " inhibit-charge"));
   EXPECT_EQ(held(), "BAT0 charge_behaviour force-discharge\n");
+  folder_.write("state/held-charge", held() + "another line\n");
   EXPECT_EQ(control().hold().text, outcome.text);
   EXPECT_EQ(driver_.writes.size(), 1U) << "it is held already";
+  EXPECT_THAT(held(), HasSubstr("another line")) << "nor is the file written again";
 
   EXPECT_EQ(control().release().text, "BAT0: charging as before");
   EXPECT_EQ(read(kBehaviour), "auto inhibit-charge [force-discharge]");
@@ -217,7 +219,11 @@ TEST_F(ChargeControlTest, NeverTakesAHeldValueForTheFormerOne) {
     EXPECT_EQ(read(kEnd), end);
     EXPECT_EQ(held(), "BAT0 charge_control_end_threshold 100\n");
   }
-  driver_.stores[kEnd] = [](const std::string&) { return EINVAL; };
+  driver_.stores[kEnd] = [this](const std::string& value) {
+    if (value != "100") return EINVAL;
+    driver_.set(kEnd, value);
+    return 0;
+  };
   driver_.set("BAT0/capacity", "65");
   EXPECT_FALSE(control().hold().holding);
   EXPECT_EQ(read(kEnd), "70") << "held a little above is better than not at all";
@@ -236,6 +242,9 @@ TEST_F(ChargeControlTest, ChangesNothingThatItCannotWriteDown) {
   std::filesystem::create_directories(state_.string() + ".new/in the way");
   EXPECT_THAT(control().hold().text, HasSubstr("held-charge cannot be written"));
   EXPECT_THAT(control().hold().text, HasSubstr("nothing is changed\nBAT1: "));
+  HeldCharge inMemory(state_);
+  EXPECT_NE(inMemory.remember("BAT0", kChargeBehaviour, "auto"), "");
+  EXPECT_EQ(inMemory.find("BAT0", kChargeBehaviour), nullptr);
   std::filesystem::remove_all(root_ / "state");
 
   driver_.set("BAT1/charge_behaviour", "auto inhibit-charge");

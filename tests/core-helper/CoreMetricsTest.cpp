@@ -172,14 +172,20 @@ TEST_F(CoreMetricsTest, ShowALineForWhatWasAskedAndIsThere) {
             "Thermal Pressure: 12.0 %\nThermal Throttling: 3 events\n");
 }
 
-TEST_F(CoreMetricsTest, SumThePackagesAndShowEach) {
+TEST_F(CoreMetricsTest, SumTheZonesOfAllPackagesAndShowEachPackage) {
   zone("intel-rapl:0", "package-0", "3500000");
   zone("intel-rapl:1", "package-1", "500000");
-  const PowerCounters before = read();
+  const PowerCounters packages = read();
+  zone("intel-rapl:0:0", "core", "1000000");
+  zone("intel-rapl:1:0", "core", "0");
+  const PowerCounters cores = read();
   zone("intel-rapl:0", "package-0", "6000000");
   zone("intel-rapl:1", "package-1", "4500000");
-  EXPECT_THAT(textSince(before), StartsWith("CPU Power: 6.50 W\nPackage Power: 6.50 W\n"
-                                            "Package 0 Power: 2.50 W\nPackage 1 Power: 4.00 W\n"));
+  zone("intel-rapl:0:0", "core", "2000000");
+  zone("intel-rapl:1:0", "core", "3000000");
+  const std::string perPackage = "Package Power: 6.50 W\nPackage 0 Power: 2.50 W\nPackage 1 Power: 4.00 W\n";
+  EXPECT_THAT(textSince(packages), StartsWith("CPU Power: 6.50 W\n" + perPackage));
+  EXPECT_THAT(textSince(cores), StartsWith("CPU Power: 4.00 W\n" + perPackage));
 }
 
 TEST_F(CoreMetricsTest, LeaveOutWhatOneOfTheReadingsDoesNotHave) {
