@@ -18,7 +18,7 @@ class InstallationError : public std::runtime_error {
       : std::runtime_error(path.string() + ": " + reason) {}
 };
 
-/// Opens folders to install into. Those that it makes are gone with it, unless they are kept.
+/// Opens folders to install into. Those that it made go with it if they are still empty.
 class InstallFolders {
  public:
   explicit InstallFolders(std::filesystem::path root) : root_(std::move(root)) {}
@@ -30,8 +30,6 @@ class InstallFolders {
   /// when something on the way is no folder, or is one that another user may change: what is installed in it
   /// could be replaced by that user.
   FileDescriptor open(const std::filesystem::path& relative);
-
-  void keep() { made_.clear(); }
 
  private:
   struct Made {

@@ -164,7 +164,6 @@ void installHelper(const std::filesystem::path& root, const std::filesystem::pat
   for (const std::string_view file : kTextFiles) stage(file, embeddedText(file), 0644);
   for (StagedFile& file : files) file.place();
   for (StagedFile& file : files) file.keep();
-  folders.keep();
 }
 
 void removeHelper(const std::filesystem::path& root) {
