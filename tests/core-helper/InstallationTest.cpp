@@ -7,6 +7,8 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 
@@ -289,6 +291,23 @@ TEST_F(Installation, NamesWhatCannotBeRemovedAfterAllElseIsGone) {
     for (const path& other : kFiles) EXPECT_EQ(exists(root / other), other == file) << other;
     remove_all(root / file);
   }
+}
+
+TEST_F(Installation, IsRemovedWithAStateFolderThatTheUnitMounted) {
+  const path state = root / "var/lib/quorlin-core-helper";
+  create_directories(state);
+  std::ofstream(state / "held") << "BAT0";
+  const pid_t child = fork();
+  if (child == 0) {
+    // In the namespace of a child, so that nothing stays mounted. Without root it takes one for users, too.
+    const bool mounted = unshare(CLONE_NEWNS | (geteuid() == 0 ? 0 : CLONE_NEWUSER)) == 0 &&
+                         mount(state.c_str(), state.c_str(), nullptr, MS_BIND, nullptr) == 0;
+    _exit(mounted && failure([this] { removeHelper(root); }) == "no failure" ? 0 : 1);
+  }
+  int status = -1;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(status, 0);
+  EXPECT_FALSE(exists(state));
 }
 
 TEST_F(Installation, IsNotRemovedThroughALink) {

@@ -1,10 +1,11 @@
 """Runs a program in the sandbox that its systemd unit describes, where no systemd runs.
 
 All is read from the unit file, so a program that a stricter unit breaks breaks in its tests too; a setting that is not
-known here is an error. What is not imitated: IPAddressDeny= and DevicePolicy= (there is no network and no device
-to begin with), ProtectClock=, ProtectKernelLogs= and ProtectKernelModules= beyond the capabilities and calls that the
-other settings take, RestrictRealtime= beyond SystemCallFilter=, set-id modes given while a file is opened. Only root gets
-a /proc as ProtectProc= and ProcSubset= say; anybody else sees the system's own, read-only.
+known here is an error. What is not imitated: IPAddressDeny= and DevicePolicy= (there is no network and no device to
+begin with); ProtectClock=, ProtectKernelLogs= and ProtectKernelModules= beyond the capabilities and calls that other
+settings take; RestrictRealtime= beyond SystemCallFilter=; a set-id mode given while a file is opened; the errors of
+refused calls where systemd has another one for a setting than SystemCallErrorNumber=. Only root gets a /proc as
+ProtectProc= and ProcSubset= say; anybody else sees the system's own, read-only.
 """
 import errno
 import functools
@@ -167,7 +168,8 @@ class Sandbox:
         self.proc_options += ["subset=pid"] if unit.value("ProcSubset") == "pid" else []
         if os.geteuid() == 0:
             mounts += [("--bind", self.folder / "proc", "/proc")]
-        hidden = ["/home", "/root", "/run/user"] * unit.has("ProtectHome") + ["/tmp", "/var/tmp"] * unit.has("PrivateTmp")
+        hidden = ["/home", "/root", "/run/user"] * unit.has("ProtectHome")
+        hidden += ["/tmp", "/var/tmp"] * unit.has("PrivateTmp")
         mounts += [("--tmpfs", path) for path in hidden if os.path.isdir(path)]
         mounts += [("--ro-bind", path, path) for path in visible]
         for path in unit.values("ReadWritePaths"):

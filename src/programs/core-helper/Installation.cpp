@@ -14,6 +14,7 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 
 namespace quorlin {
@@ -188,6 +189,8 @@ void removeHelper(const std::filesystem::path& root) {
   for (const std::string_view folder : kOwnFolders) attempt(folder, AT_REMOVEDIR, ENOTEMPTY);
   for (const std::string& name : namesIn(root / kStateFolder))
     attempt(std::filesystem::path(kStateFolder) / name);
+  // In the mount namespace of its unit, which ExecStopPost= has too, the folder is mounted on itself.
+  umount2((root / kStateFolder).c_str(), MNT_DETACH | UMOUNT_NOFOLLOW);
   attempt(kStateFolder, AT_REMOVEDIR);
   if (!troubles.empty()) throw InstallationError(troubles);
 }
