@@ -1,4 +1,4 @@
-/// The agent's own URL scheme: scheme://KEY/COMMAND/ARGUMENT.
+/// The words of commands by URL: SCHEME://KEY/COMMAND/ARGUMENT.
 #pragma once
 
 #include <string_view>
@@ -8,12 +8,19 @@ namespace quorlin {
 inline constexpr std::string_view kUrlScheme = "brellwick.QuorlinSensors.quorlinio";
 
 namespace urlcommand {
-
+/// A process id, decimal.
 inline constexpr std::string_view kTerminateApp = "terminateapp";
 inline constexpr std::string_view kForceTerminateApp = "forceterminateapp";
+/// A command line for the shell, percent-encoded.
 inline constexpr std::string_view kTerminalCommand = "terminalcommand";
+/// A path, percent-encoded.
 inline constexpr std::string_view kRunWorkflow = "runworkflow";
+/// Percent, decimal.
 inline constexpr std::string_view kBatteryLimit = "batterylimit";
-
 }  // namespace urlcommand
+
+/// The limits that the agent accepts, in percent; the highest means no limit.
+inline constexpr int kLowestBatteryLimit = 51;
+inline constexpr int kHighestBatteryLimit = 100;
+
 }  // namespace quorlin
