@@ -40,6 +40,9 @@ TEST(Json, IsWrittenForEveryKindOfValue) {
 TEST(Json, OfANotificationIsOneLineWithNullForNoObject) {
   EXPECT_EQ(jsonLineOf({.name = "N", .object = std::nullopt, .userInfo = {}}),
             R"({"name":"N","object":null,"userInfo":{}})");
+  EXPECT_EQ(
+      jsonLineOf({.name = "N", .object = std::nullopt, .userInfo = {}}, Battery{kOnBattery, std::nullopt}),
+      R"({"name":"N","object":null,"userInfo":{},"battery":{"state":"on-battery","percent":null}})");
   EXPECT_EQ(jsonLineOf({.name = "N", .object = "o\n", .userInfo = {{"version", 12}}}),
             R"({"name":"N","object":"o\n","userInfo":{"version":12}})");
 }

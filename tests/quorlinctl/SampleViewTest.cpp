@@ -1,5 +1,6 @@
 #include "platform/KeyedArchiver.h"
 #include "quorlinctl/Figures.h"
+#include "quorlinctl/ReadingBlocks.h"
 #include "quorlinctl/SampleView.h"
 
 #include <clocale>
@@ -41,7 +42,9 @@ class Rendering : public testing::Test {
             .time = "12:34:56",
             .sample = std::move(sample),
             .silence = {},
-            .powerMetrics = "CPU Power: 4512 mW\r\n\n\tGPU Power: \x1b[31m3 mW\n"};
+            .powerMetrics = "CPU Power: 4.51 W\r\n\n\tThermal Pressure: \x1b[31m0.0 %\nno colon\n",
+            .batteryLimit = 80,
+            .battery = {.state = kNotCharging, .percent = 80}};
   }
 
   static std::string withoutRenditions(std::string line) {
@@ -75,11 +78,14 @@ TEST_F(Rendering, StaysWithinEveryTerminalAndCountsWhatItHides) {
           int shown = 0;
           for (auto at = text.find(" °C"); at != std::string::npos; at = text.find(" °C", at + 1)) ++shown;
           shown += text.find("Drive") != std::string::npos ? 1 : 0;
-          shown += text.find("Rear") != std::string::npos ? 1 : 0;
+          for (const char* const other :
+               {"Rear", "CPU Power", "Thermal Pressure", "no colon", "Not charging", "Charge limit"}) {
+            shown += text.find(other) != std::string::npos ? 1 : 0;
+          }
           if (const auto more = text.find(" more reading"); more != std::string::npos) {
             shown += std::atoi(text.c_str() + text.rfind(' ', more - 1));
           }
-          EXPECT_EQ(shown, temperatures + 2) << text;
+          EXPECT_EQ(shown, temperatures + 7) << text;
         }
       }
     }
@@ -89,13 +95,74 @@ TEST_F(Rendering, StaysWithinEveryTerminalAndCountsWhatItHides) {
 TEST_F(Rendering, ShowsEverythingInAReportWithUnits) {
   const auto lines = renderView(viewWith(70), {}, kPlain);
   const std::string text = joined(lines);
-  for (const char* const part :
-       {"12:34:56", "Processor", "Core 69", "513.0 °C", "Storage", "Fans", "812 RPM", "1.50 MB/s",
-        "read 2.00 TB", "written —", "  CPU Power: 4512 mW\n", "GPU Power"}) {
+  for (const char* const part : {"12:34:56", "Processor", "Core 69", "513.0 °C", "Storage", "Fans", "812 RPM",
+                                 "1.50 MB/s", "read 2.00 TB", "written —", "Power\n  CPU Power "}) {
     EXPECT_THAT(text, HasSubstr(part));
   }
   EXPECT_THAT(text, Not(HasSubstr("more reading")));
   EXPECT_THAT(lines, Contains(testing::ContainsRegex("Drive .* —$")));
+  EXPECT_THAT(lines, Contains("  CPU Power" + std::string(55, ' ') + "4.51 W"));
+  EXPECT_THAT(lines, Contains("  Not charging, held at the limit             ━━━━━━━━━━━━━───      80 %"));
+}
+
+TEST_F(Rendering, GivesALongValueTheRoomThatItsLabelLeaves) {
+  SampleView view;
+  view.sample.emplace();
+  view.powerMetrics = "CPU Power: unavailable (no RAPL energy counters)\nA very long name of a thing: 1.00 W";
+  EXPECT_THAT(joined(renderView(view, {}, kPlain)), HasSubstr(" unavailable (no RAPL energy counters)\n"));
+  const auto narrow = renderView(view, {.columns = 30, .rows = 30}, kPlain);
+  EXPECT_THAT(narrow, Contains("  CPU Power unavailable (no R…"));
+  EXPECT_THAT(narrow, Contains("  A very long name of … 1.00 W"));
+}
+
+TEST_F(Rendering, ShowsPowerAndBatteryWhileThereIsNoSample) {
+  SampleView view = viewWith(1);
+  view.sample.reset();
+  EXPECT_THAT(joined(renderView(view, {.columns = 80, .rows = 24}, kPlain)),
+              testing::AllOf(HasSubstr("waiting"), HasSubstr("CPU Power"), HasSubstr("Not charging")));
+}
+
+TEST(ReadingBlocks, NameTheBatteryByWhatBecomesOfIt) {
+  using Rows = std::vector<std::string>;
+  const struct {
+    Battery battery;
+    std::optional<std::int64_t> limit;
+    Rows rows;
+    Tone tone = Tone::Plain;
+  } cases[] = {
+      {{kNoBattery, 50}, 80, {}},
+      {{kOnBattery, 63}, std::nullopt, {"On battery 63 %"}},
+      {{kOnBattery, 20}, 100, {"On battery 20 %"}, Tone::Warm},
+      {{kOnBattery, 10}, 0, {"On battery 10 %"}, Tone::Hot},
+      {{kOnBattery, std::nullopt}, 99, {"On battery —", "Charge limit 99 %"}},
+      {{kCharging, 5}, 80, {"Charging 5 %", "Charge limit 80 %"}},
+      {{kNotCharging, 79}, 80, {"Not charging 79 %", "Charge limit 80 %"}},
+      {{kNotCharging, 81}, 80, {"Not charging, held at the limit 81 %", "Charge limit 80 %"}},
+      {{kNotCharging, 81}, std::nullopt, {"Not charging 81 %"}},
+      {{kNotCharging, 100}, 100, {"Full 100 %"}},
+  };
+  for (const auto& [battery, limit, expected, tone] : cases) {
+    const ReadingBlock block = batteryBlock(battery, limit);
+    Rows rows;
+    for (const ReadingRow& row : block.rows) rows.push_back(row.label + " " + row.value);
+    EXPECT_EQ(rows, expected);
+    if (rows.empty()) continue;
+    EXPECT_EQ(block.rows.front().tone, tone) << rows.front();
+    EXPECT_EQ(block.rows.front().fill.has_value(), battery.percent.has_value()) << rows.front();
+  }
+}
+
+TEST(ReadingBlocks, ShareATitleAndKeepTheirOrder) {
+  Sample sample;
+  sample.temperatures = {{"power_supply/bat0", "BAT0", 30}, {"coretemp/temp1", "Core 0", 40}};
+  std::vector<ReadingBlock> blocks = sensorBlocks(sample);
+  insertBehind(blocks, "Processor", batteryBlock({kCharging, 50}, std::nullopt));
+  insertBehind(blocks, "Processor", powerBlock("CPU Power: 1 W"));
+  insertBehind(blocks, "Processor", powerBlock(""));
+  std::vector<std::string> titles;
+  for (const ReadingBlock& block : blocks) titles.push_back(block.title);
+  EXPECT_THAT(titles, ElementsAre("Processor", "Power", "Battery"));
+  EXPECT_EQ(blocks.back().rows.back().label, "BAT0");
 }
 
 TEST_F(Rendering, LetsNoControlCharacterOfALabelThrough) {
@@ -162,6 +229,8 @@ TEST(Figures, NameTheirUnits) {
       {fanText(1199.6), "1200 RPM"},
       {fanText(0), "0 RPM"},
       {fanText(kUnknownValue), "—"},
+      {percentText(7), "7 %"},
+      {percentText(std::nullopt), "—"},
       {bytesText(0), "0 B"},
       {bytesText(999.4), "999 B"},
       {bytesText(999.5), "1.00 kB"},
@@ -193,9 +262,6 @@ TEST(Figures, DrawTheLastValuesOnACommonScale) {
   };
   for (const auto& [values, columns, leastScale, line] : cases)
     EXPECT_EQ(sparkline(values, columns, leastScale), line);
-  EXPECT_EQ(barLength(60, 20, 100, 8), 4);
-  EXPECT_EQ(barLength(500, 20, 100, 8), 8);
-  EXPECT_EQ(barLength(kUnknownValue, 20, 100, 8), 0);
 }
 
 TEST(Sample, IsUnderstoodFromWhateverTheSenderLeftOut) {

@@ -43,6 +43,10 @@ std::string fanText(double revolutionsPerMinute) {
   return std::isfinite(revolutionsPerMinute) ? fixed(revolutionsPerMinute, 0, "RPM") : kUnknown;
 }
 
+std::string percentText(std::optional<int> percent) {
+  return percent ? std::to_string(*percent) + " %" : kUnknown;
+}
+
 std::string bytesText(double bytes) { return scaled(bytes, ""); }
 
 std::string rateText(double bytesPerSecond) { return scaled(bytesPerSecond, "/s"); }
@@ -65,12 +69,6 @@ std::string sparkline(std::span<const double> values, int columns, double leastS
     line += levels[static_cast<std::size_t>(std::clamp(level, 0.0, static_cast<double>(levels.size() - 1)))];
   }
   return line;
-}
-
-int barLength(double value, double low, double high, int columns) {
-  if (std::isnan(value)) return 0;
-  const double fraction = std::clamp((value - low) / (high - low), 0.0, 1.0);
-  return static_cast<int>(std::lround(fraction * columns));
 }
 
 std::string repeated(std::string_view character, int times) {

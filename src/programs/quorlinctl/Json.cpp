@@ -76,12 +76,16 @@ struct Converter {
 
 ordered_json jsonOf(const PropertyList& value) { return std::visit(Converter(), value.value()); }
 
-std::string jsonLineOf(const Notification& notification) {
+std::string jsonLineOf(const Notification& notification, const std::optional<Battery>& battery) {
   ordered_json json;
   json["name"] = withoutMalformedUtf8(notification.name);
   json["object"] = nullptr;
   if (notification.object) json["object"] = withoutMalformedUtf8(*notification.object);
   json["userInfo"] = jsonOf(notification.userInfo);
+  if (battery) {
+    json["battery"]["state"] = wordOf(battery->state);
+    json["battery"]["percent"] = battery->percent ? ordered_json(*battery->percent) : nullptr;
+  }
   return textOf(json);
 }
 

@@ -1,5 +1,7 @@
 #include "quorlinctl/Output.h"
 
+#include "core/Notifications.h"
+#include "quorlinctl/Battery.h"
 #include "quorlinctl/Json.h"
 
 #include <cerrno>
@@ -23,7 +25,9 @@ void complain(std::string_view message) {
 }
 
 std::error_code JsonOutput::show(const Notification& notification) {
-  return writeAll(STDOUT_FILENO, jsonLineOf(notification) + "\n");
+  const bool power = notification.name == notification::kCoreData;
+  const std::optional<Battery> battery = power ? std::optional(readBattery(powerSources_)) : std::nullopt;
+  return writeAll(STDOUT_FILENO, jsonLineOf(notification, battery) + "\n");
 }
 
 }  // namespace quorlin

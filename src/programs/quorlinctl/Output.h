@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/NotificationCenter.h"
+#include "platform/PowerSources.h"
 
 #include <string>
 #include <string_view>
@@ -26,9 +27,16 @@ class Output {
   virtual void explainSilence(const std::string& /*reason*/) {}
 };
 
+/// Power metrics come with the battery's state of that moment.
 class JsonOutput final : public Output {
  public:
+  /// The power sources outlive it.
+  explicit JsonOutput(PowerSources& powerSources) : powerSources_(powerSources) {}
+
   std::error_code show(const Notification& notification) override;
+
+ private:
+  PowerSources& powerSources_;
 };
 
 }  // namespace quorlin

@@ -13,15 +13,6 @@ constexpr int kGap = 4;
 constexpr int kIndent = 2;
 constexpr int kValueColumns = 9;
 constexpr int kLongestBar = 16;
-constexpr double kBarLow = 20;
-constexpr double kBarHigh = 100;
-constexpr double kWarm = 75;
-constexpr double kHot = 90;
-
-Tone toneOf(double degrees) {
-  if (degrees >= kHot) return Tone::Hot;
-  return degrees >= kWarm ? Tone::Warm : Tone::Plain;
-}
 
 StyledLine titleLine(const std::string& title, int columns, Appearance appearance) {
   StyledLine line(columns, appearance);
@@ -29,30 +20,29 @@ StyledLine titleLine(const std::string& title, int columns, Appearance appearanc
   return line;
 }
 
-/// Label, bar, value; the value keeps its place at the end.
-StyledLine readingLine(const Reading& reading, Quantity quantity, int columns, Appearance appearance) {
-  const bool temperature = quantity == Quantity::Temperature;
-  const int bar = temperature ? std::min(columns / 4, kLongestBar) : 0;
-  const int barStart = columns - kValueColumns - 1 - bar;
-  const Tone tone = temperature ? toneOf(reading.value) : Tone::Plain;
+/// Label, bar, value; the value keeps its place at the end. Without a bar it gets what the label leaves.
+StyledLine readingLine(const ReadingRow& row, int columns, Appearance appearance) {
+  const int bar = row.fill ? std::min(columns / 4, kLongestBar) : 0;
+  const int labelled = kIndent + columnsOf(row.label, appearance.charset) + 1;
+  StyledLine value(bar > 0 ? kValueColumns : std::max(kValueColumns, columns - labelled), appearance);
+  value.text(row.value, row.tone);
+  const int barStart = columns - (bar > 0 ? kValueColumns + 1 + bar : value.width());
   StyledLine label(barStart - kIndent - 1, appearance);
-  label.text(reading.label.empty() ? reading.id : reading.label);
+  label.text(row.label);
   StyledLine line(columns, appearance);
   line.padTo(kIndent).line(label).padTo(barStart);
-  if (bar > 0 && std::isfinite(reading.value)) {
-    const int filled = barLength(reading.value, kBarLow, kBarHigh, bar);
-    line.text(repeated("━", filled), tone == Tone::Plain ? Tone::Calm : tone);
+  if (bar > 0) {
+    const int filled = static_cast<int>(std::lround(*row.fill * bar));
+    line.text(repeated("━", filled), row.tone == Tone::Plain ? Tone::Calm : row.tone);
     line.text(repeated("─", bar - filled), Tone::Faint);
   }
-  const std::string value = temperature ? celsiusText(reading.value) : fanText(reading.value);
-  line.textEndingAt(columns, value, std::isfinite(reading.value) ? tone : Tone::Faint);
-  return line;
+  return line.padTo(columns - value.width()).line(value);
 }
 
 /// What a row of a column shows: a title, a reading, or a blank before the next title.
 struct Row {
   const ReadingBlock* block = nullptr;
-  const Reading* reading = nullptr;
+  const ReadingRow* reading = nullptr;
 };
 
 struct Packing {
@@ -70,7 +60,7 @@ Packing pack(const std::vector<ReadingBlock>& blocks, int rows, int sideBySide) 
     return true;
   };
   for (const ReadingBlock& block : blocks) {
-    const auto& readings = block.group.readings;
+    const auto& readings = block.rows;
     const int whole = static_cast<int>(readings.size()) + 1;
     const int blank = packing.columns.back().empty() ? 0 : 1;
     // A title and one reading are the least that is worth beginning.
@@ -99,7 +89,7 @@ Packing pack(const std::vector<ReadingBlock>& blocks, int rows, int sideBySide) 
 /// The lowest columns that hide nothing, or those of all rows.
 Packing packEvenly(const std::vector<ReadingBlock>& blocks, int rows, int sideBySide) {
   const int all = std::accumulate(blocks.begin(), blocks.end(), 0, [](int sum, const ReadingBlock& block) {
-    return sum + static_cast<int>(block.group.readings.size()) + 2;
+    return sum + static_cast<int>(block.rows.size()) + 2;
   });
   const int highest = std::min(rows, all);
   for (int tried = std::max(all / sideBySide - 1, 2); tried < highest; ++tried) {
@@ -124,9 +114,8 @@ LaidOutReadings layOutReadings(const std::vector<ReadingBlock>& blocks, int colu
     for (const auto& column : packing.columns) {
       const Row row = i < column.size() ? column[i] : Row();
       if (row.block != nullptr) {
-        line.padTo(start).line(row.reading == nullptr
-                                   ? titleLine(row.block->group.title, columnWidth, appearance)
-                                   : readingLine(*row.reading, row.block->quantity, columnWidth, appearance));
+        line.padTo(start).line(row.reading == nullptr ? titleLine(row.block->title, columnWidth, appearance)
+                                                      : readingLine(*row.reading, columnWidth, appearance));
       }
       start += columnWidth + kGap;
     }

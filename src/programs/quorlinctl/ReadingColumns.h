@@ -1,17 +1,10 @@
 /// Groups of readings laid out side by side.
 #pragma once
 
-#include "quorlinctl/Sample.h"
+#include "quorlinctl/ReadingBlocks.h"
 #include "quorlinctl/StyledLine.h"
 
 namespace quorlin {
-
-enum class Quantity { Temperature, Fan };
-
-struct ReadingBlock {
-  Quantity quantity = Quantity::Temperature;
-  ReadingGroup group;
-};
 
 struct LaidOutReadings {
   std::vector<StyledLine> lines;

@@ -97,6 +97,12 @@ std::optional<std::string> powerMetricsOf(const Dictionary& userInfo) {
   return *text->string();
 }
 
+std::optional<std::int64_t> batteryLimitOf(const Dictionary& userInfo) {
+  const PropertyList* limit = find(userInfo, "batteryLimit");
+  if (limit == nullptr || limit->integer() == nullptr) return std::nullopt;
+  return *limit->integer();
+}
+
 std::vector<ReadingGroup> groupTemperatures(const std::vector<Reading>& temperatures) {
   std::vector<ReadingGroup> groups;
   groups.reserve(kOrder.size());

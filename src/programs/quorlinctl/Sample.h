@@ -39,8 +39,9 @@ struct Sample {
 /// Whatever a sender left out or wrote as another kind is missing or not known in the sample.
 Sample sampleOf(const Dictionary& userInfo);
 
-/// The text of a power metrics notification.
+/// The text of a power metrics notification, and the charge limit in percent that came with it.
 std::optional<std::string> powerMetricsOf(const Dictionary& userInfo);
+std::optional<std::int64_t> batteryLimitOf(const Dictionary& userInfo);
 
 /// The readings of one part of the machine, in the order of the sample.
 struct ReadingGroup {

@@ -22,17 +22,21 @@ std::string timeOfDay() {
 
 }  // namespace
 
-ViewState::ViewState(Role role) : fullSample_(notificationsOf(role).fullSample) {
+ViewState::ViewState(Role role, PowerSources& powerSources)
+    : fullSample_(notificationsOf(role).fullSample), powerSources_(powerSources) {
   view_.machine = LinuxSystem().localizedHostName().value_or("");
+  view_.battery = readBattery(powerSources_);
 }
 
 bool ViewState::take(const Notification& notification) {
   if (notification.name == notification::kCoreData) {
     view_.powerMetrics = powerMetricsOf(notification.userInfo);
+    view_.batteryLimit = batteryLimitOf(notification.userInfo);
     return false;
   }
   if (notification.name != fullSample_) return false;
   view_.sample = sampleOf(notification.userInfo);
+  view_.battery = readBattery(powerSources_);
   view_.time = timeOfDay();
   return true;
 }
@@ -51,8 +55,8 @@ std::error_code ReportOutput::show(const Notification& notification) {
   return writeAll(STDOUT_FILENO, text);
 }
 
-LiveOutput::LiveOutput(Role role, LinuxRunLoop& loop, std::function<void()> quit)
-    : state_(role),
+LiveOutput::LiveOutput(Role role, PowerSources& powerSources, LinuxRunLoop& loop, std::function<void()> quit)
+    : state_(role, powerSources),
       screen_(loop,
               [quit = std::move(quit)](char key) {
                 if (key == 'q' || key == 'Q') quit();
@@ -62,7 +66,8 @@ LiveOutput::LiveOutput(Role role, LinuxRunLoop& loop, std::function<void()> quit
 }
 
 std::error_code LiveOutput::show(const Notification& notification) {
-  return state_.take(notification) ? draw() : std::error_code();
+  // Where the sensors are switched off, power metrics are all that comes.
+  return state_.take(notification) || !state_.view().sample ? draw() : std::error_code();
 }
 
 void LiveOutput::explainSilence(const std::string& reason) {

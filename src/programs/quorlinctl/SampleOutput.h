@@ -9,10 +9,11 @@
 
 namespace quorlin {
 
-/// Keeps what the notifications have brought, ready to be shown.
+/// Keeps what the notifications have brought, and the battery's state of that moment, ready to be shown.
 class ViewState {
  public:
-  explicit ViewState(Role role);
+  /// The power sources outlive it.
+  ViewState(Role role, PowerSources& powerSources);
 
   const SampleView& view() const { return view_; }
   void setSilence(const std::string& reason) { view_.silence = reason; }
@@ -21,13 +22,14 @@ class ViewState {
 
  private:
   std::string_view fullSample_;
+  PowerSources& powerSources_;
   SampleView view_;
 };
 
 /// One report a sample, a blank line between two.
 class ReportOutput final : public Output {
  public:
-  explicit ReportOutput(Role role) : state_(role) {}
+  ReportOutput(Role role, PowerSources& powerSources) : state_(role, powerSources) {}
 
   std::error_code show(const Notification& notification) override;
 
@@ -39,7 +41,7 @@ class ReportOutput final : public Output {
 /// Draws in place. Calls quit for the key q.
 class LiveOutput final : public Output {
  public:
-  LiveOutput(Role role, LinuxRunLoop& loop, std::function<void()> quit);
+  LiveOutput(Role role, PowerSources& powerSources, LinuxRunLoop& loop, std::function<void()> quit);
 
   std::error_code show(const Notification& notification) override;
   void explainSilence(const std::string& reason) override;

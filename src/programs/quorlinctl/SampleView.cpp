@@ -4,7 +4,7 @@
 #include "quorlinctl/ReadingColumns.h"
 
 #include <algorithm>
-#include <sstream>
+#include <utility>
 
 namespace quorlin {
 namespace {
@@ -14,8 +14,6 @@ constexpr int kMostColumns = 3;
 constexpr int kReportWidth = 72;
 /// Below it the readings get all of the screen.
 constexpr int kRowsWithDisks = 12;
-constexpr int kRowsWithPower = 20;
-constexpr int kLeastPowerRows = 3;
 constexpr int kDiskLabelColumns = 9;
 constexpr int kDiskRateColumns = 11;
 constexpr int kLongestSparkline = 60;
@@ -36,12 +34,14 @@ class ViewRenderer {
 
   std::vector<std::string> render() {
     title();
-    if (!view_.sample) {
-      lines_.push_back(newLine());
-      lines_.push_back(newLine().text("waiting for the agent…", Tone::Faint));
-      if (!view_.silence.empty()) lines_.push_back(newLine().text(view_.silence));
-    } else {
+    if (view_.sample) {
       sample(*view_.sample);
+    } else {
+      add(newLine());
+      add(newLine().text("waiting for the agent…", Tone::Faint));
+      if (!view_.silence.empty()) add(newLine().text(view_.silence));
+      add(newLine());
+      readings(withPower({}), size_.rows - used());
     }
     std::vector<std::string> lines;
     for (const StyledLine& line : lines_) {
@@ -74,35 +74,25 @@ class ViewRenderer {
   void sample(const Sample& sample) {
     std::vector<StyledLine> below;
     if (size_.rows >= kRowsWithDisks) disks(sample, below);
-    const std::vector<StyledLine> power = powerMetrics();
+    std::vector<ReadingBlock> sensors = sensorBlocks(sample);
+    if (sensors.empty()) {
+      add(newLine().text("This machine shows no sensors (quorlinctl doctor says why)", Tone::Faint));
+      if (!withPower({}).empty()) add(newLine());
+    }
     const int rows = report_ ? size_.rows : size_.rows - used() - static_cast<int>(below.size());
-    const std::vector<ReadingBlock> blocks = blocksOf(sample);
-    // The readings come first, but they leave the power metrics a line where there are many.
-    const int powerLeast = power.empty() || size_.rows < kRowsWithPower ? 0 : kLeastPowerRows;
-    readings(blocks, rows - powerLeast);
+    readings(withPower(std::move(sensors)), rows);
     lines_.insert(lines_.end(), below.begin(), below.end());
-    const auto room = std::min<std::ptrdiff_t>(size_.rows - used(), std::ssize(power));
-    if (room >= powerLeast) lines_.insert(lines_.end(), power.begin(), power.begin() + room);
   }
 
-  static std::vector<ReadingBlock> blocksOf(const Sample& sample) {
-    std::vector<ReadingBlock> blocks;
-    for (ReadingGroup& group : groupTemperatures(sample.temperatures)) {
-      blocks.push_back({.quantity = Quantity::Temperature, .group = std::move(group)});
-    }
-    if (sample.fans.empty()) return blocks;
-    // Before the remaining temperatures, which a small terminal may have no room for.
-    const bool hasRemainder = !blocks.empty() && blocks.back().group.title == kRemainderTitle;
-    blocks.insert(hasRemainder ? blocks.end() - 1 : blocks.end(),
-                  {.quantity = Quantity::Fan, .group = {.title = "Fans", .readings = sample.fans}});
+  /// Power and battery come second, since a small terminal may have no room for what comes last.
+  std::vector<ReadingBlock> withPower(std::vector<ReadingBlock> blocks) const {
+    insertBehind(blocks, "Processor", batteryBlock(view_.battery, view_.batteryLimit));
+    insertBehind(blocks, "Processor", powerBlock(view_.powerMetrics.value_or("")));
     return blocks;
   }
 
   void readings(const std::vector<ReadingBlock>& blocks, int rows) {
-    if (blocks.empty()) {
-      add(newLine().text("This machine shows no sensors (quorlinctl doctor says why)", Tone::Faint));
-      return;
-    }
+    if (blocks.empty()) return;
     const int sideBySide = report_ ? 1 : std::clamp(size_.columns / kColumnWidth, 1, kMostColumns);
     LaidOutReadings laidOut = layOutReadings(blocks, size_.columns, rows, sideBySide, appearance_);
     if (laidOut.hiddenReadings > 0) {
@@ -133,20 +123,6 @@ class ViewRenderer {
     line.text(sparkline(activity.rates, columns, kLeastDiskScale), Tone::Calm);
     return line.textEndingAt(kDiskLabelColumns + columns + kDiskRateColumns,
                              rateText(activity.currentRate()));
-  }
-
-  /// A blank, a title, and the text as it came.
-  std::vector<StyledLine> powerMetrics() const {
-    if (!view_.powerMetrics) return {};
-    std::vector<StyledLine> lines = {newLine(), newLine().text("Power", Tone::Heading)};
-    std::istringstream text(*view_.powerMetrics);
-    for (std::string row; std::getline(text, row);) {
-      std::ranges::replace(row, '\t', ' ');
-      std::erase(row, '\r');
-      if (row.find_first_not_of(' ') != std::string::npos) lines.push_back(newLine().text("  ").text(row));
-    }
-    if (lines.size() == 2) lines.clear();
-    return lines;
   }
 
   const SampleView& view_;

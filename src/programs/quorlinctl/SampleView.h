@@ -1,6 +1,7 @@
 /// A sample as lines of text: for the live screen, which it fits, and for reports, which it fills.
 #pragma once
 
+#include "quorlinctl/Battery.h"
 #include "quorlinctl/Sample.h"
 #include "quorlinctl/StyledLine.h"
 
@@ -17,6 +18,9 @@ struct SampleView {
   /// Why none has come yet, where that is known.
   std::string silence;
   std::optional<std::string> powerMetrics;
+  /// Percent, with the power metrics.
+  std::optional<std::int64_t> batteryLimit;
+  Battery battery;
 };
 
 struct ViewSize {

@@ -2,7 +2,9 @@
 
 #include "core/Notifications.h"
 #include "platform/linux/NotificationCenter.h"
+#include "platform/linux/PowerSources.h"
 #include "platform/linux/RunLoop.h"
+#include "platform/linux/SystemRoots.h"
 #include "quorlinctl/Agent.h"
 #include "quorlinctl/Consumer.h"
 #include "quorlinctl/SampleOutput.h"
@@ -58,10 +60,10 @@ class WatchSession {
 
  private:
   std::unique_ptr<Output> makeOutput(LinuxRunLoop& loop) {
-    if (options_.json) return std::make_unique<JsonOutput>();
+    if (options_.json) return std::make_unique<JsonOutput>(powerSources_);
     const bool live = !options_.once && ::isatty(STDOUT_FILENO) == 1 && terminalHasScreen();
-    if (!live) return std::make_unique<ReportOutput>(role_);
-    return std::make_unique<LiveOutput>(role_, loop, [this, &loop] { finish(loop, kExitOk); });
+    if (!live) return std::make_unique<ReportOutput>(role_, powerSources_);
+    return std::make_unique<LiveOutput>(role_, powerSources_, loop, [this, &loop] { finish(loop, kExitOk); });
   }
 
   void receive(LinuxRunLoop& loop, const Notification& notification) {
@@ -113,6 +115,7 @@ class WatchSession {
   Role role_;
   ApplicationName name_;
   BusNotificationCenter center_;
+  SysfsPowerSources powerSources_{systemRootsFromEnvironment().sysfs};
   std::unique_ptr<Output> output_;
   std::string message_;
   ExitCode exitCode_ = kExitOk;
