@@ -32,6 +32,15 @@ const Files kIntel = {
     {"proc/cpuinfo", "processor\t: 0\nvendor_id\t: GenuineIntel\nflags\t\t: fpu hypervisors\n"}};
 const Files kGuest = {{"proc/cpuinfo", "vendor_id\t: AuthenticAMD\nflags\t\t: fpu hypervisor sse\n"}};
 
+const std::string kBattery = "sys/class/power_supply/BAT0/";
+const Files kBatteries = {{kBattery + "type", "Battery\n"},
+                          {kBattery + "capacity", "63\n"},
+                          {kBattery + "status", "Not charging\n"},
+                          {"sys/class/power_supply/BAT1/type", "Battery\n"}};
+const Files kMouse = {{"sys/class/power_supply/hid-0/type", "Battery\n"},
+                      {"sys/class/power_supply/hid-0/scope", "Device\n"},
+                      {"sys/class/power_supply/AC/type", "Mains\n"}};
+
 Files with(Files files, const Files& others) {
   files.insert(others.begin(), others.end());
   return files;
@@ -87,6 +96,26 @@ TEST(Checks, TellMissingFromPresentAndFromNothingToMend) {
        "(/system.slice)",
        ""},
       {checkApplicationNames, {}, CheckState::Note, "no control group", ""},
+      {checkEnergyCounters, with(kGuest, {{"sys/class/powercap/intel-rapl:0/name", "package-0\n"}}),
+       CheckState::Ok, "class/powercap/intel-rapl:0", ""},
+      {checkEnergyCounters, kIntel, CheckState::Missing, "GenuineIntel", "modprobe intel_rapl_msr"},
+      {checkEnergyCounters, kGuest, CheckState::Note, "virtual machine", ""},
+      {checkEnergyCounters, {}, CheckState::Note, "this kind of processor", ""},
+      {checkBattery, kMouse, CheckState::Note, "none of its own", ""},
+      {checkBattery, with(kBatteries, kMouse), CheckState::Ok,
+       "BAT0: 63 %, not charging; BAT1: charge not told, state not told", ""},
+      {checkChargeControl, kMouse, CheckState::Ok, "no battery", ""},
+      {checkChargeControl, kBatteries, CheckState::Note, "BAT0; BAT1: this driver offers no way",
+       "thinkpad_acpi"},
+      {checkChargeControl,
+       with(kBatteries, {{kBattery + "charge_behaviour", "[auto] force-discharge\n"},
+                         {kBattery + "charge_control_end_threshold", "100\n"}}),
+       CheckState::Note, "BAT0: charge_control_end_threshold; BAT1: this driver", "thinkpad_acpi"},
+      {checkChargeControl,
+       {{kBattery + "type", "Battery\n"}, {kBattery + "charge_behaviour", "[auto] inhibit-charge\n"}},
+       CheckState::Ok,
+       "BAT0: charge_behaviour",
+       ""},
   };
   for (const auto& [check, files, state, finding, advice] : cases) {
     const Machine machine(files);
@@ -114,6 +143,15 @@ TEST(Checks, TellWhatTheSettingsSwitchOn) {
   EXPECT_EQ(checkSettings("/nonexistent").state, CheckState::Missing);
 }
 
+TEST(Checks, TellWhetherTheSettingsSwitchTheCoreHelperOn) {
+  const TemporaryFolder folder;
+  const auto on = folder.write("on.conf", "[Settings]\ncoreAutostart=1\n");
+  EXPECT_EQ(checkCoreSetting(on).state, CheckState::Ok);
+  const auto off = folder.write("off.conf", "[Settings]\nautostart=1\n");
+  EXPECT_EQ(checkCoreSetting(off).state, CheckState::Note);
+  EXPECT_THAT(checkCoreSetting(off).advice, HasSubstr("coreAutostart=1"));
+}
+
 TEST(Checks, FindAProgramInTheFoldersGiven) {
   EXPECT_EQ(checkProgram("sh", "dash", "/nowhere:/bin").finding, "/bin/sh");
   EXPECT_EQ(checkProgram("sh", "dash", "/nowhere").state, CheckState::Missing);
@@ -126,6 +164,8 @@ TEST(Doctor, IsCompleteUnlessSomethingIsMissing) {
   const CheckResult missing = checkAgent(std::nullopt);
   EXPECT_TRUE(isComplete({ok, note}));
   EXPECT_FALSE(isComplete({ok, missing}));
+  EXPECT_TRUE(isComplete(asNotes({ok, missing})));
+  EXPECT_EQ(asNotes({missing}).front().advice, missing.advice);
   EXPECT_EQ(
       jsonLineOf({ok}),
       R"({"complete":true,"checks":[{"state":"ok","subject":"agent","finding":"here","advice":null}]})");

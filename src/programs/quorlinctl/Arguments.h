@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
@@ -36,8 +37,55 @@ struct DoctorOptions {
   friend bool operator==(const DoctorOptions&, const DoctorOptions&) = default;
 };
 
+struct BatteryLimitOptions {
+  bool help = false;
+  int percent = 0;
+
+  friend bool operator==(const BatteryLimitOptions&, const BatteryLimitOptions&) = default;
+};
+
+struct ProcessOptions {
+  bool help = false;
+  std::int32_t process = 0;
+
+  friend bool operator==(const ProcessOptions&, const ProcessOptions&) = default;
+};
+
+struct TerminalOptions {
+  bool help = false;
+  /// For the shell.
+  std::string command;
+
+  friend bool operator==(const TerminalOptions&, const TerminalOptions&) = default;
+};
+
+struct WorkflowOptions {
+  bool help = false;
+  std::string file;
+
+  friend bool operator==(const WorkflowOptions&, const WorkflowOptions&) = default;
+};
+
+enum class HelperAction { None, Install, Remove };
+
+struct HelperOptions {
+  bool help = false;
+  HelperAction action = HelperAction::None;
+
+  friend bool operator==(const HelperOptions&, const HelperOptions&) = default;
+};
+
 /// The arguments after the subcommand's name. A value follows its option as the next argument or after '='.
 std::variant<WatchOptions, UsageError> parseWatchArguments(Arguments arguments);
 std::variant<DoctorOptions, UsageError> parseDoctorArguments(Arguments arguments);
+
+/// One operand each; what follows "--" is no option. Unless help is asked for, the operand is there.
+std::variant<BatteryLimitOptions, UsageError> parseBatteryLimitArguments(Arguments arguments);
+std::variant<ProcessOptions, UsageError> parseProcessArguments(Arguments arguments);
+std::variant<WorkflowOptions, UsageError> parseWorkflowArguments(Arguments arguments);
+std::variant<HelperOptions, UsageError> parseHelperArguments(Arguments arguments);
+
+/// Several operands are joined with blanks, as ssh does. From the first on everything belongs to the command.
+std::variant<TerminalOptions, UsageError> parseTerminalArguments(Arguments arguments);
 
 }  // namespace quorlin

@@ -49,4 +49,23 @@ CheckResult checkApplicationNames(const SystemRoots& roots);
 /// Whether a program that the agent runs is in one of the folders, which are separated by colons.
 CheckResult checkProgram(std::string_view program, std::string_view package, std::string_view folders);
 
+/// Whether the settings switch the core helper on, which holds the charge and reads the power.
+bool coreIsSwitchedOn(const std::filesystem::path& settings);
+CheckResult checkCoreSetting(const std::filesystem::path& settings);
+
+/// Whether the root helper is installed and answers. Throws BusError.
+CheckResult checkHelper(const Bus& systemBus);
+
+/// Whether there is somebody who decides what users may ask of the helper. Throws BusError.
+CheckResult checkPolkit(const Bus& systemBus);
+
+/// Whether the processor's energy counters are there; only root can read them, which the helper is.
+CheckResult checkEnergyCounters(const SystemRoots& roots);
+
+/// The batteries that the computer runs on.
+CheckResult checkBattery(const SystemRoots& roots);
+
+/// Whether their drivers can be told to stop charging.
+CheckResult checkChargeControl(const SystemRoots& roots);
+
 }  // namespace quorlin

@@ -6,7 +6,9 @@
 #include "quorlinctl/Terminal.h"
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
+#include <utility>
 
 #include <unistd.h>
 
@@ -53,6 +55,32 @@ std::vector<CheckResult> checkSession() {
   return checks;
 }
 
+/// The system bus, and what the core helper needs of it.
+std::vector<CheckResult> checkSystemBus() {
+  std::vector<CheckResult> checks;
+  try {
+    const Bus bus = Bus::openSystem();
+    checks.push_back({CheckState::Ok, "system bus", "reachable", ""});
+    checks.push_back(checkHelper(bus));
+    checks.push_back(checkPolkit(bus));
+  } catch (const BusError& error) {
+    checks.push_back(
+        {CheckState::Missing, "system bus", error.what(),
+         "the core helper is reached through it: sudo apt install dbus, or look why it does not run"});
+  }
+  return checks;
+}
+
+std::vector<CheckResult> checkPower(const SystemRoots& roots) {
+  std::vector<CheckResult> checks = {checkCoreSetting(settingsFile())};
+  std::ranges::move(checkSystemBus(), std::back_inserter(checks));
+  checks.push_back(checkProgram("pkexec", "pkexec", kProgramFolders));
+  for (const auto check : {checkEnergyCounters, checkBattery, checkChargeControl}) {
+    checks.push_back(check(roots));
+  }
+  return coreIsSwitchedOn(settingsFile()) ? checks : asNotes(std::move(checks));
+}
+
 std::vector<CheckResult> runChecks() {
   const SystemRoots roots = systemRootsFromEnvironment();
   std::vector<CheckResult> checks = checkSession();
@@ -62,6 +90,7 @@ std::vector<CheckResult> runChecks() {
     checks.push_back(check(roots));
   }
   checks.push_back(checkProgram("ps", "procps", kProgramFolders));
+  std::ranges::move(checkPower(roots), std::back_inserter(checks));
   return checks;
 }
 
@@ -90,6 +119,13 @@ std::string jsonLineOf(const std::vector<CheckResult>& checks) {
     json["checks"].push_back(std::move(entry));
   }
   return textOf(json);
+}
+
+std::vector<CheckResult> asNotes(std::vector<CheckResult> checks) {
+  for (CheckResult& check : checks) {
+    if (check.state == CheckState::Missing) check.state = CheckState::Note;
+  }
+  return checks;
 }
 
 bool isComplete(const std::vector<CheckResult>& checks) {

@@ -14,6 +14,9 @@ std::string lineOf(const CheckResult& check, Appearance appearance);
 /// end.
 std::string jsonLineOf(const std::vector<CheckResult>& checks);
 
+/// The same, of something that is switched off: what is missing need not be mended.
+std::vector<CheckResult> asNotes(std::vector<CheckResult> checks);
+
 /// Whether nothing is missing.
 bool isComplete(const std::vector<CheckResult>& checks);
 

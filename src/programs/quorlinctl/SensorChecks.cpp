@@ -1,9 +1,10 @@
 /// The checks of what the kernel shows of the machine.
 #include "engine/DiskCounters.h"
 #include "engine/SensorDiscovery.h"
-#include "platform/Log.h"
 #include "platform/posix/TextFile.h"
 #include "quorlinctl/Checks.h"
+#include "quorlinctl/Machine.h"
+#include "quorlinctl/QuietLog.h"
 
 #include <algorithm>
 #include <array>
@@ -12,11 +13,6 @@
 
 namespace quorlin {
 namespace {
-
-class QuietLog final : public Log {
- public:
-  void line(std::string_view /*text*/) override {}
-};
 
 std::string counted(std::size_t count, std::string_view what) {
   return std::to_string(count) + " " + std::string(what) + (count == 1 ? "" : "s");
@@ -34,51 +30,6 @@ std::set<std::string> chipNames(const SystemRoots& roots) {
   std::set<std::string> names;
   for (const FoundChip& chip : discoverSensors(roots.sysfs.string()).chips) names.insert(chip.name);
   return names;
-}
-
-/// The rest of the first line of /proc/cpuinfo that begins with a key: "vendor_id\t: GenuineIntel".
-std::string processorField(const SystemRoots& roots, std::string_view key) {
-  const std::string text = textIn(roots.procfs / "cpuinfo");
-  for (std::size_t start = 0; start < text.size();) {
-    const std::size_t end = std::min(text.find('\n', start), text.size());
-    const std::string_view line = std::string_view(text).substr(start, end - start);
-    const std::size_t colon = line.find(':');
-    if (line.starts_with(key) && colon != std::string_view::npos) {
-      const std::size_t value = line.find_first_not_of(" \t", colon + 1);
-      return value == std::string_view::npos ? std::string() : std::string(line.substr(value));
-    }
-    start = end + 1;
-  }
-  return {};
-}
-
-/// What makes this a virtual machine, or an empty text.
-std::string signOfVirtualMachine(const SystemRoots& roots) {
-  // Of the words that hypervisors write into the tables of firmware, those that no hardware maker uses.
-  constexpr std::array<std::string_view, 10> words = {
-      "QEMU",  "KVM",       "VMware",          "VirtualBox", "Xen",
-      "Bochs", "Parallels", "Virtual Machine", "HVM domU",   "Compute Engine"};
-  const std::string flags = " " + processorField(roots, "flags") + " ";
-  if (flags.find(" hypervisor ") != std::string::npos) return "the processor has the flag hypervisor";
-  for (const char* const entry : {"product_name", "sys_vendor"}) {
-    const std::string text = textIn(roots.sysfs / "class/dmi/id" / entry);
-    if (std::ranges::any_of(words, [&](auto word) { return text.find(word) != std::string::npos; })) {
-      return std::string("its ") + entry + " is " + text;
-    }
-  }
-  return {};
-}
-
-/// In a virtual machine a driver without hardware is nothing to mend.
-CheckResult driverMissing(const SystemRoots& roots, std::string subject, std::string finding,
-                          const std::string& module) {
-  if (!signOfVirtualMachine(roots).empty()) {
-    return {CheckState::Note, std::move(subject), std::move(finding) + ", as is usual in a virtual machine",
-            ""};
-  }
-  return {CheckState::Missing, std::move(subject), std::move(finding),
-          "sudo modprobe " + module + "; for every start: echo " + module +
-              " | sudo tee /etc/modules-load.d/" + module + ".conf"};
 }
 
 }  // namespace

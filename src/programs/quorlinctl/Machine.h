@@ -1,0 +1,19 @@
+/// What kind of machine doctor looks at.
+#pragma once
+
+#include "quorlinctl/Checks.h"
+
+namespace quorlin {
+
+/// The rest of the first line of /proc/cpuinfo that begins with a key: "vendor_id\t: GenuineIntel".
+std::string processorField(const SystemRoots& roots, std::string_view key);
+
+/// What makes this a virtual machine, or an empty text.
+std::string signOfVirtualMachine(const SystemRoots& roots);
+
+/// A kernel module that would have to be loaded; in a virtual machine, without hardware, that is nothing to
+/// mend.
+CheckResult driverMissing(const SystemRoots& roots, std::string subject, std::string finding,
+                          const std::string& module);
+
+}  // namespace quorlin

@@ -1,0 +1,88 @@
+/// The checks of what the kernel offers for power metrics and for holding the charge.
+#include "platform/linux/SystemBatteries.h"
+#include "platform/posix/TextFile.h"
+#include "quorlinctl/Checks.h"
+#include "quorlinctl/Machine.h"
+
+#include <algorithm>
+#include <array>
+#include <functional>
+
+namespace quorlin {
+namespace {
+
+std::string attribute(const std::filesystem::path& battery, const char* name) {
+  return displayText(readText((battery / name).string()).value_or(""));
+}
+
+/// "BAT0: 63 %, charging"
+std::string stateOf(const std::filesystem::path& battery) {
+  const std::string percent = attribute(battery, "capacity");
+  std::string status = attribute(battery, "status");
+  if (!status.empty() && status.front() >= 'A' && status.front() <= 'Z') status.front() += 'a' - 'A';
+  return displayText(battery.filename().native()) + ": " +
+         (percent.empty() ? "charge not told" : percent + " %") + ", " +
+         (status.empty() ? "state not told" : status);
+}
+
+/// The attribute by which the driver stops charging, or an empty text (Documentation/ABI/testing/
+/// sysfs-class-power).
+std::string chargeControlOf(const std::filesystem::path& battery) {
+  const std::string behaviours = attribute(battery, "charge_behaviour");
+  if (behaviours.find("inhibit-charge") != std::string::npos) return "charge_behaviour";
+  return attribute(battery, "charge_control_end_threshold").empty() ? "" : "charge_control_end_threshold";
+}
+
+void append(std::string& list, const std::string& entry) {
+  if (!list.empty()) list += "; ";
+  list += entry;
+}
+
+}  // namespace
+
+CheckResult checkEnergyCounters(const SystemRoots& roots) {
+  constexpr std::array<std::string_view, 3> vendors = {"GenuineIntel", "AuthenticAMD", "HygonGenuine"};
+  const std::string subject = "processor power";
+  // Documentation/power/powercap/powercap.rst: the first package's zone.
+  const std::filesystem::path zone = roots.sysfs / "class/powercap/intel-rapl:0";
+  std::error_code ignored;
+  if (std::filesystem::exists(zone, ignored)) {
+    return {CheckState::Ok, subject, "the energy counters of " + zone.string() + " are there", ""};
+  }
+  const std::string vendor = processorField(roots, "vendor_id");
+  if (std::ranges::find(vendors, vendor) == vendors.end()) {
+    return {CheckState::Note, subject, "no energy counters are known for this kind of processor", ""};
+  }
+  return driverMissing(roots, subject,
+                       "processor " + vendor + " without energy counters (RAPL) in " + zone.string(),
+                       "intel_rapl_msr");
+}
+
+CheckResult checkBattery(const SystemRoots& roots) {
+  std::string found;
+  for (const std::filesystem::path& battery : systemBatteries(roots.sysfs)) append(found, stateOf(battery));
+  if (found.empty()) return {CheckState::Note, "battery", "this computer has none of its own", ""};
+  return {CheckState::Ok, "battery", found, ""};
+}
+
+CheckResult checkChargeControl(const SystemRoots& roots) {
+  const std::string subject = "charge hold";
+  std::string able;
+  std::string unable;
+  for (const std::filesystem::path& battery : systemBatteries(roots.sysfs)) {
+    const std::string name = displayText(battery.filename().native());
+    const std::string control = chargeControlOf(battery);
+    append(control.empty() ? unable : able, name);
+    if (!control.empty()) able.append(": ").append(control);
+  }
+  if (able.empty() && unable.empty()) {
+    return {CheckState::Ok, subject, "no battery, so nothing needs to be held", ""};
+  }
+  if (unable.empty()) return {CheckState::Ok, subject, able, ""};
+  return {CheckState::Note, subject,
+          (able.empty() ? "" : able + "; ") + unable + ": this driver offers no way to stop charging",
+          "a newer kernel may: drivers such as thinkpad_acpi, asus_wmi, huawei_wmi, lg_laptop, dell_laptop, "
+          "toshiba_acpi, system76_acpi, msi_ec and cros_charge-control can"};
+}
+
+}  // namespace quorlin

@@ -1,0 +1,166 @@
+#include "commands/RequestKey.h"
+#include "fakes/PrivateBus.h"
+#include "fakes/TemporaryFolder.h"
+#include "platform/linux/System.h"
+#include "quorlinctl/Agent.h"
+#include "quorlinctl/AgentCommands.h"
+#include "quorlinctl/FakeService.h"
+
+#include <functional>
+
+#include <gmock/gmock.h>
+
+namespace quorlin {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+struct FakeAgent {
+  static int open(sd_bus_message* message, void* userdata, sd_bus_error* error) {
+    auto* self = static_cast<FakeAgent*>(userdata);
+    if (self->refuses) return sd_bus_error_set(error, SD_BUS_ERROR_FAILED, "not today");
+    sd_bus_message_enter_container(message, 'a', "s");
+    for (const char* url = nullptr; sd_bus_message_read_basic(message, 's', &url) > 0;) {
+      self->opened.emplace_back(url);
+    }
+    return sd_bus_reply_method_return(message, nullptr);
+  }
+
+  static const sd_bus_vtable* table() {
+    static const sd_bus_vtable table[] = {
+        SD_BUS_VTABLE_START(0),
+        SD_BUS_METHOD("Open", "asa{sv}", nullptr, open, SD_BUS_VTABLE_UNPRIVILEGED),
+        SD_BUS_VTABLE_END,
+    };
+    return table;
+  }
+
+  static sd_bus* connection() {
+    sd_bus* bus = nullptr;
+    sd_bus_open_user(&bus);
+    return bus;
+  }
+
+  std::vector<std::string> opened;
+  bool refuses = false;
+  FakeService service{connection(),
+                      "brellwick.QuorlinSensors",
+                      "/brellwick/QuorlinSensors",
+                      "org.freedesktop.Application",
+                      table(),
+                      this};
+};
+
+/// What a command says on standard output and on the error stream, and its exit status.
+struct Said {
+  int status = 0;
+  std::string output;
+  std::string complaints;
+};
+
+template <typename Send>
+Said whatIsSaidBy(const Send& send) {
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  const int status = send();
+  return {status, testing::internal::GetCapturedStdout(), testing::internal::GetCapturedStderr()};
+}
+
+TEST(AgentCommands, ReachTheAgentAsUrlsAndSayWhatWasSent) {
+  const PrivateBus daemon;
+  const TemporaryFolder folder;
+  const auto script = folder.write("a b.sh", "#!/bin/sh\n");
+  std::filesystem::permissions(script, std::filesystem::perms::owner_all);
+  const std::string start =
+      "brellwick.QuorlinSensors.quorlinio://" + *requestKey(LinuxSystem().localizedHostName()) + "/";
+  std::string encoded = script.native();
+  for (auto slash = encoded.find('/'); slash != std::string::npos; slash = encoded.find('/')) {
+    encoded.replace(slash, 1, "%2F");
+  }
+  encoded.replace(encoded.find(' '), 1, "%20");
+  const std::string process = " (process " + std::to_string(getpid()) + ").\n";
+  const struct {
+    std::function<int()> send;
+    std::string url;
+    std::string output;
+  } cases[] = {
+      {[] { return sendBatteryLimit({.help = false, .percent = 80}); }, "batterylimit/80",
+       "The charge limit of 80 % was sent to the agent"},
+      {[] { return sendTerminate({.help = false, .process = 1}); }, "terminateapp/1",
+       "The wish to quit application 1 was sent to the agent"},
+      {[] { return sendForceTerminate({.help = false, .process = 1}); }, "forceterminateapp/1",
+       "The order to end application 1 was sent to the agent"},
+      {[] { return sendTerminalCommand({.help = false, .command = "ls /tmp"}); },
+       "terminalcommand/ls%20%2Ftmp", "The command was sent to the agent"},
+      {[&] { return sendWorkflow({.help = false, .file = script.native()}); }, "runworkflow/" + encoded,
+       "The workflow " + script.native() + " was sent to the agent"},
+  };
+  FakeAgent agent;
+  for (const auto& [send, url, output] : cases) {
+    agent.opened.clear();
+    const Said said = whatIsSaidBy(send);
+    EXPECT_EQ(said.status, kExitOk) << said.complaints;
+    EXPECT_EQ(said.output, output + process);
+    EXPECT_THAT(agent.opened, ElementsAre(start + url));
+  }
+  agent.refuses = true;
+  const Said refused = whatIsSaidBy(cases[0].send);
+  EXPECT_EQ(refused.status, kExitFailed);
+  EXPECT_THAT(refused.complaints, HasSubstr("not today"));
+  EXPECT_THAT(refused.output, IsEmpty());
+}
+
+TEST(AgentCommands, SayThatNoAgentRuns) {
+  const PrivateBus daemon;
+  const Said said = whatIsSaidBy([] { return sendTerminate({.help = false, .process = 1}); });
+  EXPECT_EQ(said.status, kExitFailed);
+  EXPECT_THAT(said.complaints, HasSubstr("no agent runs in this session"));
+  EXPECT_THAT(said.output, IsEmpty());
+}
+
+TEST(AgentCommands, OfAComputerWithoutNameCarryNoKey) {
+  EXPECT_EQ(commandUrl(std::nullopt, "terminalcommand", "a/b"),
+            "brellwick.QuorlinSensors.quorlinio:///terminalcommand/a%2Fb");
+}
+
+TEST(AgentCommands, WarnOfABatteryThatCannotBeHeld) {
+  const PrivateBus daemon;
+  const FakeAgent agent;
+  const TemporaryFolder folder;
+  setenv("QUORLIN_SYSFS_ROOT", folder.path().c_str(), 1);
+  setenv("XDG_CONFIG_HOME", folder.path().c_str(), 1);
+  const auto complaints = [](int percent) {
+    return whatIsSaidBy([=] { return sendBatteryLimit({.help = false, .percent = percent}); }).complaints;
+  };
+  EXPECT_THAT(complaints(80), HasSubstr("no battery"));
+  EXPECT_THAT(complaints(100), IsEmpty());
+  folder.write("class/power_supply/BAT0/type", "Battery\n");
+  EXPECT_THAT(complaints(80), HasSubstr("core helper off"));
+  folder.write("quorlin-sensors/settings.conf", "[Settings]\ncoreAutostart=1\n");
+  EXPECT_THAT(complaints(80), IsEmpty());
+  unsetenv("QUORLIN_SYSFS_ROOT");
+  unsetenv("XDG_CONFIG_HOME");
+}
+
+TEST(AgentCommands, RefuseWorkflowsThatCannotRun) {
+  const TemporaryFolder folder;
+  const auto program = folder.write("program", "");
+  std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+  const std::pair<std::filesystem::path, std::string_view> cases[] = {
+      {program, ""},
+      {folder.write("entry.desktop", ""), ""},
+      {folder.write("text", ""), "neither executable"},
+      {folder.path(), "not a file"},
+      {folder.path() / "absent", "No such file"},
+      {program / "below", "Not a directory"},
+  };
+  for (const auto& [file, obstacle] : cases) {
+    EXPECT_THAT(obstacleTo(file), HasSubstr(obstacle)) << file;
+    EXPECT_EQ(obstacleTo(file).empty(), obstacle.empty()) << file;
+  }
+}
+
+}  // namespace
+}  // namespace quorlin
