@@ -79,7 +79,7 @@ TEST_F(Rendering, StaysWithinEveryTerminalAndCountsWhatItHides) {
           for (auto at = text.find(" °C"); at != std::string::npos; at = text.find(" °C", at + 1)) ++shown;
           shown += text.find("Drive") != std::string::npos ? 1 : 0;
           for (const char* const other :
-               {"Rear", "CPU Power", "Thermal Pressure", "no colon", "Not charging", "Charge limit"}) {
+               {"Rear", "CPU Power", "Thermal Pressure", "no colon", "Held at limit", "Charge limit"}) {
             shown += text.find(other) != std::string::npos ? 1 : 0;
           }
           if (const auto more = text.find(" more reading"); more != std::string::npos) {
@@ -102,7 +102,7 @@ TEST_F(Rendering, ShowsEverythingInAReportWithUnits) {
   EXPECT_THAT(text, Not(HasSubstr("more reading")));
   EXPECT_THAT(lines, Contains(testing::ContainsRegex("Drive .* —$")));
   EXPECT_THAT(lines, Contains("  CPU Power" + std::string(55, ' ') + "4.51 W"));
-  EXPECT_THAT(lines, Contains("  Not charging, held at the limit             ━━━━━━━━━━━━━───      80 %"));
+  EXPECT_THAT(lines, Contains("  Held at limit                               ━━━━━━━━━━━━━───      80 %"));
 }
 
 TEST_F(Rendering, GivesALongValueTheRoomThatItsLabelLeaves) {
@@ -119,7 +119,7 @@ TEST_F(Rendering, ShowsPowerAndBatteryWhileThereIsNoSample) {
   SampleView view = viewWith(1);
   view.sample.reset();
   EXPECT_THAT(joined(renderView(view, {.columns = 80, .rows = 24}, kPlain)),
-              testing::AllOf(HasSubstr("waiting"), HasSubstr("CPU Power"), HasSubstr("Not charging")));
+              testing::AllOf(HasSubstr("waiting"), HasSubstr("CPU Power"), HasSubstr("Held at limit")));
 }
 
 TEST(ReadingBlocks, NameTheBatteryByWhatBecomesOfIt) {
@@ -137,7 +137,7 @@ TEST(ReadingBlocks, NameTheBatteryByWhatBecomesOfIt) {
       {{kOnBattery, std::nullopt}, 99, {"On battery —", "Charge limit 99 %"}},
       {{kCharging, 5}, 80, {"Charging 5 %", "Charge limit 80 %"}},
       {{kNotCharging, 79}, 80, {"Not charging 79 %", "Charge limit 80 %"}},
-      {{kNotCharging, 81}, 80, {"Not charging, held at the limit 81 %", "Charge limit 80 %"}},
+      {{kNotCharging, 81}, 80, {"Held at limit 81 %", "Charge limit 80 %"}},
       {{kNotCharging, 81}, std::nullopt, {"Not charging 81 %"}},
       {{kNotCharging, 100}, 100, {"Full 100 %"}},
   };

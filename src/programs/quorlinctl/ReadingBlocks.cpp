@@ -54,7 +54,7 @@ std::string labelOf(const Battery& battery, std::optional<std::int64_t> limit) {
   }
   if (battery.percent == kFull) return "Full";
   const bool held = limit && battery.percent && *battery.percent >= *limit;
-  return held ? "Not charging, held at the limit" : "Not charging";
+  return held ? "Held at limit" : "Not charging";
 }
 
 }  // namespace
