@@ -1,4 +1,5 @@
 /// What the commands by URL do.
+#include "commands/UrlScheme.h"
 #include "core/AppDelegate.h"
 #include "core/Settings.h"
 
@@ -26,10 +27,10 @@ bool AppDelegate::runWorkflow(const std::string& path) {
 
 void AppDelegate::setBatteryLimit(std::int64_t percent) {
   // The sampling loop also honours 50, which only the settings can hold.
-  if (percent < 51 || percent > 100) return;
+  if (percent < kLowestBatteryLimit || percent > kHighestBatteryLimit) return;
   powerLimit_ = percent;
   services_.userDefaults.setInteger(setting::kBatteryLimit, percent);
-  if (percent == 100) {
+  if (percent == kHighestBatteryLimit) {
     limitCharge(
         [this](const std::optional<std::string>& reply) {
           setPowerLimitEnabled(false);

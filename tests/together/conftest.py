@@ -1,6 +1,7 @@
 import pytest
 
 from harness import Session
+from system_bus import SystemBus
 
 
 @pytest.fixture
@@ -11,3 +12,11 @@ def session(tmp_path):
     session.configure(autostart=1)
     yield session
     session.end()
+
+
+@pytest.fixture
+def system_bus(tmp_path):
+    """A system bus with a polkit that allows everything; the root helper below it on the described laptop."""
+    system_bus = SystemBus(tmp_path)
+    yield system_bus
+    system_bus.end()

@@ -123,7 +123,7 @@ BusSlot Bus::match(const std::string& rule, std::function<void(sd_bus_message*)>
   };
   auto owned = std::make_unique<Handler>(std::move(handler));
   sd_bus_slot* slot = nullptr;
-  checked(sd_bus_add_match_async(bus_.get(), &slot, rule.c_str(), call, nullptr, owned.get()), "add a match");
+  checked(sd_bus_add_match(bus_.get(), &slot, rule.c_str(), call, owned.get()), "add a match");
   // From here on the slot owns its handler.
   sd_bus_slot_set_userdata(slot, owned.release());
   sd_bus_slot_set_destroy_callback(slot, [](void* userdata) { delete static_cast<Handler*>(userdata); });

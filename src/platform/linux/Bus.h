@@ -48,9 +48,8 @@ class Bus {
   /// Called once, from the run loop, when the bus has gone away.
   void setDisconnectedHandler(std::function<void()> handler);
 
-  /// Adds a match, without waiting for the bus, and calls the handler for each message that it lets through.
-  /// Throws BusError for a malformed rule; a bus that refuses it is disconnected. An exception of the handler
-  /// ends with a line on the error stream.
+  /// Adds a match and calls the handler for each message that it lets through. Throws BusError. An exception
+  /// of the handler ends with a line on the error stream.
   [[nodiscard]] BusSlot match(const std::string& rule, std::function<void(sd_bus_message*)> handler) const;
 
  private:

@@ -117,8 +117,9 @@ class BusConnection final : public HelperToolConnection {
   void failLater(std::list<Call>::iterator call) {
     runLoop_.performOnMainThread([call, alive = std::weak_ptr<int>(alive_)] {
       if (alive.expired()) return;
-      call->connection.finish(call).failed();
-      call->connection.invalidate();
+      BusConnection& connection = call->connection;
+      connection.finish(call).failed();
+      connection.invalidate();
     });
   }
 

@@ -1,0 +1,141 @@
+#include "fakes/FakeMachine.h"
+#include "fakes/PrivateBus.h"
+#include "fakes/TemporaryFolder.h"
+#include "platform/linux/DispatchQueue.h"
+#include "platform/linux/HelperInstaller.h"
+#include "platform/linux/Task.h"
+#include "platform/linux/WorkflowEngine.h"
+
+#include <atomic>
+#include <sstream>
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+namespace quorlin {
+namespace {
+
+using testing::HasSubstr;
+
+bool hasChildren() { return waitpid(-1, nullptr, WNOHANG) >= 0; }
+
+TEST(LaunchedTasks, RunWithoutInputInASessionOfTheirOwnAndAreReaped) {
+  const TemporaryFolder folder;
+  const std::filesystem::path output = folder.path() / "output";
+  const std::string command =
+      "cat; ps -o sid= -p $$ > " + output.string() + "; echo $$ >> " + output.string();
+  ASSERT_TRUE(LinuxTaskLauncher().launch("/bin/sh", {"-c", command}));
+  ASSERT_TRUE(runUntil([] { return !hasChildren(); }));
+  std::istringstream lines(folder.read("output"));
+  int session = 0;
+  int process = 0;
+  lines >> session >> process;
+  EXPECT_GT(process, 0);
+  EXPECT_EQ(session, process);
+}
+
+TEST(LaunchedTasks, ThatCannotStartLeaveNothingBehind) {
+  const TemporaryFolder folder;
+  const std::string plain = folder.write("plain", "text").string();
+  for (const std::string& path : {std::string("/nonexistent"), folder.path().string(), plain}) {
+    EXPECT_FALSE(LinuxTaskLauncher().launch(path, {})) << path;
+  }
+  EXPECT_FALSE(LinuxTaskLauncher().launch("/bin/sh", {"-c", std::string("true\0; true", 11)}));
+  EXPECT_FALSE(LinuxTaskLauncher().launch("/bin/sh", {"-c", std::string(2'000'000, ' ')}));
+  EXPECT_FALSE(hasChildren());
+}
+
+TEST(DispatchQueue, WorksOnOtherThreadsAndFinishesWhatItHasBegun) {
+  std::atomic<int> done = 0;
+  {
+    LinuxDispatchQueue queue;
+    for (int i = 0; i < 100; ++i) {
+      queue.async([&done, main = std::this_thread::get_id()] {
+        if (std::this_thread::get_id() != main) ++done;
+      });
+    }
+  }
+  EXPECT_EQ(done, 100);
+}
+
+std::string described(const std::variant<WorkflowCommand, std::string>& found) {
+  if (const auto* reason = std::get_if<std::string>(&found)) return "no: " + *reason;
+  const auto& command = std::get<WorkflowCommand>(found);
+  std::string text = command.program;
+  for (const std::string& argument : command.arguments) text += "|" + argument;
+  return command.folder.empty() ? text : text + " in " + command.folder;
+}
+
+TEST(WorkflowCommand, OfADesktopEntryIsItsExecLineWithoutFieldCodes) {
+  const std::string application = "[Desktop Entry]\nType=Application\nName=My Work\n";
+  struct Case {
+    std::string entry;
+    std::string command;
+  };
+  for (const Case& with : {
+           Case{application + "Exec=work %U --name=%c %% %i done\n", "work|--name=My Work|%|done"},
+           Case{application + "Exec=\"/opt/my work/do\" \"a \\\\$b\" %f\nPath=/tmp\n",
+                "/opt/my work/do|a $b in /tmp"},
+           Case{application + "Exec=work \"\" x%fy 100%\n", "work||xy|100%"},
+           Case{application + "Exec=work\nTerminal=true\n", "no: it needs a terminal"},
+           Case{application + "Exec=work\nHidden=true\n", "no: its entry counts as deleted"},
+           Case{application + "Exec=work \"open\n", "no: its entry has no proper command line"},
+           Case{application, "no: its entry has no proper command line"},
+           Case{"[Desktop Entry]\nType=Link\nURL=file:///\n", "no: it is no application's entry"},
+           Case{"", "no: it is no application's entry"},
+       }) {
+    const TemporaryFolder folder;
+    EXPECT_EQ(described(workflowCommand(folder.write("a.desktop", with.entry))), with.command) << with.entry;
+  }
+}
+
+TEST(WorkflowEngine, RunsAFileOnceAndWaitsForItAndSaysWhatItCannotRun) {
+  const TemporaryFolder folder;
+  FakeLog log;
+  LinuxWorkflowEngine engine(log);
+  const std::filesystem::path script =
+      folder.write("work", "#!/bin/sh\ntest -t 0 || read -r x\necho \"$0$x\" >> \"$0.done\"\nexit 3\n");
+  chmod(script.c_str(), S_IRWXU);
+  engine.runWorkflow(script);
+  EXPECT_EQ(folder.read("work.done"), script.string() + "\n");
+  folder.write("it.desktop", "[Desktop Entry]\nType=Application\nExec=" + script.string() + "\n");
+  engine.runWorkflow(folder.path() / "it.desktop");
+  EXPECT_EQ(folder.read("work.done"), script.string() + "\n" + script.string() + "\n");
+  EXPECT_THAT(log.lines, testing::IsEmpty());
+
+  const std::string plain = folder.write("plain", "text").string();
+  for (const std::string& path :
+       {std::string("/nonexistent"), folder.path().string(), plain, std::string()}) {
+    log.lines.clear();
+    engine.runWorkflow(path);
+    ASSERT_EQ(log.lines.size(), 1U) << path;
+    EXPECT_THAT(log.lines[0], HasSubstr("the workflow " + path + " cannot be run: "));
+  }
+}
+
+TEST(HelperInstaller, RunsTheHelperAsItsOwnInstallerThroughPkexec) {
+  const TemporaryFolder folder;
+  const auto script = [&](const std::string& file, const std::string& text) {
+    const std::filesystem::path path = folder.write(file, "#!/bin/sh\n" + text);
+    chmod(path.c_str(), S_IRWXU);
+    return path;
+  };
+  const auto helper = script("libexec/quorlin-core-helper", "echo \"$1\" >> \"$0.run\"; exit 3\n");
+  script("bin/pkexec", "echo \"$@\" > \"$0.run\"; exec \"$@\"\n");
+  const std::string path = std::getenv("PATH");
+  setenv("PATH", ((folder.path() / "bin").string() + ":" + path).c_str(), 1);
+  EXPECT_EQ(bundledHelper(folder.path() / "bin"), helper);
+  EXPECT_EQ(runHelperInstaller(helper, false), 3);
+  EXPECT_EQ(folder.read("bin/pkexec.run"), helper.string() + " --install\n");
+  EXPECT_EQ(runHelperInstaller(helper, true), 3);
+  EXPECT_EQ(folder.read("libexec/quorlin-core-helper.run"), "--install\n--install\n");
+  setenv("PATH", folder.path().c_str(), 1);
+  EXPECT_EQ(runHelperInstaller(helper, false), 127) << "without pkexec";
+  setenv("PATH", path.c_str(), 1);
+  EXPECT_EQ(bundledHelper(folder.path()), std::filesystem::path());
+}
+
+}  // namespace
+}  // namespace quorlin

@@ -1,0 +1,153 @@
+#include "fakes/FakeMachine.h"
+#include "fakes/PrivateBus.h"
+#include "fakes/TemporaryFolder.h"
+#include "platform/linux/DefaultUrlHandler.h"
+#include "platform/linux/Spawn.h"
+#include "platform/linux/Workspace.h"
+
+#include <atomic>
+#include <csignal>
+#include <limits>
+
+#include <gmock/gmock.h>
+#include <sys/wait.h>
+
+namespace quorlin {
+namespace {
+
+using testing::IsEmpty;
+
+class WorkspaceTest : public testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    // GLib looks once.
+    static const TemporaryFolder data;
+    data.write("applications/org.example.Viewer.desktop", "[Desktop Entry]\n");
+    setenv("XDG_DATA_DIRS", data.path().c_str(), 1);
+  }
+
+  ~WorkspaceTest() override {
+    kill(child_, SIGKILL);
+    waitForEnd(child_);
+  }
+  WorkspaceTest() = default;
+
+  void describe(pid_t process, pid_t parent, const std::string& group) const {
+    const std::filesystem::path folder = std::to_string(process);
+    procfs_.write(folder / "cgroup", "0::/user.slice/" + group + "\n");
+    procfs_.write(folder / "stat",
+                  std::to_string(process) + " (a) (b c) S " + std::to_string(parent) + " 1 1 0\n");
+  }
+
+  int signalThatEndedTheChild() const {
+    const std::optional<int> status = waitForEnd(child_);
+    return status && WIFSIGNALED(*status) ? WTERMSIG(*status) : 0;
+  }
+
+  PrivateBus daemon_;
+  TemporaryFolder procfs_;
+  FakeLog log_;
+  Bus bus_ = Bus::openSession();
+  ApplicationNames names_{bus_};
+  LinuxWorkspace workspace_{bus_, names_, procfs_.path(), log_};
+  pid_t child_ = spawn("sleep", {"600"}, {.output = {}, .folder = {}, .detached = true}).value_or(-1);
+};
+
+constexpr const char* kUnit = "app.slice/app-gnome-org.example.Editor-77.scope";
+
+TEST_F(WorkspaceTest, ReachesTheFirstProcessOfAnApplicationsUnit) {
+  describe(child_, 1, kUnit);
+  EXPECT_EQ(workspace_.terminateApplication(child_), true);
+  EXPECT_EQ(signalThatEndedTheChild(), SIGTERM);
+}
+
+TEST_F(WorkspaceTest, EndsByForceWhatItReaches) {
+  describe(child_, 1, kUnit);
+  describe(1, 0, "init.scope");
+  EXPECT_EQ(workspace_.forceTerminateApplication(child_), true);
+  EXPECT_EQ(signalThatEndedTheChild(), SIGKILL);
+}
+
+TEST_F(WorkspaceTest, LeavesOtherProcessesAlone) {
+  EXPECT_EQ(workspace_.forceTerminateApplication(child_), std::nullopt) << "without a control group";
+  describe(child_, 1, "session-2.scope");
+  EXPECT_EQ(workspace_.forceTerminateApplication(child_), std::nullopt) << "of no application's unit";
+  describe(child_, 1, kUnit);
+  describe(1, 0, kUnit);
+  EXPECT_EQ(workspace_.forceTerminateApplication(child_), std::nullopt) << "started by the application";
+  kill(child_, SIGINT);
+  EXPECT_EQ(signalThatEndedTheChild(), SIGINT) << "it was signalled before";
+}
+
+TEST_F(WorkspaceTest, KnowsNoApplicationWhereThereIsNoProcess) {
+  kill(child_, SIGKILL);
+  waitForEnd(child_);
+  describe(child_, 1, kUnit);
+  for (const pid_t process : {child_, 0, -1, std::numeric_limits<pid_t>::max()}) {
+    EXPECT_EQ(workspace_.terminateApplication(process), std::nullopt) << process;
+  }
+}
+
+std::atomic<int> terminations = 0;
+
+/// The owner of a name in this test is the test itself.
+TEST_F(WorkspaceTest, ReachesTheOwnersOfApplicationNamesAndOfNoOthers) {
+  const auto before = std::signal(SIGTERM, [](int) { ++terminations; });
+  struct Case {
+    const char* name;
+    bool reached;
+  };
+  for (const Case& with : {Case{"org.example.Service", false}, Case{"org.example.Viewer", true},
+                           Case{"brellwick.Quorlin", true}}) {
+    SCOPED_TRACE(with.name);
+    terminations = 0;
+    const Bus owner = Bus::openSession();
+    sd_bus_request_name(owner.get(), with.name, 0);
+    EXPECT_EQ(workspace_.terminateApplication(getpid()), with.reached ? std::optional(true) : std::nullopt);
+    EXPECT_TRUE(runUntil([&] { return terminations == (with.reached ? 1 : 0); }));
+  }
+  std::signal(SIGTERM, before);
+}
+
+TEST(DefaultUrlHandler, StandsFirstForBothSpellingsAndLeavesTheRest) {
+  const std::string both = "x-scheme-handler/A.Scheme=me.desktop\nx-scheme-handler/a.scheme=me.desktop\n";
+  struct Case {
+    const char* what;
+    std::string before;
+    std::string after;
+  };
+  const std::string group = "[Default Applications]\n";
+  const std::vector<Case> cases = {
+      {"nothing", "", group + both},
+      {"itself", group + both, group + both},
+      {"another",
+       group + "x-scheme-handler/A.Scheme=it.desktop;\nx-scheme-handler/a.scheme=me.desktop;it.desktop\n",
+       group + "x-scheme-handler/A.Scheme=me.desktop;it.desktop;\nx-scheme-handler/"
+               "a.scheme=me.desktop;it.desktop\n"},
+      {"other types",
+       "# mine\n\n[Added Associations]\ntext/plain=a.desktop;\n\n" + group + "text/html=b.desktop\n",
+       "# mine\n\n[Added Associations]\ntext/plain=a.desktop;\n\n" + group + "text/html=b.desktop\n" + both},
+  };
+  for (const Case& with : cases) {
+    const TemporaryFolder folder;
+    FakeLog log;
+    const std::filesystem::path file = folder.path() / "mimeapps.list";
+    if (!with.before.empty()) folder.write("mimeapps.list", with.before);
+    setDefaultUrlHandler(file, "A.Scheme", "me", log);
+    EXPECT_EQ(folder.read("mimeapps.list"), with.after) << with.what;
+    EXPECT_THAT(log.lines, IsEmpty());
+  }
+}
+
+TEST(DefaultUrlHandler, IsNotWrittenOverAFileThatCannotBeRead) {
+  const TemporaryFolder folder;
+  FakeLog log;
+  const auto file = folder.write("mimeapps.list", "no group\n");
+  setDefaultUrlHandler(file, "scheme", "me", log);
+  EXPECT_EQ(folder.read("mimeapps.list"), "no group\n");
+  ASSERT_EQ(log.lines.size(), 1U);
+  EXPECT_THAT(log.lines[0], testing::HasSubstr(file.string()));
+}
+
+}  // namespace
+}  // namespace quorlin

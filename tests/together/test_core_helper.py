@@ -1,0 +1,245 @@
+"""The real root helper on a system bus of its own, a described machine below it, polkit played by the test."""
+import re
+import signal
+
+import pytest
+from gi.repository import GLib
+
+from harness import PATIENCE, wait_until
+from system_bus import NAME, Client, Error, connect
+
+METRICS = ["--samplers", "cpu_power,gpu_power,ane_power,thermal", "-i", "500"]
+END = "charge_control_end_threshold"
+START = "charge_control_start_threshold"
+
+
+@pytest.fixture
+def client(system_bus):
+    client = Client(system_bus.start().address)
+    yield client
+    client.leave()
+
+
+def hold(system_bus, client):
+    reply = client.call("LimitCharge", system_bus.key(), False)
+    assert not isinstance(reply, Error), reply.text
+    return reply
+
+
+def is_held(system_bus):
+    return int(system_bus.battery(END)) <= int(system_bus.battery("capacity"))
+
+
+def calls(system_bus):
+    """Each method with arguments that it takes."""
+    key = system_bus.key()
+    return [("ConnectWithEndpoint",), ("GetVersion",), ("GetCoreMetrics", key, METRICS), ("LimitCharge", key, False),
+            ("LimitCharge", key, True), ("UninstallHelper", key)]
+
+
+def test_polkit_is_asked_at_every_call_for_that_method_by_the_callers_bus_name(system_bus, client):
+    for call in calls(system_bus):
+        answer = client.call(*call, interactive=call[0] == "UninstallHelper")
+        assert isinstance(answer, str) and not isinstance(answer, Error), (call, answer)
+    actions = ["connect-with-endpoint", "get-version", "get-core-metrics", "limit-charge", "limit-charge",
+               "uninstall-helper"]
+    assert system_bus.polkit.asked == [
+        ("system-bus-name", {"name": client.name}, action, 1 if action == "uninstall-helper" else 0)
+        for action in actions]
+
+
+@pytest.mark.parametrize("answer", ["deny", "challenge", "fail", "absent", "hang"])
+def test_without_a_clear_yes_nothing_is_done(system_bus, answer):
+    system_bus.start(QUORLIN_PATIENCE_MS="1" if answer == "hang" else str(PATIENCE * 1000))
+    assert system_bus.run("--install").returncode == 0
+    client = Client(system_bus.address)
+    system_bus.polkit.answer = "wait" if answer == "hang" else answer
+    if answer == "absent":
+        system_bus.polkit.end()
+        system_bus.polkit = None
+    before = system_bus.contents()
+    for call in calls(system_bus):
+        refused = client.call(*call)
+        assert refused == "AccessDenied", call
+        assert "polkit" in refused.text
+    assert system_bus.contents() == before
+    if answer == "hang":
+        wait_until(lambda: len(system_bus.polkit.cancelled) == len(calls(system_bus)), "the questions taken back")
+
+
+def test_a_caller_that_leaves_while_polkit_thinks_has_done_nothing(system_bus, client):
+    before = system_bus.contents()
+    system_bus.polkit.answer = "wait"
+    leaver = Client(system_bus.address)
+    leaver.send("LimitCharge", system_bus.key(), False)
+    wait_until(lambda: system_bus.polkit.waiting, "the question")
+    leaver.leave()
+    wait_until(lambda: system_bus.polkit.cancelled, "the question taken back")
+    system_bus.polkit.answer_waiting("allow")
+    system_bus.polkit.answer = "allow"
+    assert client.call("GetVersion")
+    assert system_bus.contents() == before
+
+
+@pytest.mark.parametrize("method, arguments, error", [
+    ("LimitCharge", ("00000000", False), "AccessDenied"),
+    ("LimitCharge", ("", False), "AccessDenied"),
+    ("LimitCharge", ("k" * 65, False), "InvalidArgs"),
+    ("LimitCharge", ("k" * 1000000, True), "InvalidArgs"),
+    ("UninstallHelper", ("00000000",), "AccessDenied"),
+    ("GetCoreMetrics", ("00000000", METRICS), "AccessDenied"),
+    ("GetCoreMetrics", ("KEY", []), "InvalidArgs"),
+    ("GetCoreMetrics", ("KEY", [*METRICS, "--output-file", "/etc/passwd"]), "InvalidArgs"),
+    ("GetCoreMetrics", ("KEY", ["--samplers", "cpu_power", "-i", "999999999"]), "InvalidArgs"),
+    ("GetCoreMetrics", ("KEY", ["-x"] * 17), "InvalidArgs"),
+    ("GetCoreMetrics", ("KEY", ["-x"] * 100000), "InvalidArgs"),
+    ("GetCoreMetrics", ("KEY", ["--samplers", "c" * 257, "-i", "1000"]), "InvalidArgs"),
+])
+def test_a_wrong_key_and_odd_parameters_are_refused_before_polkit_is_asked(system_bus, client, method, arguments, error):
+    before = system_bus.contents()
+    arguments = [system_bus.key() if argument == "KEY" else argument for argument in arguments]
+    answer = client.call(method, *arguments)
+    assert answer == error
+    assert answer.text and len(answer.text) < 200
+    assert system_bus.contents() == before
+    assert system_bus.polkit.asked == []
+
+
+def test_a_flood_from_one_client_leaves_the_others_served(system_bus, client):
+    system_bus.polkit.answer = "wait"
+    flooder = Client(system_bus.address)
+    answers = [flooder.send("GetCoreMetrics", system_bus.key(), METRICS) for _ in range(300)]
+    wait_until(lambda: sum(map(len, answers)) == 296, "all but four refused")
+    assert {answer[0] for answer in answers if answer} == {"LimitsExceeded"}
+    system_bus.polkit.answer = "allow"
+    assert re.fullmatch(r"\d+\.\d+\.\d+", client.call("GetVersion"))
+    system_bus.polkit.answer_waiting("allow")
+    wait_until(lambda: all(answers), "the four are answered")
+    assert sum(not isinstance(answer[0], Error) for answer in answers) == 4
+
+
+def test_a_hold_is_written_and_put_back_and_asked_for_twice_is_written_once(system_bus, client):
+    system_bus.battery("capacity", 81)
+    before = system_bus.battery(END), system_bus.battery(START)
+    assert "held" in hold(system_bus, client)
+    assert is_held(system_bus)
+    held = system_bus.contents()
+    hold(system_bus, client)
+    assert system_bus.contents() == held
+    assert client.call("LimitCharge", system_bus.key(), True)
+    assert (system_bus.battery(END), system_bus.battery(START)) == before
+    assert not (system_bus.state / "held").exists()
+
+
+@pytest.mark.parametrize("end", ["holder leaves", "told to end", "killed"])
+def test_a_hold_ends_with_whoever_asked_for_it_and_with_the_helper(system_bus, client, end):
+    before = system_bus.battery(END)
+    holder = Client(system_bus.address)
+    hold(system_bus, holder)
+    assert is_held(system_bus)
+    if end == "holder leaves":
+        holder.leave()
+    elif end == "told to end":
+        system_bus.kill_helper(signal.SIGTERM)
+    else:
+        system_bus.kill_helper(signal.SIGKILL)
+    wait_until(lambda: system_bus.battery(END) == before, "the release")
+    wait_until(lambda: not (system_bus.state / "held").exists(), "no trace of the hold")
+
+
+def test_what_was_held_when_the_power_went_is_released_by_the_next_helper(system_bus, client):
+    before = system_bus.battery(END)
+    system_bus.state.mkdir(mode=0o700)
+    (system_bus.state / "held").write_text(f"BAT0 {END} {before}\n")
+    system_bus.battery(END, 63)
+    assert client.call("GetVersion")
+    assert system_bus.battery(END) == before
+
+
+def test_the_last_word_counts(system_bus, client):
+    before = system_bus.battery(END)
+    first = Client(system_bus.address)
+    hold(system_bus, first)
+    hold(system_bus, client)
+    first.leave()
+    assert client.call("GetVersion")
+    wait_until(lambda: system_bus.process(), "the helper")
+    assert is_held(system_bus)
+    assert client.call("LimitCharge", system_bus.key(), True)
+    assert system_bus.battery(END) == before
+
+
+def test_a_firmware_that_forgot_the_hold_in_its_sleep_is_told_again(system_bus, client):
+    logind = connect(system_bus.address)
+    logind.call_sync("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "RequestName",
+                     GLib.Variant("(su)", ("org.freedesktop.login1", 0)), None, 0, -1, None)
+    before = system_bus.battery(END)
+    hold(system_bus, client)
+    system_bus.battery(END, before)
+
+    def slept(asleep):
+        logind.emit_signal(None, "/org/freedesktop/login1", "org.freedesktop.login1.Manager", "PrepareForSleep",
+                           GLib.Variant("(b)", (asleep,)))
+        logind.flush_sync(None)
+    slept(True)
+    slept(False)
+    wait_until(lambda: is_held(system_bus), "the hold after suspend")
+    logind.close_sync(None)
+
+
+def test_it_leaves_when_it_is_idle_and_stays_while_it_holds(system_bus):
+    client = Client(system_bus.start(QUORLIN_IDLE_MS="1").address)
+    hold(system_bus, client)
+    process = system_bus.process()
+    assert client.call("GetVersion")
+    assert system_bus.process() == process
+    client.call("LimitCharge", system_bus.key(), True)
+    wait_until(lambda: system_bus.process() is None, "the helper leaves")
+    # The next call starts another, however close it comes to the last one's end.
+    for _ in range(20):
+        assert re.fullmatch(r"\d+\.\d+\.\d+", client.call("GetVersion"))
+    client.leave()
+
+
+def test_metrics_are_lines_of_name_value_and_unit(system_bus, client):
+    answer = client.send("GetCoreMetrics", system_bus.key(), METRICS)
+    zone = system_bus.tree / "sys/class/powercap/intel-rapl:0/energy_uj"
+    energy = int(zone.read_text())
+
+    def grow():
+        nonlocal energy
+        energy += 40000
+        zone.write_text(f"{energy}\n")
+        return bool(answer)
+    wait_until(grow, "the metrics")
+    lines = answer[0].splitlines()
+    assert all(re.fullmatch(r"[A-Z][\w ()]+: \d+(\.\d+)? (W|%|events)", line) for line in lines), lines
+    power = dict(line.split(": ") for line in lines)
+    assert float(power["Package Power"].split()[0]) > 0
+
+
+def test_it_installs_itself_and_leaves_no_trace(system_bus, client):
+    (system_bus.root / "etc").mkdir()
+    (system_bus.root / "etc/of-another").write_text("stays\n")
+    assert system_bus.run("--install").returncode == 0
+    files = [path for path in system_bus.root.rglob("*") if path.is_file()]
+    assert len(files) == 6
+    assert system_bus.root.joinpath("usr/local/libexec/quorlin-core-helper").read_bytes() == \
+        system_bus.helper.read_bytes()
+
+    hold(system_bus, client)
+    assert "removed" in client.call("UninstallHelper", system_bus.key())
+    wait_until(lambda: system_bus.process() is None, "the helper leaves")
+    wait_until(lambda: not any(path.is_file() for path in system_bus.root.rglob("quorlin*")), "the removal")
+    wait_until(lambda: [path.name for path in system_bus.root.rglob("*") if path.is_file()] == ["of-another"],
+               "the removal of all files")
+    assert not is_held(system_bus)
+
+
+def test_a_wrong_command_line_changes_nothing(system_bus):
+    system_bus.start()
+    before = system_bus.contents()
+    for arguments in (["--instal"], ["--install", "/"], ["-"]):
+        assert system_bus.run(*arguments).returncode == 64
+    assert system_bus.contents() == before
+    assert NAME not in system_bus.run("--help").stdout
