@@ -14,6 +14,7 @@ NAME = "com.brellwick.Quorlin-Core-Helper"
 OBJECT = "/com/brellwick/QuorlinCoreHelper"
 INTERFACE = "com.brellwick.HelperToolProtocol"
 HELPER = pathlib.Path(os.environ["QUORLIN_SIMULATED_HELPER"])
+PACKAGING = pathlib.Path(os.environ["QUORLIN_PACKAGING"])
 
 CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
@@ -142,7 +143,7 @@ class Error(str):
 class SystemBus:
     """The daemon, polkit, and the helper, which the bus starts when it is called."""
 
-    def __init__(self, folder, machine_name="laptop", helper=None):
+    def __init__(self, folder, machine_name="laptop"):
         self.folder = folder / "system"
         self.state = self.folder / "state"
         self.root = self.folder / "root"
@@ -157,7 +158,7 @@ class SystemBus:
                             "LC_ALL": "C.UTF-8"}
         self.address = f"unix:path={self.folder}/socket"
         self.environment["DBUS_SYSTEM_BUS_ADDRESS"] = self.address
-        self.helper = helper or HELPER
+        self.helper = HELPER
         self.daemon = self.polkit = None
 
     def start(self, **environment):
@@ -215,6 +216,12 @@ class SystemBus:
         if value is not None:
             file.write_text(f"{value}\n")
         return file.read_text().strip()
+
+    def charge(self, percent, status):
+        """The battery's charge as its driver and as its meter tell it, and what it does."""
+        self.battery("energy_now", int(self.battery("energy_full")) * percent // 100)
+        self.battery("capacity", percent)
+        self.battery("status", status)
 
     def contents(self):
         """Every file that the helper could have written, with its bytes."""

@@ -5,8 +5,9 @@ import signal
 import pytest
 from gi.repository import GLib
 
-from harness import PATIENCE, wait_until
-from system_bus import NAME, Client, Error, connect
+from harness import PATIENCE, PROGRAMS, wait_until
+from sandbox import Sandbox
+from system_bus import HELPER, NAME, PACKAGING, Client, Error, connect
 
 METRICS = ["--samplers", "cpu_power,gpu_power,ane_power,thermal", "-i", "500"]
 END = "charge_control_end_threshold"
@@ -243,3 +244,35 @@ def test_a_wrong_command_line_changes_nothing(system_bus):
         assert system_bus.run(*arguments).returncode == 64
     assert system_bus.contents() == before
     assert NAME not in system_bus.run("--help").stdout
+
+
+def test_it_works_inside_what_its_unit_allows(system_bus):
+    system_bus.start()
+    folder = system_bus.folder / "sandbox"
+    folder.mkdir()
+    sandbox = Sandbox(PACKAGING / "quorlin-core-helper.service", folder, sysfs=system_bus.tree / "sys",
+                      visible=[HELPER.parent, system_bus.folder])
+    system_bus.state = sandbox.state
+    inside = {"QUORLIN_SYSFS_ROOT": "/sys", "QUORLIN_STATE_FOLDER": "/var/lib/quorlin-core-helper",
+              "ASAN_OPTIONS": "detect_leaks=0"}  # it would trace the process, which the unit forbids
+    before = system_bus.battery(END)
+    with open(system_bus.log, "ab") as log:
+        launcher = sandbox.start([HELPER], env={**system_bus.environment, **inside}, stderr=log)
+    wait_until(lambda: system_bus.process() or launcher.poll() is not None, "the helper inside")
+    client = Client(system_bus.address)
+    assert "held" in hold(system_bus, client)
+    assert is_held(system_bus)
+    assert "Package Power: " in client.call("GetCoreMetrics", system_bus.key(), METRICS)
+    client.leave()
+    wait_until(lambda: system_bus.battery(END) == before, "the release")
+    client = Client(system_bus.address)
+    assert "removed" in client.call("UninstallHelper", system_bus.key())
+    assert launcher.wait(PATIENCE) == 0, system_bus.log.read_text()
+    assert (sandbox.state / "remove").exists()
+
+
+def test_the_installed_helper_takes_no_machine_from_its_environment():
+    installed = (PROGRAMS / "quorlin-core-helper").read_bytes()
+    for name in (b"QUORLIN_SYSFS_ROOT", b"QUORLIN_STATE_FOLDER", b"QUORLIN_INSTALL_ROOT"):
+        assert name not in installed
+        assert name in HELPER.read_bytes()

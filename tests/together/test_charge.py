@@ -1,0 +1,149 @@
+"""Agent, root helper and quorlinctl together: the battery's charge, power metrics, commands by URL."""
+import json
+import os
+import signal
+import subprocess
+
+import pytest
+
+from harness import PATIENCE, PROGRAMS, Consumer, wait_until
+from test_core_helper import END, is_held
+
+LIMIT = 80
+
+
+@pytest.fixture
+def laptop(session, system_bus):
+    """The session of a laptop with both buses, the core helper on, and a charge limit."""
+    system_bus.start()
+    session.environment["DBUS_SYSTEM_BUS_ADDRESS"] = system_bus.address
+    session.environment["QUORLIN_SYSFS_ROOT"] = str(system_bus.tree / "sys")
+    session.configure(autostart=1, coreAutostart=1, batterylimit=LIMIT)
+    return session
+
+
+def start_and_hold(laptop, system_bus):
+    """An agent that holds the charge, and the consumer for which it does."""
+    before = system_bus.battery(END)
+    system_bus.charge(LIMIT + 1, "Charging")
+    agent, consumer = laptop.start_and_greet("-silent", name="brellwick.Quorlin")
+    wait_until(lambda: is_held(system_bus), "the hold")
+    wait_until(lambda: laptop.stored().get("powerLimitEnabled") == "true", "the hold is noted")
+    system_bus.battery("status", "Not charging")
+    return agent, consumer, before
+
+
+def test_the_charge_is_held_at_the_limit_and_let_go_below_it(laptop, system_bus):
+    _, _, before = start_and_hold(laptop, system_bus)
+    assert laptop.logged("Core helper is installed")
+    assert laptop.logged(f"BAT0: charging is held at {LIMIT + 1} %")
+    system_bus.charge(LIMIT - 1, "Not charging")
+    wait_until(lambda: system_bus.battery(END) == before, "the release")
+    wait_until(lambda: laptop.stored()["powerLimitEnabled"] == "false", "the release is noted")
+
+
+@pytest.mark.parametrize("end", ["quits", "is killed", "has no consumer left", "gets a limit of 100"])
+def test_the_charge_is_let_go_when_the_agent(laptop, system_bus, end):
+    agent, consumer, before = start_and_hold(laptop, system_bus)
+    if end == "quits":
+        agent.send_signal(signal.SIGTERM)
+        assert agent.wait(PATIENCE) == 0
+        assert system_bus.battery(END) == before, "it left before the helper had answered"
+        assert laptop.stored()["powerLimitEnabled"] == "false"
+        assert laptop.stored()["terminatedPeacefully"] == "1"
+    elif end == "is killed":
+        agent.kill()
+    elif end == "has no consumer left":
+        consumer.leave()
+    else:
+        assert laptop.run("quorlinctl", "battery-limit", "100").returncode == 0
+    wait_until(lambda: system_bus.battery(END) == before, "the release")
+
+
+def test_a_new_limit_takes_effect_at_once(laptop, system_bus):
+    laptop.configure(autostart=1, coreAutostart=1)
+    system_bus.charge(LIMIT, "Charging")
+    laptop.start_and_greet("-silent", name="brellwick.Quorlin")
+    assert laptop.run("quorlinctl", "battery-limit", "50").returncode == 2
+    assert laptop.run("quorlinctl", "battery-limit", str(LIMIT)).returncode == 0
+    wait_until(lambda: is_held(system_bus), "the hold")
+    assert laptop.stored()["batterylimit"] == str(LIMIT)
+
+
+def test_power_metrics_are_published_and_shown(laptop, system_bus):
+    _, consumer = laptop.start_and_greet("-silent", name="brellwick.Quorlin")
+    sender, published = consumer.wait_for("QuorlinSensorsCoreData")
+    assert (sender, published["version"], published["batteryLimit"]) == ("QuorlinSensorsCoreAgent", 12, LIMIT)
+    assert "Package Power: " in published["coreData"]
+
+    watch = subprocess.Popen([PROGRAMS / "quorlinctl", "watch", "--json", "--widget"], env=laptop.environment,
+                             text=True, stdout=subprocess.PIPE)
+    laptop.children.append(watch)
+    with watch.stdout:
+        for line in watch.stdout:
+            shown = json.loads(line)
+            if shown["name"] == "QuorlinSensorsCoreData":
+                break
+    assert shown["battery"] == {"state": "charging", "percent": 63}
+    assert shown["userInfo"]["batteryLimit"] == LIMIT
+
+
+def test_without_a_helper_the_core_is_off_for_this_run_only(laptop, system_bus):
+    (system_bus.folder / "services" / "com.brellwick.Quorlin-Core-Helper.service").unlink()
+    system_bus.charge(LIMIT + 1, "Charging")
+    _, consumer = laptop.start_and_greet("-silent", name="brellwick.Quorlin")
+    wait_until(lambda: laptop.logged("connection invalidated"), "the helper is missed")
+    consumer.wait_for("QuorlinSensorsActiveM", 3)
+    assert "QuorlinSensorsCoreData" not in consumer.names()
+    assert laptop.stored()["coreAutostart"] == "1"
+
+
+def test_commands_reach_applications_shells_and_workflows(laptop, tmp_path):
+    laptop.start_and_greet("-silent")
+    done = tmp_path / "done"
+    script = tmp_path / "work flow"
+    script.write_text(f"#!/bin/sh\necho workflow >> {done}\n")
+    script.chmod(0o755)
+    assert laptop.run("quorlinctl", "terminal", f"echo 'a/b ä%' >> {done}").returncode == 0
+    wait_until(lambda: done.exists() and done.read_text() == "a/b ä%\n", "the command has run")
+    assert laptop.run("quorlinctl", "workflow", "work flow", cwd=tmp_path).returncode == 0
+    wait_until(lambda: done.read_text().endswith("workflow\n"), "the workflow has run")
+
+    plain = subprocess.Popen(["sleep", "600"])
+    application = subprocess.Popen(
+        ["/usr/bin/python3", "-c", "from gi.repository import Gio, GLib; import sys;"
+         "bus = Gio.bus_get_sync(Gio.BusType.SESSION);"
+         "Gio.bus_own_name_on_connection(bus, 'brellwick.Quorlin-Pro', 0, lambda *_: print('ready', flush=True));"
+         "GLib.MainLoop().run()"], env=laptop.environment, stdout=subprocess.PIPE, text=True)
+    laptop.children += [plain, application]
+    with application.stdout:
+        assert application.stdout.readline() == "ready\n"
+    assert laptop.run("quorlinctl", "force-terminate", str(plain.pid)).returncode == 0
+    assert laptop.run("quorlinctl", "force-terminate", str(application.pid)).returncode == 0
+    assert application.wait(PATIENCE) == -signal.SIGKILL
+    assert plain.poll() is None
+
+
+def test_urls_with_another_key_or_of_no_command_do_nothing(laptop, system_bus, tmp_path):
+    agent, consumer = laptop.start_and_greet("-silent")
+    scheme = "brellwick.QuorlinSensors.quorlinio://"
+    touch = "touch%20" + str(tmp_path / "done").replace("/", "%2F")
+    orders = ["00000000/terminalcommand/" + touch, f"{system_bus.key().upper()}x/terminalcommand/" + touch,
+              f"{system_bus.key()}/TERMINALCOMMAND/" + touch, f"{system_bus.key()}/terminalcommand/touch%20/tmp",
+              f"{system_bus.key()}/terminalcommand/{touch}%0", f"{system_bus.key()}/terminalcommand/{touch}%00",
+              "/" * 1000000, system_bus.key() + "/" + "%" * 1000000]
+    assert laptop.run("quorlin-sensors", *[scheme + order for order in orders if len(order) < 1000]).returncode == 0
+    from gi.repository import GLib
+    for order in orders:
+        consumer.call("brellwick.QuorlinSensors", "/brellwick/QuorlinSensors", "org.freedesktop.Application", "Open",
+                      GLib.Variant("(asa{sv})", ([scheme + order], {})))
+    consumer.wait_for("QuorlinSensorsActiveM")
+    assert agent.poll() is None
+    assert not (tmp_path / "done").exists()
+    assert not os.path.exists(laptop.folder / "TERMINALCOMMAND")
+
+
+def test_the_agent_is_made_the_handler_of_its_urls(laptop):
+    laptop.start_and_greet("-silent")
+    listed = (laptop.folder / "config/mimeapps.list").read_text()
+    assert "x-scheme-handler/brellwick.QuorlinSensors.quorlinio=brellwick.QuorlinSensors.desktop" in listed
