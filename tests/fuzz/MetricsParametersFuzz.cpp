@@ -1,0 +1,38 @@
+/// Any texts as parameters: a request within its bounds, or a short sentence.
+#include "core-helper/MetricsRequest.h"
+#include "platform/Utf8.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <vector>
+
+namespace {
+
+void require(bool condition) {
+  if (!condition) std::abort();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  using namespace quorlin;
+  std::vector<std::string> parameters(1);
+  for (std::size_t i = 0; i < size; ++i) {
+    if (data[i] == '\n') {
+      parameters.emplace_back();
+    } else {
+      parameters.back() += static_cast<char>(data[i]);
+    }
+  }
+  const auto parsed = parseMetricsParameters(parameters);
+  if (const auto* request = std::get_if<MetricsRequest>(&parsed)) {
+    require(parameters.size() == 4);
+    require(request->interval.count() >= 500 && request->interval.count() <= 10000);
+    require(request->processorPower || request->graphicsPower || request->neuralEnginePower ||
+            request->thermal);
+  } else {
+    const auto& reason = std::get<std::string>(parsed);
+    require(!reason.empty() && reason.size() < 200 && isUtf8(reason));
+  }
+  return 0;
+}
