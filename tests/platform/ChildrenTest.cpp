@@ -122,7 +122,8 @@ TEST(HelperInstaller, RunsTheHelperAsItsOwnInstallerThroughPkexec) {
     chmod(path.c_str(), S_IRWXU);
     return path;
   };
-  const auto helper = script("libexec/quorlin-core-helper", "echo \"$1\" >> \"$0.run\"; exit 3\n");
+  const auto helper =
+      script("libexec/quorlin-sensors/quorlin-core-helper", "echo \"$1\" >> \"$0.run\"; exit 3\n");
   script("bin/pkexec", "echo \"$@\" > \"$0.run\"; exec \"$@\"\n");
   const std::string path = std::getenv("PATH");
   setenv("PATH", ((folder.path() / "bin").string() + ":" + path).c_str(), 1);
@@ -130,7 +131,7 @@ TEST(HelperInstaller, RunsTheHelperAsItsOwnInstallerThroughPkexec) {
   EXPECT_EQ(runHelperInstaller(helper, false), 3);
   EXPECT_EQ(folder.read("bin/pkexec.run"), helper.string() + " --install\n");
   EXPECT_EQ(runHelperInstaller(helper, true), 3);
-  EXPECT_EQ(folder.read("libexec/quorlin-core-helper.run"), "--install\n--install\n");
+  EXPECT_EQ(folder.read("libexec/quorlin-sensors/quorlin-core-helper.run"), "--install\n--install\n");
   setenv("PATH", folder.path().c_str(), 1);
   EXPECT_EQ(runHelperInstaller(helper, false), 127) << "without pkexec";
   setenv("PATH", path.c_str(), 1);

@@ -112,7 +112,7 @@ TEST(HelperInstaller, FindsTheHelperThatCameWithTheProgram) {
   };
   EXPECT_EQ(bundledHelper(folder.path() / "bin"), "");
   folder.write("bin/quorlin-core-helper", "not executable");
-  const auto installed = program("libexec/quorlin-core-helper");
+  const auto installed = program("libexec/quorlin-sensors/quorlin-core-helper");
   EXPECT_EQ(bundledHelper(folder.path() / "bin"), installed);
   const auto built = program("bin/quorlin-core-helper");
   EXPECT_EQ(bundledHelper(folder.path() / "bin"), built);

@@ -25,8 +25,8 @@ std::filesystem::path bundledHelper() {
 }
 
 std::filesystem::path bundledHelper(const std::filesystem::path& programFolder) {
-  const std::array<std::filesystem::path, 2> places = {programFolder,
-                                                       programFolder.parent_path() / "libexec"};
+  const std::array<std::filesystem::path, 2> places = {
+      programFolder, programFolder.parent_path() / "libexec/quorlin-sensors"};
   for (const std::filesystem::path& place : places) {
     std::error_code ignored;
     std::filesystem::path helper = place / kFileName;

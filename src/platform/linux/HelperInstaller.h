@@ -7,8 +7,8 @@
 
 namespace quorlin {
 
-/// The helper that came with the program that runs: beside its executable in a build, in ../libexec where it
-/// is installed. Empty when there is none.
+/// The helper that came with the program that runs: beside its executable in a build, in
+/// ../libexec/quorlin-sensors where it is installed. Empty when there is none.
 std::filesystem::path bundledHelper();
 std::filesystem::path bundledHelper(const std::filesystem::path& programFolder);
 

@@ -28,10 +28,14 @@ void serve(const Setup& setup) { Service(setup).run(); }
 
 void install(const Setup& setup) {
   installHelper(setup.installRoot);
-  if (setup.installRoot == "/") tellSystem();
+  if (setup.installRoot != "/") return;
+  tellSystem();
+  // The next call starts the new one.
+  stopService();
 }
 
 void remove(const Setup& setup) {
+  if (setup.installRoot == "/") stopService();
   markForRemoval(setup);
   cleanUpAfterStop(setup);
 }

@@ -2,6 +2,7 @@
 
 #include "core-helper/EmbeddedTexts.h"
 #include "platform/linux/Bus.h"
+#include "platform/linux/Spawn.h"
 #include "platform/posix/TextFile.h"
 
 #include <algorithm>
@@ -204,6 +205,12 @@ void tellSystem() {
   } catch (const BusError&) {
     // Without a bus there is nobody who would have to know.
   }
+}
+
+void stopService() {
+  const SpawnOptions asItIs{.output = {}, .folder = {}, .detached = false};
+  if (const auto child = spawn("systemctl", {"stop", "quorlin-core-helper.service"}, asItIs))
+    waitForEnd(*child);
 }
 
 void requireRoot() {

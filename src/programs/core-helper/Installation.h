@@ -20,6 +20,9 @@ void removeHelper(const std::filesystem::path& root);
 /// is nobody to tell. What they refuse is a line on the error stream.
 void tellSystem();
 
+/// Has systemd end a helper that runs, and waits for what its unit does then. Without systemd there is none.
+void stopService();
+
 /// Throws InstallationError unless the program runs as root.
 void requireRoot();
 

@@ -25,7 +25,7 @@ int say(const std::string& sentence) {
 int install() {
   const std::filesystem::path helper = bundledHelper();
   if (helper.empty()) {
-    complain("there is no quorlin-core-helper beside this program and none in ../libexec");
+    complain("there is no quorlin-core-helper beside this program and none in ../libexec/quorlin-sensors");
     return kExitFailed;
   }
   const bool isRoot = ::geteuid() == 0;
