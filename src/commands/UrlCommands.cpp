@@ -11,6 +11,9 @@ template <typename... Actions>
 struct Overloaded : Actions... {
   using Actions::operator()...;
 };
+// clang deduces it without help from version 17 on.
+template <typename... Actions>
+Overloaded(Actions...) -> Overloaded<Actions...>;
 
 }  // namespace
 
