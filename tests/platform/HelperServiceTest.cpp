@@ -108,8 +108,10 @@ TEST_F(HelperServiceTest, ARefusalIsAFailureWithALineAndLeavesTheConnection) {
   ASSERT_TRUE(waitForAnswers(1));
   EXPECT_THAT(answers, ElementsAre("failed"));
   EXPECT_THAT(log.lines, ElementsAre("core helper: LimitCharge: not you"));
+  connection->limitCharge("key", true, reply(), failed());
   connection->getVersion(reply(), failed());
-  ASSERT_TRUE(waitForAnswers(2));
+  ASSERT_TRUE(waitForAnswers(3));
+  EXPECT_EQ(log.lines.size(), 1U) << "said again";
   EXPECT_EQ(invalidations, 0);
 }
 

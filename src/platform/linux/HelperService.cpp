@@ -15,8 +15,8 @@ constexpr const char* kAttempt = "call the core helper";
 
 class BusConnection final : public HelperToolConnection {
  public:
-  BusConnection(RunLoop& runLoop, Log& log, std::string_view serviceName)
-      : runLoop_(runLoop), log_(log), serviceName_(serviceName) {}
+  BusConnection(RunLoop& runLoop, RefusalLog& refusals, std::string_view serviceName)
+      : runLoop_(runLoop), refusals_(refusals), serviceName_(serviceName) {}
 
   ~BusConnection() override {
     for (const Call& call : std::exchange(calls_, {})) call.failed();
@@ -36,7 +36,7 @@ class BusConnection final : public HelperToolConnection {
               serviceName_ + "'",
           [this](sd_bus_message*) { invalidate(); });
     } catch (const BusError& error) {
-      log_.line(error.what());
+      refusals_.line(error.what());
       bus_.reset();
     }
   }
@@ -134,7 +134,7 @@ class BusConnection final : public HelperToolConnection {
     }
     const sd_bus_error* error = sd_bus_message_get_error(answer);
     const char* reason = error == nullptr || error->message == nullptr ? "no string" : error->message;
-    connection.log_.line(std::string("core helper: ") + call.member + ": " + reason);
+    connection.refusals_.line(std::string("core helper: ") + call.member + ": " + reason);
     const bool lost = !isFromHelper(answer);
     call.failed();
     if (lost) connection.invalidate();
@@ -158,7 +158,7 @@ class BusConnection final : public HelperToolConnection {
   }
 
   RunLoop& runLoop_;
-  Log& log_;
+  RefusalLog& refusals_;
   std::string serviceName_;
   std::optional<Bus> bus_;
   BusSlot helperLeaves_;
@@ -170,7 +170,7 @@ class BusConnection final : public HelperToolConnection {
 }  // namespace
 
 std::unique_ptr<HelperToolConnection> BusHelperService::makeConnection(std::string_view serviceName) {
-  return std::make_unique<BusConnection>(runLoop_, log_, serviceName);
+  return std::make_unique<BusConnection>(runLoop_, refusals_, serviceName);
 }
 
 }  // namespace quorlin
