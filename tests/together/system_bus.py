@@ -1,4 +1,4 @@
-"""A system bus of the test's own: polkit played by the test, and the root helper on a described machine."""
+"""A system bus of the test's own: polkit and systemd played by the test, the root helper on a described machine."""
 import os
 import pathlib
 import shutil
@@ -16,16 +16,25 @@ INTERFACE = "com.brellwick.HelperToolProtocol"
 HELPER = pathlib.Path(os.environ["QUORLIN_SIMULATED_HELPER"])
 PACKAGING = pathlib.Path(os.environ["QUORLIN_PACKAGING"])
 
+# The rules of a Debian's system bus, and its services played by the test.
 CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
 <busconfig>
   <listen>unix:path={folder}/socket</listen>
   <servicedir>{folder}/services</servicedir>
   <policy context="default">
-    <allow send_destination="*" eavesdrop="false"/>
-    <allow receive_sender="*"/>
-    <allow own="*"/>
+    <allow user="*"/> <deny own="*"/> <deny send_type="method_call"/>
+    <allow send_type="signal"/>
+    <allow send_requested_reply="true" send_type="method_return"/>
+    <allow send_requested_reply="true" send_type="error"/>
+    <allow receive_type="method_call"/> <allow receive_type="method_return"/> <allow receive_type="error"/>
+    <allow receive_type="signal"/>
+    <allow send_destination="org.freedesktop.DBus"/>
+    <allow own="org.freedesktop.PolicyKit1"/> <allow send_destination="org.freedesktop.PolicyKit1"/>
+    <allow own="org.freedesktop.login1"/>
+    <allow own="com.brellwick.Quorlin-Core-Helper"/>
   </policy>
+  <include>{packaging}/com.brellwick.Quorlin-Core-Helper.conf</include>
 </busconfig>
 """
 
@@ -43,6 +52,7 @@ class Polkit:
 
     def __init__(self, address):
         self.answer = "allow"
+        self._helper = None
         self.asked = []  # (kind of subject, its details, action, flags)
         self.cancelled = []
         self.waiting = []
@@ -56,6 +66,8 @@ class Polkit:
     def _run(self, address, ready):
         self._context.push_thread_default()
         self.bus = connect(address)
+        self.bus.signal_subscribe("org.freedesktop.DBus", "org.freedesktop.DBus", "NameOwnerChanged", None, NAME,
+                                  0, self._helper_changed)
         interface = Gio.DBusNodeInfo.new_for_xml(POLKIT).interfaces[0]
         self.bus.register_object("/org/freedesktop/PolicyKit1/Authority", interface, self._called, None, None)
         self.bus.call_sync("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "RequestName",
@@ -64,6 +76,16 @@ class Polkit:
         self._loop.run()
         self.bus.close_sync(None)
         self._context.pop_thread_default()
+
+    def _helper_changed(self, bus, _sender, _path, _interface, _signal, parameters):
+        """As systemd does: a service that has given up its name is told to end."""
+        _name, _before, owner = parameters.unpack()
+        if self._helper:
+            try:
+                os.kill(self._helper, signal.SIGTERM)
+            except ProcessLookupError:
+                pass
+        self._helper = _process_of(bus, owner) if owner else None
 
     def _called(self, _bus, _sender, _path, _interface, method, parameters, invocation):
         if method == "CancelCheckAuthorization":
@@ -99,6 +121,15 @@ def connect(address):
         address, flags.AUTHENTICATION_CLIENT | flags.MESSAGE_BUS_CONNECTION, None, None)
 
 
+def _process_of(bus, name):
+    try:
+        return bus.call_sync("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                             "GetConnectionUnixProcessID", GLib.Variant("(s)", (name,)), None, 0, PATIENCE * 1000,
+                             None).unpack()[0]
+    except GLib.Error:
+        return None
+
+
 class Client:
     """A connection to the bus that calls the helper."""
 
@@ -128,7 +159,8 @@ class Client:
         return answer[0]
 
     def leave(self):
-        self.bus.close_sync(None)
+        if not self.bus.is_closed():
+            self.bus.close_sync(None)
 
 
 class Error(str):
@@ -163,7 +195,7 @@ class SystemBus:
 
     def start(self, **environment):
         self.environment.update(environment)
-        (self.folder / "bus.conf").write_text(CONFIGURATION.format(folder=self.folder))
+        (self.folder / "bus.conf").write_text(CONFIGURATION.format(folder=self.folder, packaging=PACKAGING))
         # What the unit says: after every end, what is to be done after it.
         starter = self.folder / "start-helper"
         starter.write_text(f"#!/bin/sh\n{self.helper} 2>>{self.log}\n{self.helper} --after-stop 2>>{self.log}\n")
@@ -196,12 +228,7 @@ class SystemBus:
         """The helper's process id, or nothing while it does not run."""
         client = Client(self.address)
         try:
-            reply = client.bus.call_sync(
-                "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "GetConnectionUnixProcessID",
-                GLib.Variant("(s)", (NAME,)), None, 0, PATIENCE * 1000, None)
-            return reply.unpack()[0]
-        except GLib.Error:
-            return None
+            return _process_of(client.bus, NAME)
         finally:
             client.leave()
 

@@ -7,7 +7,7 @@ from gi.repository import GLib
 
 from harness import PATIENCE, PROGRAMS, wait_until
 from sandbox import Sandbox
-from system_bus import HELPER, NAME, PACKAGING, Client, Error, connect
+from system_bus import HELPER, INTERFACE, NAME, OBJECT, PACKAGING, Client, Error, connect
 
 METRICS = ["--samplers", "cpu_power,gpu_power,ane_power,thermal", "-i", "500"]
 END = "charge_control_end_threshold"
@@ -25,6 +25,11 @@ def hold(system_bus, client):
     reply = client.call("LimitCharge", system_bus.key(), False)
     assert not isinstance(reply, Error), reply.text
     return reply
+
+
+def has_owner(client, name):
+    return client.bus.call_sync("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "NameHasOwner",
+                                GLib.Variant("(s)", (name,)), None, 0, PATIENCE * 1000, None).unpack()[0]
 
 
 def is_held(system_bus):
@@ -113,7 +118,11 @@ def test_a_flood_from_one_client_leaves_the_others_served(system_bus, client):
     wait_until(lambda: sum(map(len, answers)) == 296, "all but four refused")
     assert {answer[0] for answer in answers if answer} == {"LimitsExceeded"}
     system_bus.polkit.answer = "allow"
+    for _ in range(2000):  # nor do those that want no answer, which the bus does not count
+        flooder.bus.call(NAME, OBJECT, INTERFACE, "GetVersion", None, None, 0, -1, None, None)
+    asked = len(system_bus.polkit.asked)
     assert re.fullmatch(r"\d+\.\d+\.\d+", client.call("GetVersion"))
+    assert len(system_bus.polkit.asked) == asked + 1
     system_bus.polkit.answer_waiting("allow")
     wait_until(lambda: all(answers), "the four are answered")
     assert sum(not isinstance(answer[0], Error) for answer in answers) == 4
@@ -163,11 +172,57 @@ def test_the_last_word_counts(system_bus, client):
     hold(system_bus, first)
     hold(system_bus, client)
     first.leave()
-    assert client.call("GetVersion")
-    wait_until(lambda: system_bus.process(), "the helper")
+    wait_until(lambda: not has_owner(client, first.name), "the first caller has left")
+    assert client.call("GetVersion")  # so whatever the helper does about that is done
     assert is_held(system_bus)
     assert client.call("LimitCharge", system_bus.key(), True)
     assert system_bus.battery(END) == before
+
+
+def test_signals_that_somebody_else_sends_in_the_name_of_the_bus_or_of_logind_do_nothing(system_bus, client):
+    hold(system_bus, client)
+    held = system_bus.contents()
+    helper = client.bus.call_sync("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                                  "GetNameOwner", GLib.Variant("(s)", (NAME,)), None, 0, -1, None).unpack()[0]
+    forger = connect(system_bus.address)
+    system_bus.battery("capacity", 58)
+    for path, interface, signal_name, arguments in [
+            ("/org/freedesktop/DBus", "org.freedesktop.DBus", "NameOwnerChanged",
+             GLib.Variant("(sss)", (client.name, client.name, ""))),
+            ("/org/freedesktop/login1", "org.freedesktop.login1.Manager", "PrepareForSleep",
+             GLib.Variant("(b)", (False,)))]:
+        forger.emit_signal(helper, path, interface, signal_name, arguments)
+    forger.flush_sync(None)
+    forger.close_sync(None)
+    wait_until(lambda: not has_owner(client, forger.get_unique_name()), "the forger has left")
+    assert client.call("GetVersion")
+    system_bus.battery("capacity", 63)
+    assert system_bus.contents() == held
+
+
+def test_a_hold_is_always_somebodys(system_bus, client):
+    before = system_bus.battery(END)
+    hold(system_bus, client)
+    # Another's hold fails, as a battery that is just waking up makes it.
+    other = Client(system_bus.address)
+    capacity = system_bus.tree / "sys/class/power_supply/BAT0/capacity"
+    capacity.write_text("")
+    other.call("LimitCharge", system_bus.key(), False)
+    other.leave()
+    wait_until(lambda: not has_owner(client, other.name), "the other has left")
+    capacity.write_text("63\n")
+    client.leave()
+    wait_until(lambda: system_bus.battery(END) == before, "the release")
+
+
+def test_a_hold_right_after_a_release_is_put_off(system_bus, client):
+    hold(system_bus, client)
+    assert client.call("LimitCharge", system_bus.key(), True)
+    released = system_bus.contents()
+    assert client.call("LimitCharge", system_bus.key(), False) == "LimitsExceeded"
+    assert system_bus.contents() == released
+    wait_until(lambda: client.call("LimitCharge", system_bus.key(), False) != "LimitsExceeded", "the hold after a while")
+    assert is_held(system_bus)
 
 
 def test_a_firmware_that_forgot_the_hold_in_its_sleep_is_told_again(system_bus, client):

@@ -17,6 +17,19 @@ int checked(int result, const char* attempt) {
   return result;
 }
 
+void dropAddressedSignals(sd_bus* bus) {
+  const sd_bus_message_handler_t drop = [](sd_bus_message* message, void*, sd_bus_error*) {
+    const char* const sender = sd_bus_message_get_sender(message);
+    const bool isOfBus = sender != nullptr && std::strcmp(sender, "org.freedesktop.DBus") == 0;
+    const bool isLocal = sender == nullptr || std::strcmp(sender, "org.freedesktop.DBus.Local") == 0;
+    return sd_bus_message_is_signal(message, nullptr, nullptr) > 0 &&
+                   sd_bus_message_get_destination(message) != nullptr && !isOfBus && !isLocal
+               ? 1
+               : 0;
+  };
+  checked(sd_bus_add_filter(bus, nullptr, drop, nullptr), "watch the bus");
+}
+
 /// GLib's view of the connection: its descriptor, the events and the time that it waits for.
 struct Bus::Source {
   GSource base;
@@ -95,7 +108,9 @@ Bus Bus::openSystem() {
   sd_bus* bus = nullptr;
   checked(sd_bus_open_system(&bus), "connect to the system bus");
   sd_bus_set_exit_on_disconnect(bus, 0);
-  return Bus(bus);
+  Bus opened(bus);
+  dropAddressedSignals(bus);
+  return opened;
 }
 
 Bus::Bus(Bus&& other) noexcept

@@ -19,6 +19,11 @@ class BusError : public std::runtime_error {
 /// Returns the result of an sd-bus call, or throws a BusError that names what was tried.
 int checked(int result, const char* attempt);
 
+/// Has the connection drop signals that are addressed to it alone, but for the bus's own. A match on a
+/// well-known sender trusts the bus to let only that one's signals through, and the bus does so for broadcast
+/// ones; anybody may send another to a unique name. Before the first match. Throws BusError.
+void dropAddressedSignals(sd_bus* bus);
+
 struct BusMessageUnref {
   void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
 };
@@ -36,7 +41,8 @@ class Bus {
   /// BusError.
   static Bus openSession();
 
-  /// Connects to the system bus: $DBUS_SYSTEM_BUS_ADDRESS, else the one in /run/dbus. Throws BusError.
+  /// Connects to the system bus: $DBUS_SYSTEM_BUS_ADDRESS, else the one in /run/dbus. Signals addressed to
+  /// this connection alone are dropped. Throws BusError.
   static Bus openSystem();
 
   ~Bus();

@@ -34,7 +34,7 @@ class BusConnection final : public HelperToolConnection {
           "type='signal',sender='org.freedesktop.DBus',path='/org/freedesktop/DBus',"
           "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg2='',arg0='" +
               serviceName_ + "'",
-          [this](sd_bus_message*) { invalidate(); });
+          [this](sd_bus_message*) { helperLeft(); });
     } catch (const BusError& error) {
       refusals_.line(error.what());
       bus_.reset();
@@ -130,6 +130,7 @@ class BusConnection final : public HelperToolConnection {
     const char* text = nullptr;
     if (sd_bus_message_is_method_error(answer, nullptr) == 0 && sd_bus_message_read(answer, "s", &text) > 0) {
       call.reply(text);
+      connection.endIfHelperLeft();
       return 0;
     }
     const sd_bus_error* error = sd_bus_message_get_error(answer);
@@ -138,7 +139,18 @@ class BusConnection final : public HelperToolConnection {
     const bool lost = !isFromHelper(answer);
     call.failed();
     if (lost) connection.invalidate();
+    connection.endIfHelperLeft();
     return 0;
+  }
+
+  /// It may give up its name before it has answered everything; what it leaves unanswered the bus answers.
+  void helperLeft() {
+    hasHelperLeft_ = true;
+    endIfHelperLeft();
+  }
+
+  void endIfHelperLeft() {
+    if (hasHelperLeft_ && calls_.empty()) invalidate();
   }
 
   /// Else the bus answers in its place, or our own end for a bus that has gone.
@@ -164,6 +176,7 @@ class BusConnection final : public HelperToolConnection {
   BusSlot helperLeaves_;
   std::function<void()> invalidated_;
   std::list<Call> calls_;
+  bool hasHelperLeft_ = false;
   std::shared_ptr<int> alive_ = std::make_shared<int>();
 };
 

@@ -22,6 +22,12 @@ namespace {
 constexpr std::ptrdiff_t kMostCallsOfACaller = 4;
 constexpr std::ptrdiff_t kMostCallsOfAUser = 16;
 
+/// Firmware keeps thresholds in memory that wears out. The agent holds every six seconds at the most.
+constexpr std::chrono::seconds kPauseBeforeHold{1};
+
+constexpr const char* kTooManyCalls = "too many calls are waiting for an answer";
+const Refusal kCallerGone = {SD_BUS_ERROR_NO_REPLY, "the caller has left the bus"};
+
 void log(const std::string& text) { std::fprintf(stderr, "%s\n", displayText(text).c_str()); }
 
 std::uint64_t microseconds(std::chrono::microseconds duration) {
@@ -29,12 +35,14 @@ std::uint64_t microseconds(std::chrono::microseconds duration) {
 }
 
 /// Ends the loop on a signal, after what it is doing.
-void endOnSignal(sd_event* event, int signal) {
+EventSource endOnSignal(sd_event* event, int signal) {
   sigset_t set;
   sigemptyset(&set);
   sigaddset(&set, signal);
   sigprocmask(SIG_BLOCK, &set, nullptr);
-  checked(sd_event_add_signal(event, nullptr, signal, nullptr, nullptr), "watch a signal");
+  sd_event_source* source = nullptr;
+  checked(sd_event_add_signal(event, &source, signal, nullptr, nullptr), "watch a signal");
+  return EventSource(source);
 }
 
 }  // namespace
@@ -96,14 +104,14 @@ Service::Service(const Setup& setup) : setup_(setup), charge_(setup.sysfsRoot, s
   sd_event* event = nullptr;
   checked(sd_event_new(&event), "make an event loop");
   event_.reset(event);
-  endOnSignal(event, SIGTERM);
-  endOnSignal(event, SIGINT);
+  toldToEnd_ = endOnSignal(event, SIGTERM);
 
   sd_bus* bus = nullptr;
   checked(sd_bus_open_system(&bus), "connect to the system bus");
   bus_.reset(bus);
   checked(sd_bus_attach_event(bus, event, SD_EVENT_PRIORITY_NORMAL), "watch the system bus");
   checked(sd_bus_set_exit_on_disconnect(bus, 1), "watch the system bus");
+  dropAddressedSignals(bus);
 
   // The object comes first: calls may arrive as soon as the name is owned.
   sd_bus_slot* slot = nullptr;
@@ -122,9 +130,10 @@ Service::Service(const Setup& setup) : setup_(setup), charge_(setup.sysfsRoot, s
           "wait for calls");
   idle_.reset(idle);
 
+  // Whoever has the name is the one that holds.
+  checked(sd_bus_request_name(bus, kHelperLabel.data(), 0), "take the helper's name on the system bus");
   // Held by a process that is no more, for a caller that it lost.
   if (charge_.hasHeld()) releaseCharge("the helper that held it has ended");
-  checked(sd_bus_request_name(bus, kHelperLabel.data(), 0), "take the helper's name on the system bus");
 }
 
 Service::~Service() = default;
@@ -132,10 +141,12 @@ Service::~Service() = default;
 void Service::run() {
   const int result = sd_event_loop(event_.get());
   if (holder_) releaseCharge("the helper ends");
-  checked(result, "run the event loop");
+  if (checked(result, "run the event loop") != 0) throw BusError("the system bus has gone away");
 }
 
 int Service::take(Method method, sd_bus_message* message, sd_bus_error* error) {
+  // The bus bounds the calls that wait for an answer, and no others.
+  if (sd_bus_message_get_expect_reply(message) == 0) return 1;
   const auto read = readRequest(method, message, requestKey(LinuxSystem().localizedHostName()).value_or(""));
   if (const auto* refusal = std::get_if<Refusal>(&read)) {
     return sd_bus_error_set(error, refusal->name, refusal->text.c_str());
@@ -143,12 +154,16 @@ int Service::take(Method method, sd_bus_message* message, sd_bus_error* error) {
   const char* const caller = sd_bus_message_get_sender(message);
   sd_bus_creds* found = nullptr;
   uid_t user = 0;
+  if (std::ranges::count(calls_, std::string_view(caller), &Call::caller) >= kMostCallsOfACaller) {
+    return sd_bus_error_set(error, SD_BUS_ERROR_LIMITS_EXCEEDED, kTooManyCalls);
+  }
   // Asked of the bus, not told by the caller.
-  if (caller == nullptr || sd_bus_query_sender_creds(message, SD_BUS_CREDS_EUID, &found) < 0) return 1;
+  int result = sd_bus_query_sender_creds(message, SD_BUS_CREDS_EUID, &found);
   const BusCredentials credentials(found);
-  if (sd_bus_creds_get_euid(found, &user) < 0) return 1;
-  if (isFlooded(caller, user)) {
-    return sd_bus_error_set(error, SD_BUS_ERROR_LIMITS_EXCEEDED, "too many calls are waiting for an answer");
+  if (result >= 0) result = sd_bus_creds_get_euid(found, &user);
+  if (result < 0) return sd_bus_error_set_errno(error, result);
+  if (std::ranges::count(calls_, user, &Call::user) >= kMostCallsOfAUser) {
+    return sd_bus_error_set(error, SD_BUS_ERROR_LIMITS_EXCEEDED, kTooManyCalls);
   }
 
   const auto self = calls_.insert(calls_.end(), Call{.service = *this,
@@ -164,7 +179,7 @@ int Service::take(Method method, sd_bus_message* message, sd_bus_error* error) {
   self->self = self;
   self->callerOnBus = trackCaller(self->caller, Methods::callerGone, &*self);
   if (!self->callerOnBus) {
-    finish(*self);
+    refuse(*self, kCallerGone);
     return 1;
   }
   const bool interactive = sd_bus_message_get_allow_interactive_authorization(message) > 0;
@@ -177,11 +192,6 @@ int Service::take(Method method, sd_bus_message* message, sd_bus_error* error) {
     decided(*self, failure.what());
   }
   return 1;
-}
-
-bool Service::isFlooded(const std::string& caller, uid_t user) const {
-  return std::ranges::count(calls_, caller, &Call::caller) >= kMostCallsOfACaller ||
-         std::ranges::count(calls_, user, &Call::user) >= kMostCallsOfAUser;
 }
 
 void Service::decided(Call& call, const std::optional<std::string>& refusal) {
@@ -217,14 +227,22 @@ void Service::perform(Call& call) {
 
 void Service::limitCharge(Call& call) {
   const bool hold = !call.request.mode;
-  // The last word counts, whoever's it is: there is one battery, and polkit let both speak.
-  BusTrack holder = hold ? trackCaller(call.caller, Methods::holderGone, this) : nullptr;
-  if (hold && !holder) {
-    finish(call);
-    return;
+  const auto now = std::chrono::steady_clock::now();
+  BusTrack caller = hold ? trackCaller(call.caller, Methods::holderGone, this) : nullptr;
+  if (hold && !caller) return refuse(call, kCallerGone);
+  if (hold && (leaving_ || now - lastRelease_ < kPauseBeforeHold)) {
+    return refuse(call, {SD_BUS_ERROR_LIMITS_EXCEEDED, "the charge cannot be held just now; ask again"});
   }
   const ChargeOutcome outcome = hold ? charge_.hold() : charge_.release();
-  holder_ = outcome.holding && hold ? std::move(holder) : nullptr;
+  // The last word counts, whoever's it is: there is one battery, and polkit let both speak. Yet what is held
+  // is always somebody's, also when this caller's hold failed.
+  if (!hold) {
+    holder_.reset();
+    lastRelease_ = now;
+  } else if (outcome.holding || (!holder_ && charge_.hasHeld())) {
+    holder_ = std::move(caller);
+  }
+  restartIdleTime();
   const std::string line = call.caller + " of user " + std::to_string(call.user) +
                            (hold ? " holds the charge: " : " releases the charge: ") + outcome.text;
   if (line != std::exchange(lastLogged_, line)) log(line);
@@ -234,6 +252,7 @@ void Service::limitCharge(Call& call) {
 void Service::startMeasuring(Call& call) {
   const MetricsRequest& request = call.request.metrics;
   call.before = readPowerCounters(setup_.sysfsRoot, request);
+  restartIdleTime();
   sd_event_source* interval = nullptr;
   const int result = sd_event_add_time_relative(event_.get(), &interval, CLOCK_MONOTONIC,
                                                 microseconds(request.interval), 0, Methods::measured, &call);
@@ -269,7 +288,7 @@ void Service::refuse(Call& call, const Refusal& refusal) {
 
 void Service::finish(Call& call) {
   calls_.erase(call.self);
-  restartIdleTime();
+  if (leaving_ && calls_.empty()) sd_event_exit(event_.get(), 0);
 }
 
 BusTrack Service::trackCaller(const std::string& caller, sd_bus_track_handler_t gone, void* userdata) const {
@@ -298,16 +317,18 @@ void Service::restartIdleTime() {
 }
 
 void Service::leaveIfIdle() {
-  if (!calls_.empty() || holder_) return;
+  if (!calls_.empty() || holder_) {
+    restartIdleTime();
+    return;
+  }
   // Calls that come from now on start the helper anew; those that have come already are still answered.
+  // systemd tells a service to end that has no name any more (systemd.service(5), Type=dbus); it is about to.
+  leaving_ = true;
+  toldToEnd_.reset();
   sd_bus_release_name(bus_.get(), kHelperLabel.data());
   while (sd_bus_process(bus_.get(), nullptr) > 0) {
   }
-  if (calls_.empty() && !holder_) {
-    sd_event_exit(event_.get(), 0);
-  } else {
-    sd_bus_request_name(bus_.get(), kHelperLabel.data(), 0);
-  }
+  if (calls_.empty()) sd_event_exit(event_.get(), 0);
 }
 
 }  // namespace quorlin

@@ -9,6 +9,7 @@
 #include "core-helper/Setup.h"
 #include "platform/linux/Bus.h"
 
+#include <chrono>
 #include <list>
 #include <memory>
 #include <optional>
@@ -25,8 +26,8 @@ class Service {
   Service(const Service&) = delete;
   Service& operator=(const Service&) = delete;
 
-  /// Returns when the helper is not needed any more, was told to end, or has lost the bus; a hold is released
-  /// by then. Throws BusError.
+  /// Returns when the helper is not needed any more or was told to end; a hold is released by then. Throws
+  /// BusError, also when the bus has gone away.
   void run();
 
  private:
@@ -47,7 +48,6 @@ class Service {
   };
 
   int take(Method method, sd_bus_message* message, sd_bus_error* error);
-  bool isFlooded(const std::string& caller, uid_t user) const;
   void decided(Call& call, const std::optional<std::string>& refusal);
   void perform(Call& call);
   void limitCharge(Call& call);
@@ -70,8 +70,11 @@ class Service {
   std::list<Call> calls_;
   BusTrack holder_;
   EventSource idle_;
+  EventSource toldToEnd_;
   BusSlot object_;
   BusSlot sleepSignal_;
+  bool leaving_ = false;
+  std::chrono::steady_clock::time_point lastRelease_;
   std::string lastLogged_;
 };
 
