@@ -30,14 +30,7 @@ void AppDelegate::setBatteryLimit(std::int64_t percent) {
   if (percent < kLowestBatteryLimit || percent > kHighestBatteryLimit) return;
   powerLimit_ = percent;
   services_.userDefaults.setInteger(setting::kBatteryLimit, percent);
-  if (percent == kHighestBatteryLimit) {
-    limitCharge(
-        [this](const std::optional<std::string>& reply) {
-          setPowerLimitEnabled(false);
-          logReply(reply);
-        },
-        true);
-  }
+  if (percent == kHighestBatteryLimit) limitChargeThenRecord(true);
   skipPowerMetrics_ = 0;
   updateData();
 }

@@ -55,7 +55,7 @@ struct Services {
 
 /// Main thread only, but for setPowerLimitEnabled and for the completions, which may run on the helper
 /// connection's queue. Each completion receives the helper's reply, or nothing when the helper could not be
-/// reached, exactly once.
+/// reached, exactly once; none runs once the delegate is being destroyed.
 class AppDelegate final : public ApplicationDelegate {
  public:
   using Completion = std::function<void(std::optional<std::string>)>;
@@ -147,6 +147,8 @@ class AppDelegate final : public ApplicationDelegate {
   void releaseChargeWithoutConsumers();
   void logReply(const std::optional<std::string>& reply);
 
+  HelperToolConnection::StringReply replyTo(const Completion& completion) const;
+  HelperToolConnection::ErrorHandler failureTo(const Completion& completion) const;
   void connectToHelperTool();
   void connectAndExecuteCommandBlock(const std::function<void(HelperToolConnection&)>& command);
 
@@ -172,6 +174,8 @@ class AppDelegate final : public ApplicationDelegate {
   std::unique_ptr<Updater> updater_;
   std::vector<std::unique_ptr<Observation>> observations_;
   std::unique_ptr<Timer> updateTimer_;
+  // The last, so that it goes first: the connection's end completes no call of a delegate that ends.
+  std::shared_ptr<const bool> alive_ = std::make_shared<bool>(true);
 };
 
 }  // namespace quorlin

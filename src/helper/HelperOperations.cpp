@@ -2,17 +2,18 @@
 #include "core/AppDelegate.h"
 
 namespace quorlin {
-namespace {
 
-HelperToolConnection::StringReply replyTo(const AppDelegate::Completion& completion) {
-  return [completion](std::string reply) { completion(std::move(reply)); };
+HelperToolConnection::StringReply AppDelegate::replyTo(const Completion& completion) const {
+  return [completion, alive = std::weak_ptr(alive_)](std::string reply) {
+    if (!alive.expired()) completion(std::move(reply));
+  };
 }
 
-HelperToolConnection::ErrorHandler failureTo(const AppDelegate::Completion& completion) {
-  return [completion] { completion(std::nullopt); };
+HelperToolConnection::ErrorHandler AppDelegate::failureTo(const Completion& completion) const {
+  return [completion, alive = std::weak_ptr(alive_)] {
+    if (!alive.expired()) completion(std::nullopt);
+  };
 }
-
-}  // namespace
 
 void AppDelegate::getHelperVersion(Completion completion) {
   connectAndExecuteCommandBlock([&](HelperToolConnection& connection) {

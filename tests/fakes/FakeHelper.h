@@ -51,6 +51,9 @@ class FakeHelperService final : public HelperService {
   class Connection final : public HelperToolConnection {
    public:
     explicit Connection(FakeHelperService& service) : service_(service) {}
+    ~Connection() override { service_.answerAll(std::nullopt); }
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
     void setInvalidationHandler(std::function<void()> handler) override {
       service_.invalidate = std::move(handler);
     }

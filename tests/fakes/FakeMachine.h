@@ -82,7 +82,11 @@ class FakeUserDefaults final : public UserDefaults {
     return found == dates.end() ? std::nullopt : std::optional(found->second);
   }
   void setInteger(std::string_view key, std::int64_t value) override { integers[std::string(key)] = value; }
-  void setBoolean(std::string_view key, bool value) override { booleans[std::string(key)] = value; }
+  std::function<void()> onSetBoolean = [] {};
+  void setBoolean(std::string_view key, bool value) override {
+    booleans[std::string(key)] = value;
+    onSetBoolean();
+  }
   void setDate(std::string_view key, Date value) override { dates[std::string(key)] = value; }
   void remove(std::string_view key) override { integers.erase(std::string(key)); }
   void synchronize() override {}

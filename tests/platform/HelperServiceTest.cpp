@@ -161,7 +161,9 @@ TEST_F(HelperServiceTest, WithoutASystemBusEveryMessageFails) {
   connection->getVersion(reply(), failed());
   connection.reset();
   EXPECT_THAT(answers, ElementsAre("failed", "failed"));
-  ASSERT_FALSE(g_main_context_iteration(nullptr, FALSE) && answers.size() > 2);
+  while (g_main_context_iteration(nullptr, FALSE) == TRUE) {
+  }
+  EXPECT_EQ(answers.size(), 2U) << "failed twice";
 }
 
 }  // namespace

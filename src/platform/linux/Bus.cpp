@@ -126,8 +126,8 @@ void Bus::setDisconnectedHandler(std::function<void()> handler) {
   *source_->disconnected = std::move(handler);
 }
 
-BusSlot Bus::match(const std::string& rule, std::function<void(sd_bus_message*)> handler) const {
-  using Handler = std::function<void(sd_bus_message*)>;
+template <typename AddMatch>
+BusSlot Bus::slotOf(Handler handler, const AddMatch& addMatch) {
   const sd_bus_message_handler_t call = [](sd_bus_message* message, void* userdata, sd_bus_error*) {
     try {
       (*static_cast<Handler*>(userdata))(message);
@@ -138,11 +138,23 @@ BusSlot Bus::match(const std::string& rule, std::function<void(sd_bus_message*)>
   };
   auto owned = std::make_unique<Handler>(std::move(handler));
   sd_bus_slot* slot = nullptr;
-  checked(sd_bus_add_match(bus_.get(), &slot, rule.c_str(), call, owned.get()), "add a match");
+  checked(addMatch(&slot, call, owned.get()), "add a match");
   // From here on the slot owns its handler.
   sd_bus_slot_set_userdata(slot, owned.release());
   sd_bus_slot_set_destroy_callback(slot, [](void* userdata) { delete static_cast<Handler*>(userdata); });
   return BusSlot(slot);
+}
+
+BusSlot Bus::match(const std::string& rule, Handler handler) const {
+  return slotOf(std::move(handler), [&](sd_bus_slot** slot, sd_bus_message_handler_t call, void* userdata) {
+    return sd_bus_add_match(bus_.get(), slot, rule.c_str(), call, userdata);
+  });
+}
+
+BusSlot Bus::matchSoon(const std::string& rule, Handler handler) const {
+  return slotOf(std::move(handler), [&](sd_bus_slot** slot, sd_bus_message_handler_t call, void* userdata) {
+    return sd_bus_add_match_async(bus_.get(), slot, rule.c_str(), call, nullptr, userdata);
+  });
 }
 
 }  // namespace quorlin

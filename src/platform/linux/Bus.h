@@ -58,7 +58,16 @@ class Bus {
   /// of the handler ends with a line on the error stream.
   [[nodiscard]] BusSlot match(const std::string& rule, std::function<void(sd_bus_message*)> handler) const;
 
+  /// The same without waiting for the bus; one that refuses the rule is disconnected.
+  [[nodiscard]] BusSlot matchSoon(const std::string& rule,
+                                  std::function<void(sd_bus_message*)> handler) const;
+
  private:
+  using Handler = std::function<void(sd_bus_message*)>;
+
+  template <typename AddMatch>
+  static BusSlot slotOf(Handler handler, const AddMatch& addMatch);
+
   struct Close {
     void operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
   };

@@ -30,7 +30,7 @@ class BusConnection final : public HelperToolConnection {
     try {
       bus_.emplace(Bus::openSystem());
       bus_->setDisconnectedHandler([this] { invalidate(); });
-      helperLeaves_ = bus_->match(
+      helperLeaves_ = bus_->matchSoon(
           "type='signal',sender='org.freedesktop.DBus',path='/org/freedesktop/DBus',"
           "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg2='',arg0='" +
               serviceName_ + "'",
