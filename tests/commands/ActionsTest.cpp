@@ -17,6 +17,7 @@ TEST(Urls, AreTakenFromTheDayTheAgentRegistersForThem) {
   machine.delegate.applicationWillFinishLaunching();
   EXPECT_EQ(machine.workspace.urlHandler, "brellwick.QuorlinSensors.quorlinio brellwick.QuorlinSensors");
   machine.launchAndForget();
+  machine.system.name = "renamed";  // whose key counts from now on
   machine.application.urlHandler(urlFor(machine, "terminateapp/41"));
   machine.application.urlHandler(urlFor(machine, "forceterminateapp/42"));
   machine.application.urlHandler("brellwick.QuorlinSensors.quorlinio://00000000/forceterminateapp/43");
@@ -73,6 +74,7 @@ TEST(TheBatteryLimit, IsStoredAndSampledWithWithinItsBounds) {
     EXPECT_EQ(machine.helper.texts(), expected);
     EXPECT_EQ(machine.center.posted.empty(), !with.stored);
 
+    EXPECT_TRUE(machine.defaults.boolean("powerLimitEnabled")) << "noted before the helper has answered";
     machine.helper.answerAll(std::nullopt);
     EXPECT_EQ(machine.defaults.boolean("powerLimitEnabled"), !with.released);
     EXPECT_EQ(machine.log.lines,

@@ -16,7 +16,7 @@ TEST(UrlCommand, IsReadFromTheTextOfAUrl) {
   };
   const std::vector<Case> cases = {
       {"/terminateapp/123", TerminateApp{123}},
-      {"/terminateapp/ \t+123abc", TerminateApp{123}},
+      {"/terminateapp/ \t\n\v\f\r+123abc", TerminateApp{123}},
       {"/terminateapp/99999999999", TerminateApp{std::numeric_limits<std::int32_t>::max()}},
       {"/terminateapp/-5", std::nullopt},
       {"/terminateapp/0", std::nullopt},
@@ -44,6 +44,7 @@ TEST(UrlCommand, IsReadFromTheTextOfAUrl) {
       {"/batterylimit/-1", SetBatteryLimit{-1}},
       {"/batterylimit/80%", SetBatteryLimit{80}},
       {"/batterylimit/none", SetBatteryLimit{0}},
+      {"/batterylimit/+-5", SetBatteryLimit{0}},
       {"/batterylimit/99999999999999999999", SetBatteryLimit{std::numeric_limits<std::int64_t>::max()}},
       {"/batterylimit/-99999999999999999999", SetBatteryLimit{std::numeric_limits<std::int64_t>::min()}},
       {"/batterylimit/-9223372036854775808", SetBatteryLimit{std::numeric_limits<std::int64_t>::min()}},

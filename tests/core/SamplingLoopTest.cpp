@@ -152,10 +152,11 @@ TEST(SamplingLoop, WithEverythingOffATickDoesNothing) {
   EXPECT_THAT(machine.center.posted, IsEmpty());
 }
 
-/// A machine that holds its charge at 80 percent, with the core alone on and the main application running.
+/// A machine that holds its charge at 80 percent, with the core (else the sensors) alone on and the main
+/// application running.
 struct Laptop : FakeMachine {
-  explicit Laptop(std::int64_t limit = 80, bool holding = false) {
-    defaults.integers = {{"coreAutostart", 1}, {"batterylimit", limit}};
+  explicit Laptop(std::int64_t limit = 80, bool holding = false, bool core = true) {
+    defaults.integers = {{core ? "coreAutostart" : "autostart", 1}, {"batterylimit", limit}};
     power.setBattery(50, true, true);
     launchAndForget();
     delegate.setPowerLimitEnabled(holding);
@@ -213,6 +214,7 @@ TEST(PowerWork, HoldsAtTheLimitAndReleasesBelowItWhateverTheHelperAnswers) {
   Laptop machine;
   machine.power.setBattery(80, true, true);
   EXPECT_THAT(machine.tick(), ElementsAre("hold"));
+  EXPECT_FALSE(machine.delegate.powerLimitEnabled()) << "noted before the helper has answered";
   machine.helper.answerAll(std::nullopt);
   EXPECT_TRUE(machine.delegate.powerLimitEnabled());
   EXPECT_TRUE(machine.defaults.boolean("powerLimitEnabled"));
@@ -225,24 +227,30 @@ TEST(PowerWork, HoldsAtTheLimitAndReleasesBelowItWhateverTheHelperAnswers) {
   EXPECT_FALSE(machine.defaults.boolean("powerLimitEnabled"));
 }
 
+TEST(PowerWork, AHoldIsReleasedOnceTheBatteryIsInUse) {
+  Laptop machine(80, true);
+  machine.power.setBattery(85, false, false);
+  EXPECT_THAT(machine.tick(), ElementsAre("release"));
+  EXPECT_THAT(machine.helper.texts(),
+              ElementsAre(testing::StartsWith("charge"), testing::StartsWith("metrics")));
+}
+
 TEST(PowerWork, WithoutConsumersAHoldIsReleasedAndTheReplyLogged) {
   Laptop machine(80, true);
   machine.processes.processes.clear();
   EXPECT_THAT(machine.tick(), ElementsAre("release"));
+  EXPECT_TRUE(machine.delegate.powerLimitEnabled()) << "noted before the helper has answered";
   machine.helper.answerAll("resumed");
   EXPECT_THAT(machine.log.lines, ElementsAre("resumed"));
   EXPECT_THAT(machine.tick(), IsEmpty());
 }
 
 TEST(PowerWork, IsNotDoneOnAnOlderSystemOrWithoutTheCore) {
-  for (const bool older : {true, false}) {
-    Laptop machine(80, true);
-    if (older) {
-      machine.system.systemVersion = {.major = 12, .minor = 7};
-    } else {
-      machine.delegate.getHelperVersion([](const auto&) {});
-      machine.system.powerWork = false;
-    }
+  for (const std::string_view lacking : {"version", "processor", "core"}) {
+    SCOPED_TRACE(lacking);
+    Laptop machine(80, true, lacking != "core");
+    if (lacking == "version") machine.system.systemVersion = {.major = 12, .minor = 7};
+    machine.system.powerWork = lacking != "processor";
     EXPECT_THAT(machine.tick(), IsEmpty());
     machine.processes.processes.clear();
     EXPECT_THAT(machine.tick(), IsEmpty());

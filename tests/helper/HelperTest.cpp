@@ -32,14 +32,28 @@ TEST(InstallingTheHelper, SaysHowItWentAndHandsOnWhatTheLaunchWasGiven) {
   }
 }
 
-TEST(UninstallingTheHelper, SendsTheKeyOfTheMomentAndWaitsForNothing) {
-  FakeMachine machine;
-  machine.launchAndForget();
-  machine.system.name = "renamed";
-  machine.delegate.uninstallHelper();
-  EXPECT_THAT(machine.helper.texts(), ElementsAre("uninstall " + *machine.delegate.getKey()));
-  machine.helper.answerAll(std::nullopt);
-  EXPECT_THAT(machine.log.lines, testing::IsEmpty());
+TEST(CallsOfTheHelper, SendTheKeyOfTheMomentAndUninstallingWaitsForNothing) {
+  struct Case {
+    void (*call)(AppDelegate&);
+    std::string beforeTheKey;
+    std::string afterTheKey;
+  };
+  for (const std::optional<std::string>& name : {std::optional<std::string>("renamed"), {}}) {
+    for (const Case& with : {Case{[](AppDelegate& agent) { agent.limitCharge([](const auto&) {}, true); },
+                                  "charge ", " release"},
+                             Case{[](AppDelegate& agent) { agent.getStatisticsData([](const auto&) {}); },
+                                  "metrics ", " --samplers cpu_power,gpu_power,ane_power,thermal -i 1000"},
+                             Case{[](AppDelegate& agent) { agent.uninstallHelper(); }, "uninstall ", ""}}) {
+      FakeMachine machine;
+      machine.launchAndForget();
+      machine.system.name = name;
+      with.call(machine.delegate);
+      const std::string key = machine.delegate.getKey().value_or("");
+      EXPECT_THAT(machine.helper.texts(), ElementsAre(with.beforeTheKey + key + with.afterTheKey));
+      machine.helper.answerAll(std::nullopt);
+      EXPECT_THAT(machine.log.lines, testing::IsEmpty());
+    }
+  }
 }
 
 }  // namespace

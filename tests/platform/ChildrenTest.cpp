@@ -3,13 +3,18 @@
 #include "fakes/TemporaryFolder.h"
 #include "platform/linux/DispatchQueue.h"
 #include "platform/linux/HelperInstaller.h"
+#include "platform/linux/JobBlessing.h"
 #include "platform/linux/Task.h"
 #include "platform/linux/WorkflowEngine.h"
+#include "platform/posix/FileDescriptor.h"
 
 #include <atomic>
+#include <csignal>
+#include <cstring>
 #include <sstream>
 #include <thread>
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -19,21 +24,32 @@ namespace {
 
 using testing::HasSubstr;
 
-bool hasChildren() { return waitpid(-1, nullptr, WNOHANG) >= 0; }
+/// Also those that have ended and wait to be taken note of.
+bool hasChildren() {
+  siginfo_t child{};
+  return waitid(P_ALL, 0, &child, WEXITED | WNOHANG | WNOWAIT) == 0;
+}
 
 TEST(LaunchedTasks, RunWithoutInputInASessionOfTheirOwnAndAreReaped) {
   const TemporaryFolder folder;
-  const std::filesystem::path output = folder.path() / "output";
-  const std::string command =
-      "cat; ps -o sid= -p $$ > " + output.string() + "; echo $$ >> " + output.string();
+  // What this process has and its child is not to inherit: an input, an open file, an ignored signal.
+  const FileDescriptor input(open(folder.write("input", "not for the child\n").c_str(), O_RDONLY));
+  dup2(input.get(), STDIN_FILENO);
+  const auto before = std::signal(SIGPIPE, SIG_IGN);
+  const std::string command = "exec > " + (folder.path() / "output").string() +
+                              "; cat; ps -o sid= -p $$; echo $$; test -e /proc/$$/fd/" +
+                              std::to_string(input.get()) + " && echo open; kill -PIPE $$; echo alive";
   ASSERT_TRUE(LinuxTaskLauncher().launch("/bin/sh", {"-c", command}));
   ASSERT_TRUE(runUntil([] { return !hasChildren(); }));
+  std::signal(SIGPIPE, before);
   std::istringstream lines(folder.read("output"));
   int session = 0;
   int process = 0;
   lines >> session >> process;
   EXPECT_GT(process, 0);
   EXPECT_EQ(session, process);
+  std::string more;
+  EXPECT_FALSE(lines >> more) << more;
 }
 
 TEST(LaunchedTasks, ThatCannotStartLeaveNothingBehind) {
@@ -43,6 +59,7 @@ TEST(LaunchedTasks, ThatCannotStartLeaveNothingBehind) {
     EXPECT_FALSE(LinuxTaskLauncher().launch(path, {})) << path;
   }
   EXPECT_FALSE(LinuxTaskLauncher().launch("/bin/sh", {"-c", std::string("true\0; true", 11)}));
+  EXPECT_FALSE(LinuxTaskLauncher().launch(std::string("/bin/sh\0", 8), {"-c", "true"}));
   EXPECT_FALSE(LinuxTaskLauncher().launch("/bin/sh", {"-c", std::string(2'000'000, ' ')}));
   EXPECT_FALSE(hasChildren());
 }
@@ -95,14 +112,19 @@ TEST(WorkflowEngine, RunsAFileOnceAndWaitsForItAndSaysWhatItCannotRun) {
   const TemporaryFolder folder;
   FakeLog log;
   LinuxWorkflowEngine engine(log);
-  const std::filesystem::path script =
-      folder.write("work", "#!/bin/sh\ntest -t 0 || read -r x\necho \"$0$x\" >> \"$0.done\"\nexit 3\n");
+  const std::filesystem::path script = folder.write("work",
+                                                    "#!/bin/sh\ntest $(ps -o sid= -p $$) = $$ && echo \"in a "
+                                                    "session of its own in $PWD\" >> \"$0.done\"\nexit 3\n");
   chmod(script.c_str(), S_IRWXU);
-  engine.runWorkflow(script);
-  EXPECT_EQ(folder.read("work.done"), script.string() + "\n");
-  folder.write("it.desktop", "[Desktop Entry]\nType=Application\nExec=" + script.string() + "\n");
+  const std::filesystem::path before = std::filesystem::current_path();
+  std::filesystem::current_path(folder.path());
+  engine.runWorkflow("work");
+  std::filesystem::current_path(before);
+  const std::string done = "in a session of its own in " + folder.path().string() + "\n";
+  EXPECT_EQ(folder.read("work.done"), done);
+  folder.write("it.desktop", "[Desktop Entry]\nType=Application\nPath=/\nExec=" + script.string() + "\n");
   engine.runWorkflow(folder.path() / "it.desktop");
-  EXPECT_EQ(folder.read("work.done"), script.string() + "\n" + script.string() + "\n");
+  EXPECT_EQ(folder.read("work.done"), done + "in a session of its own in /\n");
   EXPECT_THAT(log.lines, testing::IsEmpty());
 
   const std::string plain = folder.write("plain", "text").string();
@@ -112,6 +134,7 @@ TEST(WorkflowEngine, RunsAFileOnceAndWaitsForItAndSaysWhatItCannotRun) {
     engine.runWorkflow(path);
     ASSERT_EQ(log.lines.size(), 1U) << path;
     EXPECT_THAT(log.lines[0], HasSubstr("the workflow " + path + " cannot be run: "));
+    EXPECT_THAT(log.lines[0], testing::Not(HasSubstr(std::strerror(0))));
   }
 }
 
@@ -136,6 +159,7 @@ TEST(HelperInstaller, RunsTheHelperAsItsOwnInstallerThroughPkexec) {
   EXPECT_EQ(runHelperInstaller(helper, false), 127) << "without pkexec";
   setenv("PATH", path.c_str(), 1);
   EXPECT_EQ(bundledHelper(folder.path()), std::filesystem::path());
+  EXPECT_FALSE(LinuxJobBlessing().bless("", nullptr)) << "there is none beside this program";
 }
 
 }  // namespace

@@ -22,8 +22,10 @@ constexpr const char* kName = "com.brellwick.Quorlin-Core-Helper";
 class OtherEnd {
  public:
   OtherEnd() {
-    static const std::array<sd_bus_vtable, 5> table = {
+    static const std::array<sd_bus_vtable, 7> table = {
         {SD_BUS_VTABLE_START(0),
+         SD_BUS_METHOD("ConnectWithEndpoint", nullptr, "s", patience, SD_BUS_VTABLE_UNPRIVILEGED),
+         SD_BUS_METHOD("UninstallHelper", "s", "s", patience, SD_BUS_VTABLE_UNPRIVILEGED),
          SD_BUS_METHOD("GetVersion", nullptr, "s", version, SD_BUS_VTABLE_UNPRIVILEGED),
          SD_BUS_METHOD("GetCoreMetrics", "sas", "s", metrics, SD_BUS_VTABLE_UNPRIVILEGED),
          SD_BUS_METHOD("LimitCharge", "sb", "s", charge, SD_BUS_VTABLE_UNPRIVILEGED), SD_BUS_VTABLE_END}};
@@ -37,6 +39,12 @@ class OtherEnd {
  private:
   static int version(sd_bus_message* message, void* /*self*/, sd_bus_error* /*error*/) {
     return sd_bus_reply_method_return(message, "s", "1.2.3");
+  }
+
+  /// Whether a person may be asked for a password meanwhile.
+  static int patience(sd_bus_message* message, void* /*self*/, sd_bus_error* /*error*/) {
+    const bool interactive = sd_bus_message_get_allow_interactive_authorization(message) > 0;
+    return sd_bus_reply_method_return(message, "s", interactive ? "interactive" : "alone");
   }
 
   static int metrics(sd_bus_message* message, void* /*self*/, sd_bus_error* /*error*/) {
@@ -96,9 +104,11 @@ TEST_F(HelperServiceTest, CarriesArgumentsAndAnswers) {
   const OtherEnd helper;
   connection->getVersion(reply(), failed());
   connection->getCoreMetrics("0123abcd", {"--samplers", "", "ä"}, reply(), failed());
+  connection->connectWithEndpoint(reply(), failed());
+  connection->uninstallHelper("0123abcd", reply(), failed());
   EXPECT_THAT(answers, IsEmpty()) << "answered before the call returned";
-  ASSERT_TRUE(waitForAnswers(2));
-  EXPECT_THAT(answers, ElementsAre("1.2.3", "0123abcd --samplers  ä"));
+  ASSERT_TRUE(waitForAnswers(4));
+  EXPECT_THAT(answers, ElementsAre("1.2.3", "0123abcd --samplers  ä", "alone", "interactive"));
   EXPECT_EQ(invalidations, 0);
 }
 
@@ -138,6 +148,18 @@ TEST_F(HelperServiceTest, AHelperThatLeavesFailsWhatIsOpenAndTheConnection) {
   connection->getVersion(reply(), failed());
   ASSERT_TRUE(waitForAnswers(3));
   EXPECT_EQ(answers.back(), "1.2.3");
+}
+
+TEST_F(HelperServiceTest, AConnectionThatWaitsForNothingEndsWithTheHelperAndWithTheBus) {
+  for (const bool bus : {false, true}) {
+    std::optional<OtherEnd> helper(std::in_place);
+    connect();
+    answers.clear();
+    connection->getVersion(reply(), failed());
+    ASSERT_TRUE(waitForAnswers(1));
+    bus ? daemon.stop() : helper->leave();
+    ASSERT_TRUE(runUntil([&] { return invalidations == (bus ? 2 : 1); }));
+  }
 }
 
 TEST_F(HelperServiceTest, ADestroyedConnectionFailsWhatIsOpen) {

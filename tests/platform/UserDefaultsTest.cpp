@@ -61,11 +61,12 @@ TEST_F(UserDefaultsTest, ReadsWhatAPersonWrote) {
 TEST_F(UserDefaultsTest, AChangeKeepsWhatWasWrittenMeanwhile) {
   KeyFileUserDefaults defaults = open();
   defaults.setInteger("autostart", 1);
-  folder_.write("quorlin-sensors/settings.conf", "# mine\n[Settings]\nautostart=0\nother=5\n[Window]\nx=1\n");
+  folder_.write("quorlin-sensors/settings.conf",
+                "# mine\n[Settings]\nautostart=0\nother=5\n[Window]\nx=1\nx[de]=2\n");
   defaults.setInteger("batterylimit", 80);
   EXPECT_THAT(folder_.read("quorlin-sensors/settings.conf"),
               AllOf(HasSubstr("# mine"), HasSubstr("autostart=0"), HasSubstr("other=5"),
-                    HasSubstr("batterylimit=80"), HasSubstr("[Window]\nx=1")));
+                    HasSubstr("batterylimit=80"), HasSubstr("[Window]\nx=1\nx[de]=2")));
 }
 
 TEST_F(UserDefaultsTest, AMalformedFileIsKeptAsideBeforeItIsReplaced) {

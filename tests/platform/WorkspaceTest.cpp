@@ -24,6 +24,9 @@ class WorkspaceTest : public testing::Test {
     static const TemporaryFolder data;
     data.write("applications/org.example.Viewer.desktop", "[Desktop Entry]\n");
     setenv("XDG_DATA_DIRS", data.path().c_str(), 1);
+    static const TemporaryFolder own;
+    own.write("applications/org.example.Own.desktop", "[Desktop Entry]\n");
+    setenv("XDG_DATA_HOME", own.path().c_str(), 1);
   }
 
   ~WorkspaceTest() override {
@@ -98,7 +101,7 @@ TEST_F(WorkspaceTest, ReachesTheOwnersOfApplicationNamesAndOfNoOthers) {
     bool reached;
   };
   for (const Case& with : {Case{"org.example.Service", false}, Case{"org.example.Viewer", true},
-                           Case{"brellwick.Quorlin", true}}) {
+                           Case{"org.example.Own", true}, Case{"brellwick.Quorlin", true}}) {
     SCOPED_TRACE(with.name);
     terminations = 0;
     const Bus owner = Bus::openSession();
@@ -132,9 +135,16 @@ TEST(DefaultUrlHandler, StandsFirstForBothSpellingsAndLeavesTheRest) {
     const TemporaryFolder folder;
     FakeLog log;
     const std::filesystem::path file = folder.path() / "mimeapps.list";
-    if (!with.before.empty()) folder.write("mimeapps.list", with.before);
+    const std::filesystem::path former = folder.path() / "former";
+    if (!with.before.empty()) {
+      std::filesystem::create_hard_link(folder.write("dotfiles/list", with.before), former);
+      std::filesystem::create_symlink("dotfiles/list", file);
+    }
     setDefaultUrlHandler(file, "A.Scheme", "me", log);
     EXPECT_EQ(folder.read("mimeapps.list"), with.after) << with.what;
+    EXPECT_EQ(std::filesystem::is_symlink(file), !with.before.empty()) << "the link replaced";
+    const bool untouched = !with.before.empty() && std::filesystem::equivalent(file, former);
+    EXPECT_EQ(untouched, with.after == with.before);
     EXPECT_THAT(log.lines, IsEmpty());
   }
 }
@@ -147,6 +157,8 @@ TEST(DefaultUrlHandler, IsNotWrittenOverAFileThatCannotBeRead) {
   EXPECT_EQ(folder.read("mimeapps.list"), "no group\n");
   ASSERT_EQ(log.lines.size(), 1U);
   EXPECT_THAT(log.lines[0], testing::HasSubstr(file.string()));
+  setDefaultUrlHandler(file / "a file is no folder", "scheme", "me", log);
+  EXPECT_EQ(log.lines.size(), 2U);
 }
 
 }  // namespace

@@ -54,6 +54,7 @@ class Polkit:
         self.answer = "allow"
         self._helper = None
         self.asked = []  # (kind of subject, its details, action, flags)
+        self.questions = []  # the names by which they can be taken back
         self.cancelled = []
         self.waiting = []
         self._context = GLib.MainContext.new()
@@ -74,7 +75,7 @@ class Polkit:
                            GLib.Variant("(su)", ("org.freedesktop.PolicyKit1", 0)), None, 0, -1, None)
         ready.set()
         self._loop.run()
-        self.bus.close_sync(None)
+        close(self.bus)
         self._context.pop_thread_default()
 
     def _helper_changed(self, bus, _sender, _path, _interface, _signal, parameters):
@@ -92,7 +93,8 @@ class Polkit:
             self.cancelled.append(parameters.unpack()[0])
             invocation.return_value(None)
             return
-        (kind, details), action, _details, flags, _cancellation = parameters.unpack()
+        (kind, details), action, _details, flags, question = parameters.unpack()
+        self.questions.append(question)
         self.asked.append((kind, details, action.rsplit(".", 1)[1], flags))
         if self.answer == "wait":
             self.waiting.append(invocation)
@@ -130,6 +132,11 @@ def _process_of(bus, name):
         return None
 
 
+def close(bus):
+    if not bus.is_closed():
+        bus.close_sync(None)
+
+
 class Client:
     """A connection to the bus that calls the helper."""
 
@@ -159,8 +166,7 @@ class Client:
         return answer[0]
 
     def leave(self):
-        if not self.bus.is_closed():
-            self.bus.close_sync(None)
+        close(self.bus)
 
 
 class Error(str):
@@ -186,7 +192,7 @@ class SystemBus:
         machine.expand(FIXTURES / "machines" / f"{machine_name}.machine", self.tree)
         self.environment = {**os.environ, "QUORLIN_SYSFS_ROOT": str(self.tree / "sys"),
                             "QUORLIN_STATE_FOLDER": str(self.state), "QUORLIN_INSTALL_ROOT": str(self.root),
-                            "QUORLIN_IDLE_MS": "600000", "QUORLIN_PATIENCE_MS": str(PATIENCE * 1000),
+                            "QUORLIN_IDLE_MS": "600000", "QUORLIN_PATIENCE_MS": "600000",
                             "LC_ALL": "C.UTF-8"}
         self.address = f"unix:path={self.folder}/socket"
         self.environment["DBUS_SYSTEM_BUS_ADDRESS"] = self.address
@@ -257,7 +263,7 @@ class SystemBus:
         return {str(path): path.read_bytes() for path in files}
 
     def end(self):
-        process = self.process() if self.daemon else None
+        process = self.process() if self.daemon and self.daemon.poll() is None else None
         if process:
             os.kill(process, signal.SIGKILL)
         if self.polkit:
