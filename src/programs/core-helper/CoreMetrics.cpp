@@ -57,11 +57,6 @@ void addProcessor(std::string& text, const std::vector<ZonePower>& zones) {
   const std::optional<double> cores = sumOf(zones, "core");
   const std::optional<double> packages = sumOf(zones, kPackage);
   addPower(text, "CPU", cores ? cores : packages);
-  if (!cores && !packages) {
-    text.append("CPU Power: unavailable (")
-        .append(zones.empty() ? "no RAPL energy counters" : "the RAPL energy counters cannot be read")
-        .append(")\n");
-  }
   addPower(text, "Package", packages);
   const auto isPackage = [](const ZonePower& zone) { return zone.name.starts_with(kPackage); };
   if (std::ranges::count_if(zones, isPackage) > 1) {
@@ -96,8 +91,6 @@ void addThermal(std::string& text, const PowerCounters& before, const PowerCount
     text += "Thermal Throttling: " + std::to_string(*throttling.events) +
             (*throttling.events == 1 ? " event\n" : " events\n");
   }
-  if (!throttling.share && !throttling.events)
-    text += "Thermal Pressure: unavailable (no throttling counters)\n";
 }
 
 }  // namespace

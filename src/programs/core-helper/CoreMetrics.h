@@ -22,7 +22,8 @@ struct PowerCounters {
 
 PowerCounters readPowerCounters(const std::filesystem::path& sysfsRoot, const MetricsRequest& request);
 
-/// One "Name: value unit" a line for what was asked and is there, each with its line end.
+/// One "Name: value unit" a line for what was asked and is there, each with its line end; empty when nothing
+/// is.
 std::string metricsText(const PowerCounters& before, const PowerCounters& after,
                         const MetricsRequest& request);
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <string_view>
 #include <utility>
 
@@ -23,13 +24,19 @@ bool isAwake(const std::filesystem::path& chip) {
 
 std::vector<EnergyCounter> readProcessorEnergy(const std::filesystem::path& sysfsRoot) {
   const std::filesystem::path folder = sysfsRoot / "class/powercap";
+  const std::string processor = readText((sysfsRoot / "devices/system/cpu/modalias").string()).value_or("");
+  const bool isIntel = processor.find("ven0000") != std::string::npos;
   std::vector<EnergyCounter> counters;
   for (std::string& id : namesIn(folder.string())) {
     // "intel-rapl-mmio:0" counts the same energy once more.
     if (!id.starts_with("intel-rapl:")) continue;
     const std::filesystem::path zone = folder / id;
+    std::string name = readText((zone / "name").string()).value_or("");
+    // AMD's register counts the core on which it is read (MSR_AMD_CORE_ENERGY_STATUS), and the kernel reads
+    // it on one of the package.
+    if (name == "core" && !isIntel) continue;
     counters.push_back({.id = std::move(id),
-                        .name = readText((zone / "name").string()).value_or(""),
+                        .name = std::move(name),
                         .microjoules = readCounter(zone / "energy_uj"),
                         .range = readCounter(zone / "max_energy_range_uj").value_or(0)});
   }
@@ -40,10 +47,15 @@ std::vector<GraphicsCounter> readGraphicsEnergy(const std::filesystem::path& sys
   constexpr std::array<std::string_view, 4> drivers = {"amdgpu", "i915", "nouveau", "xe"};
   const std::filesystem::path folder = sysfsRoot / "class/hwmon";
   std::vector<GraphicsCounter> counters;
+  std::map<std::string, int> chipsOf;
   for (std::string& id : namesIn(folder.string())) {
     const std::filesystem::path chip = folder / id;
     std::string name = readText((chip / "name").string()).value_or("");
-    if (std::ranges::find(drivers, name) == drivers.end() || !isAwake(chip)) continue;
+    if (std::ranges::find(drivers, name) == drivers.end()) continue;
+    // Those that sleep count too: the others keep their names.
+    const int number = ++chipsOf[name];
+    if (!isAwake(chip)) continue;
+    if (number > 1) name += ' ' + std::to_string(number);
     // Units: Documentation/hwmon/sysfs-interface.rst.
     std::optional<std::uint64_t> power = readCounter(chip / "power1_average");
     if (!power) power = readCounter(chip / "power1_input");

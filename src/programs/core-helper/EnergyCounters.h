@@ -13,7 +13,8 @@ namespace quorlin {
 struct EnergyCounter {
   /// The name of its folder, the same as long as the machine runs.
   std::string id;
-  /// What it counts for: package-0, core, uncore, dram, psys, or the name of a chip.
+  /// What it counts for: package-0, core, uncore, dram, psys, or the name of a chip's driver, numbered
+  /// from its second chip on.
   std::string name;
   /// Nothing when it could not be read.
   std::optional<std::uint64_t> microjoules;
@@ -27,8 +28,8 @@ struct GraphicsCounter {
   std::optional<std::uint64_t> microwatts;
 };
 
-/// The zones of the running average power limit, RAPL (Documentation/power/powercap/powercap.rst). Intel's
-/// and AMD's processors have them under the same names.
+/// The zones of the running average power limit, RAPL (Documentation/power/powercap/powercap.rst). AMD's
+/// processors have them under Intel's names; theirs of the cores are left out, since they count one core.
 std::vector<EnergyCounter> readProcessorEnergy(const std::filesystem::path& sysfsRoot);
 
 /// The graphics chips that are awake.
