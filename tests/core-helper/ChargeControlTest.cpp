@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <tuple>
-#include <utility>
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>
@@ -21,30 +20,42 @@ using testing::IsEmpty;
 const std::string kEnd = "BAT0/charge_control_end_threshold";
 const std::string kStart = "BAT0/charge_control_start_threshold";
 const std::string kBehaviour = "BAT0/charge_behaviour";
+const std::string kTypes = "BAT0/charge_types";
 
 class ChargeControlTest : public testing::Test {
  protected:
-  void addBattery(const std::string& name, const std::map<std::string, std::string>& attributes) {
-    driver_.set(name + "/type", "Battery");
-    for (const auto& [attribute, value] : attributes) driver_.set(name + "/" + attribute, value);
+  void addBattery(const std::string& name, const char* capacity, const char* end, const char* start) {
+    for (const auto& [attribute, value] : {std::pair("type", "Battery"),
+                                           {"capacity", capacity},
+                                           {"charge_control_end_threshold", end},
+                                           {"charge_control_start_threshold", start}})
+      driver_.set(name + "/" + attribute, value);
   }
 
-  void addThresholds(const std::string& name, const std::string& capacity, const std::string& start) {
-    addBattery(name, {{"capacity", capacity},
-                      {"charge_control_end_threshold", "100"},
-                      {"charge_control_start_threshold", start}});
-  }
-
-  /// Changes the word in brackets, as the kernel shows a choice.
-  void addBehaviour(const std::string& name, const std::string& chosen = "auto") {
-    const auto show = [](const std::string& value) {
-      std::string text = " auto inhibit-charge force-discharge";
-      return text.replace(text.find(" " + value), value.size() + 1, " [" + value + "]").substr(1);
-    };
-    addBattery(name, {{"charge_behaviour", show(chosen)}});
-    driver_.stores[name + "/charge_behaviour"] = [this, name, show](const std::string& value) {
-      driver_.set(name + "/charge_behaviour", show(value));
+  /// Has a word in brackets, as the kernel shows a choice.
+  void addChoice(const std::string& attribute, const std::string& words, const std::string& chosen) {
+    const auto choose = [=, this](const std::string& word) {
+      std::string text = " " + words + " ";
+      const std::size_t place = text.find(" " + word + " ");
+      if (place == std::string::npos) return EINVAL;
+      driver_.set(attribute, text.replace(place, word.size() + 1, " [" + word + "]").substr(1));
       return 0;
+    };
+    choose(chosen);
+    driver_.stores[attribute] = choose;
+  }
+
+  void addBehaviour(const std::string& name, const std::string& chosen = "auto") {
+    driver_.set(name + "/type", "Battery");
+    addChoice(name + "/charge_behaviour", "auto inhibit-charge force-discharge", chosen);
+  }
+
+  /// What the firmware keeps of a percentage, or the negative error with which it fails.
+  void onStore(const std::string& attribute, const std::function<int(int wanted)>& kept) {
+    driver_.stores[attribute] = [=, this](const std::string& value) {
+      const int percent = kept(std::stoi(value));
+      if (percent >= 0) driver_.set(attribute, std::to_string(percent));
+      return percent < 0 ? -percent : 0;
     };
   }
 
@@ -52,6 +63,7 @@ class ChargeControlTest : public testing::Test {
     const std::string text = folder_.read("sys/class/power_supply/" + attribute);
     return text.substr(0, text.find('\n'));
   }
+  std::string thresholds() const { return read(kEnd) + " " + read(kStart); }
 
   /// A new one each time: what is held is known from the file alone.
   ChargeControl control() const { return {root_ / "sys", state_}; }
@@ -64,28 +76,27 @@ class ChargeControlTest : public testing::Test {
 };
 
 TEST_F(ChargeControlTest, HoldsAtTheChargeAndPutsBackWhatItFound) {
-  addThresholds("BAT0", "63", "95");
+  addBattery("BAT0", "63", "100", "95");
   std::vector<std::string> writtenDownBefore;
   for (const std::string& attribute : {kEnd, kStart}) {
-    driver_.stores[attribute] = [this, attribute, &writtenDownBefore](const std::string& value) {
+    onStore(attribute, [&](int percent) {
       writtenDownBefore.push_back(held());
-      driver_.set(attribute, value);
-      return 0;
-    };
+      return percent;
+    });
   }
-  EXPECT_FALSE(control().hasHeld());
   const ChargeOutcome outcome = control().hold();
   EXPECT_TRUE(outcome.holding);
   EXPECT_EQ(outcome.text, "BAT0: charging is held at 63 % (charge_control_end_threshold)");
   EXPECT_THAT(driver_.writes, ElementsAre(kStart + " 58", kEnd + " 63"));
   const std::string lines = "BAT0 charge_control_end_threshold 100\nBAT0 charge_control_start_threshold 95\n";
   EXPECT_THAT(writtenDownBefore, ElementsAre(lines, lines));
+  EXPECT_EQ(held(), "BAT0 charge_control_end_threshold 100 63\nBAT0 charge_control_start_threshold 95 58\n");
   EXPECT_TRUE(control().hasHeld());
-  struct stat status {};
-  ASSERT_EQ(stat(state_.c_str(), &status), 0);
-  EXPECT_EQ(status.st_mode & 07777U, 0600U);
-  ASSERT_EQ(stat(state_.parent_path().c_str(), &status), 0);
-  EXPECT_EQ(status.st_mode & 07777U, 0700U);
+  for (const auto& [path, mode] : {std::pair(state_, 0600U), {state_.parent_path(), 0700U}}) {
+    struct stat status {};
+    ASSERT_EQ(stat(path.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, mode) << path;
+  }
 
   driver_.writes.clear();
   const ChargeOutcome released = control().release();
@@ -97,133 +108,175 @@ TEST_F(ChargeControlTest, HoldsAtTheChargeAndPutsBackWhatItFound) {
 }
 
 TEST_F(ChargeControlTest, InhibitsChargingWhereTheDriverOffersIt) {
-  addThresholds("BAT0", "63", "95");
+  addBattery("BAT0", "63", "100", "95");
   addBehaviour("BAT0", "force-discharge");
   const ChargeOutcome outcome = control().hold();
   EXPECT_TRUE(outcome.holding);
   EXPECT_EQ(outcome.text, "BAT0: charging is held (charge_behaviour inhibit-charge)");
   EXPECT_THAT(driver_.writes, ElementsAre(kBehaviour + " inhibit-charge"));
-  EXPECT_EQ(held(), "BAT0 charge_behaviour force-discharge\n");
   folder_.write("state/held-charge", held() + "another line\n");
   EXPECT_EQ(control().hold().text, outcome.text);
   EXPECT_EQ(driver_.writes.size(), 1U) << "it is held already";
-  EXPECT_THAT(held(), HasSubstr("another line")) << "nor is the file written again";
-
+  EXPECT_EQ(held(), "BAT0 charge_behaviour force-discharge inhibit-charge\nanother line\n")
+      << "nor is the file written again";
   EXPECT_EQ(control().release().text, "BAT0: charging as before");
-  EXPECT_EQ(read(kBehaviour), "auto inhibit-charge [force-discharge]");
+  EXPECT_EQ(read(kBehaviour), "auto inhibit-charge [force-discharge] ");
 }
 
-/// What a firmware makes of an end of charging.
-struct Firmware {
-  const char* what;
-  int capacity;
-  /// The end that it keeps, or the negative error with which it fails.
-  int (*end)(int wanted);
-  const char* text;
-  int endsAt;
-};
-
-TEST_F(ChargeControlTest, TellsWhatTheFirmwareMadeOfIt) {
-  const Firmware firmwares[] = {
-      {"knows steps", 85, [](int end) { return end == 80 || end == 100 ? end : -EINVAL; },
-       "charging is held at 80 % (charge_control_end_threshold)", 80},
-      {"knows no step below", 63, [](int end) { return end == 80 || end == 100 ? end : -EINVAL; },
-       "the firmware keeps charge_control_end_threshold at 100; 63 was asked for", 100},
-      {"rounds down", 63, [](int end) { return end / 10 * 10; },
-       "charging is held at 60 % (charge_control_end_threshold)", 60},
-      {"rounds up", 63, [](int end) { return (end + 4) / 5 * 5; },
-       "charging is held at 60 % (charge_control_end_threshold)", 60},
-      {"has a least end", 40, [](int end) { return std::max(end, 55); },
-       "the firmware keeps charge_control_end_threshold at 55; 40 was asked for", 100},
-      {"ignores it", 63, [](int) { return 100; },
-       "the firmware keeps charge_control_end_threshold at 100; 63 was asked for", 100},
-      {"means no threshold", 63, [](int end) { return end < 80 ? 0 : end; },
-       "the firmware keeps charge_control_end_threshold at 0; 63 was asked for", 100},
-      {"is read only", 63, [](int) { return -EROFS; },
-       "charge_control_end_threshold cannot be set to 63: Read-only file system", 100},
-      {"has gone", 63, [](int) { return -ENODEV; },
-       "charge_control_end_threshold cannot be set to 63: No such device", 100},
-      {"is empty", 0, [](int end) { return end; }, "charging is held at 1 % (charge_control_end_threshold)",
-       1},
-      {"is more than full", 104, [](int end) { return end; },
-       "charging is held at 100 % (charge_control_end_threshold)", 100},
+TEST_F(ChargeControlTest, TellsWhatTheFirmwareMadeOfItAndAsksItOnce) {
+  const struct {
+    const char* capacity;
+    int (*end)(int wanted);
+    const char* text;
+    const char* endsAt;
+    /// With what puts it back.
+    std::size_t writes;
+  } firmwares[] = {
+      {"85", [](int end) { return end % 20 == 0 ? end : -EINVAL; }, " held at 80 %", "80", 2},
+      {"63", [](int end) { return end % 20 == 0 ? end : -EIO; }, " held at 60 %", "60", 2},
+      {"63", [](int end) { return end / 10 * 10; }, " held at 60 %", "60", 1},
+      {"0", [](int end) { return end; }, " held at 1 %", "1", 1},
+      {"104", [](int end) { return end; }, " held at 100 %", "100", 0},
+      {"63", [](int end) { return end < 80 ? -EINVAL : end; }, " at 100; 63 was asked for", "100", 3},
+      {"40", [](int end) { return std::max(end, 55); }, " at 55; 40 was asked for", "100", 2},
+      {"63", [](int end) { return end < 80 ? 0 : end; }, " at 0; 63 was asked for", "100", 4},
+      {"63", [](int) { return -EIO; }, " cannot be set to 63: Input/output error", "100", 3},
+      {"63", [](int) { return -EROFS; }, " cannot be set to 63: Read-only file system", "100", 1},
   };
-  for (const Firmware& firmware : firmwares) {
-    SCOPED_TRACE(firmware.what);
-    addThresholds("BAT0", std::to_string(firmware.capacity), "0");
-    driver_.stores[kEnd] = [&](const std::string& value) {
-      const int end = firmware.end(std::stoi(value));
-      if (end >= 0) driver_.set(kEnd, std::to_string(end));
-      return end < 0 ? -end : 0;
-    };
-    const ChargeOutcome outcome = control().hold();
-    EXPECT_EQ(outcome.text, std::string("BAT0: ") + firmware.text);
-    EXPECT_EQ(read(kEnd), std::to_string(firmware.endsAt)) << "what does not hold is undone";
-    EXPECT_EQ(outcome.holding, outcome.text.find("is held") != std::string::npos);
-    EXPECT_EQ(control().hasHeld(), firmware.endsAt != 100);
+  for (const auto& [capacity, end, text, endsAt, writes] : firmwares) {
+    SCOPED_TRACE(text);
+    addBattery("BAT0", capacity, "100", "0");
+    onStore(kEnd, end);
+    driver_.writes.clear();
+    ChargeControl one = control();
+    const ChargeOutcome outcome = one.hold();
+    EXPECT_EQ(outcome.holding, std::string_view(text).ends_with('%'));
+    EXPECT_THAT(outcome.text, HasSubstr(text));
+    EXPECT_EQ(read(kEnd), endsAt);
+    EXPECT_EQ(one.hold().text, outcome.text);
+    EXPECT_EQ(driver_.writes.size(), writes);
     control().release();
     EXPECT_EQ(read(kEnd), "100");
     EXPECT_FALSE(std::filesystem::exists(state_));
   }
 }
 
-TEST_F(ChargeControlTest, KeepsTheStartBelowTheEndAtEveryMoment) {
-  addThresholds("BAT0", "63", "75");
-  const auto keepsOrder = [this](const std::string& attribute, const std::string& other, int sign) {
-    driver_.stores[attribute] = [=, this](const std::string& value) {
-      if ((std::stoi(read(other)) - std::stoi(value)) * sign <= 0) return EINVAL;
-      driver_.set(attribute, value);
-      return 0;
-    };
-  };
-  keepsOrder(kStart, kEnd, 1);
-  keepsOrder(kEnd, kStart, -1);
-  EXPECT_TRUE(control().hold().holding);
-  EXPECT_FALSE(control().release().holding);
-  EXPECT_EQ(read(kEnd) + " " + read(kStart), "100 75");
+TEST_F(ChargeControlTest, AsksAFirmwareThatRefusedAgainAtAnotherChargeAndAfterARelease) {
+  addBattery("BAT0", "50", "100", "0");
+  onStore(kEnd, [](int) { return -EINVAL; });
+  ChargeControl one = control();
+  std::size_t asked = 0;
+  for (const char* capacity : {"50", "49", "50", "released"}) {
+    if (capacity == std::string("released")) {
+      one.release();
+    } else {
+      driver_.set("BAT0/capacity", capacity);
+    }
+    one.hold();
+    EXPECT_EQ(driver_.writes.size(), ++asked) << capacity;
+  }
+  driver_.stores.clear();
+  driver_.set("BAT0/capacity", "51");
+  std::filesystem::create_directories(state_.string() + ".new/in the way");
+  EXPECT_FALSE(one.hold().holding);
+  std::filesystem::remove_all(root_ / "state");
+  EXPECT_TRUE(one.hold().holding) << "it was not the firmware that refused";
+}
 
-  // Others move both up meanwhile.
-  driver_.set(kEnd, "80");
-  control().hold();
-  driver_.set(kEnd, "100");
-  driver_.set(kStart, "90");
+TEST_F(ChargeControlTest, ChoosesTheTypeThatUsesTheThresholds) {
+  const struct {
+    const char* types;
+    const char* chosen;
+    bool isRefused;
+    const char* text;
+    const char* line;
+  } cases[] = {
+      {"Fast Custom Long_Life", "Long_Life", false, "at 63 %", "BAT0 charge_types Long_Life Custom\n"},
+      {"Standard Custom", "Standard", true, "keeps charge_types at Standard; Custom was asked for", ""},
+      {"Standard Custom", "Custom", false, "at 63 %", "threshold 100 63\n"},
+      {"Standard Customary", "Standard", false, "at 63 %", "threshold 100 63\n"},
+  };
+  for (const auto& [types, chosen, isRefused, text, line] : cases) {
+    addBattery("BAT0", "63", "100", "0");
+    addChoice(kTypes, types, chosen);
+    if (isRefused) driver_.stores[kTypes] = [](const std::string&) { return EINVAL; };
+    const ChargeOutcome outcome = control().hold();
+    EXPECT_EQ(outcome.holding, !isRefused);
+    EXPECT_THAT(outcome.text, HasSubstr(text));
+    EXPECT_TRUE(held().ends_with(line)) << held();
+    control().release();
+    EXPECT_EQ(thresholds(), "100 0");
+    EXPECT_THAT(read(kTypes), HasSubstr("[" + std::string(chosen) + "]"));
+    EXPECT_EQ(held(), "");
+  }
+}
+
+TEST_F(ChargeControlTest, KeepsTheStartBelowTheEndAtEveryMoment) {
+  for (const char* start : {"75", "60"}) {
+    addBattery("BAT0", "63", "100", start);
+    onStore(kStart, [this](int percent) { return percent + 5 > std::stoi(read(kEnd)) ? -EINVAL : percent; });
+    onStore(kEnd, [this](int percent) { return percent - 5 < std::stoi(read(kStart)) ? -EINVAL : percent; });
+    control().hold();
+    EXPECT_EQ(thresholds(), "63 58");
+    EXPECT_FALSE(control().release().holding);
+    EXPECT_EQ(thresholds(), std::string("100 ") + start);
+  }
+}
+
+TEST_F(ChargeControlTest, LeavesWhatOthersSetMeanwhile) {
+  for (const auto& [attribute, value, text, after] :
+       {std::tuple(kEnd, "80", "somebody set charge_control_end_threshold to 80 meanwhile; it stays",
+                   "80 75"),
+        {kEnd, "70", "somebody set charge_control_end_threshold to 70 meanwhile; it stays", "70 58"},
+        {kStart, "40", "somebody set charge_control_start_threshold to 40 meanwhile; it stays", "100 40"},
+        {kEnd, "100", "charging as before", "100 75"}}) {
+    addBattery("BAT0", "63", "100", "75");
+    onStore(kStart, [this](int percent) { return percent >= std::stoi(read(kEnd)) ? -EINVAL : percent; });
+    control().hold();
+    driver_.set(attribute, value);
+    const ChargeOutcome outcome = control().release();
+    EXPECT_FALSE(outcome.holding);
+    EXPECT_EQ(outcome.text, std::string("BAT0: ") + text);
+    EXPECT_EQ(thresholds(), after);
+    EXPECT_EQ(held(), "");
+  }
+  folder_.write("state/held-charge", "BAT0 charge_control_end_threshold 80\n");
   EXPECT_EQ(control().release().text, "BAT0: charging as before");
-  EXPECT_EQ(read(kEnd) + " " + read(kStart), "80 75");
+  EXPECT_EQ(read(kEnd), "80") << "what is ours was not yet known when the power went";
+}
+
+TEST_F(ChargeControlTest, PutsBackAnEndThatIsShownAsNone) {
+  for (const bool refusesNone : {false, true}) {
+    addBattery("BAT0", "63", "0", "0");
+    onStore(kEnd, [=](int end) { return end == 0 && refusesNone ? -EINVAL : end; });
+    EXPECT_TRUE(control().hold().holding);
+    EXPECT_EQ(control().release().text, "BAT0: charging as before");
+    EXPECT_EQ(read(kEnd), refusesNone ? "100" : "0");
+  }
 }
 
 TEST_F(ChargeControlTest, WritesNothingThatIsAsWanted) {
-  addThresholds("BAT0", "85", "0");
-  driver_.set(kEnd, "80");
-  const ChargeOutcome outcome = control().hold();
-  EXPECT_TRUE(outcome.holding);
-  EXPECT_EQ(outcome.text, "BAT0: charging is held at 80 % (charge_control_end_threshold)");
-  EXPECT_THAT(driver_.writes, IsEmpty());
-  EXPECT_FALSE(std::filesystem::exists(state_));
+  addBattery("BAT0", "85", "80", "0");
+  EXPECT_EQ(control().hold().text, "BAT0: charging is held at 80 % (charge_control_end_threshold)");
   addBehaviour("BAT0", "inhibit-charge");
   EXPECT_TRUE(control().hold().holding);
-  EXPECT_THAT(driver_.writes, IsEmpty());
-
   const ChargeOutcome released = control().release();
   EXPECT_FALSE(released.holding);
   EXPECT_EQ(released.text, "nothing is held");
   EXPECT_THAT(driver_.writes, IsEmpty()) << "somebody else set them";
+  EXPECT_FALSE(std::filesystem::exists(state_));
 }
 
 TEST_F(ChargeControlTest, NeverTakesAHeldValueForTheFormerOne) {
-  addThresholds("BAT0", "63", "0");
+  addBattery("BAT0", "63", "100", "0");
   for (const auto& [capacity, reset, end] :
-       {std::tuple("63", "", "63"), {"64", "", "63"}, {"60", "", "60"}, {"70", "90", "70"}}) {
+       {std::tuple("63", "100", "63"), {"64", "63", "63"}, {"60", "63", "60"}, {"70", "90", "70"}}) {
     driver_.set("BAT0/capacity", capacity);
-    if (*reset != '\0') driver_.set(kEnd, reset);
+    driver_.set(kEnd, reset);
     EXPECT_TRUE(control().hold().holding);
-    EXPECT_EQ(read(kEnd), end);
-    EXPECT_EQ(held(), "BAT0 charge_control_end_threshold 100\n");
+    EXPECT_EQ(held(), std::string("BAT0 charge_control_end_threshold 100 ") + end + "\n");
   }
-  driver_.stores[kEnd] = [this](const std::string& value) {
-    if (value != "100") return EINVAL;
-    driver_.set(kEnd, value);
-    return 0;
-  };
+  onStore(kEnd, [](int end) { return end == 100 ? end : -EINVAL; });
   driver_.set("BAT0/capacity", "65");
   EXPECT_FALSE(control().hold().holding);
   EXPECT_EQ(read(kEnd), "70") << "held a little above is better than not at all";
@@ -231,128 +284,86 @@ TEST_F(ChargeControlTest, NeverTakesAHeldValueForTheFormerOne) {
 }
 
 TEST_F(ChargeControlTest, ChangesNothingThatItCannotWriteDown) {
-  addThresholds("BAT0", "63", "95");
+  addBattery("BAT0", "63", "250", "95");
   addBehaviour("BAT1");
+  driver_.set("BAT2/type", "Battery");
+  driver_.set("BAT2/charge_behaviour", "auto inhibit-charge");
   folder_.write("state", "a file");
-  const ChargeOutcome unwritable = control().hold();
-  EXPECT_FALSE(unwritable.holding);
-  EXPECT_THAT(unwritable.text, HasSubstr("held-charge cannot be read: Not a directory; nothing is changed"));
+  EXPECT_THAT(control().hold().text, HasSubstr("cannot be read: Not a directory; nothing is changed"));
   std::filesystem::remove(root_ / "state");
-
   std::filesystem::create_directories(state_.string() + ".new/in the way");
-  EXPECT_THAT(control().hold().text, HasSubstr("held-charge cannot be written"));
-  EXPECT_THAT(control().hold().text, HasSubstr("nothing is changed\nBAT1: "));
+  const std::string text = control().hold().text;
+  EXPECT_THAT(text,
+              HasSubstr("_threshold stands at \"250\", which could not be put back; nothing is changed"));
+  EXPECT_THAT(text, HasSubstr("held-charge cannot be written"));
+  EXPECT_THAT(text, HasSubstr("charge_behaviour stands at \"\", which could not be put back"));
+  EXPECT_THAT(driver_.writes, IsEmpty());
   HeldCharge inMemory(state_);
   EXPECT_NE(inMemory.remember("BAT0", kChargeBehaviour, "auto"), "");
   EXPECT_EQ(inMemory.find("BAT0", kChargeBehaviour), nullptr);
-  std::filesystem::remove_all(root_ / "state");
 
-  driver_.set("BAT1/charge_behaviour", "auto inhibit-charge");
-  addBattery("BAT0", {{"charge_control_end_threshold", "250"}});
-  EXPECT_EQ(
-      control().hold().text,
-      "BAT0: charge_control_end_threshold stands at \"250\", which could not be put back; nothing is "
-      "changed\nBAT1: charge_behaviour stands at \"\", which could not be put back; nothing is changed");
-  EXPECT_THAT(driver_.writes, IsEmpty());
-}
-
-TEST_F(ChargeControlTest, FollowsNoLinkInPlaceOfTheFile) {
-  addBehaviour("BAT0");
+  std::filesystem::remove_all(state_.string() + ".new");
   const auto victim = folder_.write("victim", "untouched");
-  std::filesystem::create_directories(state_.parent_path());
-  std::filesystem::create_symlink(victim, state_.string() + ".new");
-  std::filesystem::create_symlink(victim, state_);
+  for (const char* ending : {"", ".new"}) std::filesystem::create_symlink(victim, state_.string() + ending);
   EXPECT_TRUE(control().hold().holding);
   EXPECT_EQ(folder_.read("victim"), "untouched");
-  EXPECT_FALSE(std::filesystem::is_symlink(state_));
-  EXPECT_EQ(held(), "BAT0 charge_behaviour auto\n");
+  EXPECT_EQ(held(), "BAT1 charge_behaviour auto inhibit-charge\n");
 }
 
-TEST_F(ChargeControlTest, HoldsEachBatteryWhateverBecomesOfTheOthers) {
+TEST_F(ChargeControlTest, HoldsEachBatteryAndKeepsWhatIsNotBackForTheNextTime) {
   EXPECT_EQ(control().hold().text, "there is no battery to hold");
-  addBattery("BAT0", {});
-  addThresholds("BAT1", "63", "0");
-  addThresholds("BAT2", "50", "0");
-  addThresholds("BAT3", "n/a", "0");
-  addBehaviour("BAT4");
-  addBattery("BAT5", {{"charge_behaviour", "[auto] force-discharge"}});
-  addThresholds("mouse", "63", "0");
+  addBattery("BAT0", "63", "100", "75");
+  addBattery("BAT1", "50", "100", "0");
+  addBattery("BAT2", "n/a", "100", "0");
+  addBehaviour("BAT3");
+  driver_.set("BAT4/type", "Battery");
+  driver_.set("BAT4/charge_behaviour", "[auto] force-discharge");
+  addBattery("mouse", "63", "100", "0");
   driver_.set("mouse/scope", "Device");
-  driver_.stores["BAT1/charge_control_end_threshold"] = [](const std::string&) { return EIO; };
   const ChargeOutcome outcome = control().hold();
   EXPECT_TRUE(outcome.holding);
   EXPECT_EQ(outcome.text,
-            "BAT0: its driver offers nothing to hold the charge with\n"
-            "BAT1: charge_control_end_threshold cannot be set to 63: Input/output error\n"
-            "BAT2: charging is held at 50 % (charge_control_end_threshold)\n"
-            "BAT3: its charge cannot be read\n"
-            "BAT4: charging is held (charge_behaviour inhibit-charge)\n"
-            "BAT5: its driver offers nothing to hold the charge with");
-  EXPECT_EQ(held(), "BAT2 charge_control_end_threshold 100\nBAT4 charge_behaviour auto\n");
-}
+            "BAT0: charging is held at 63 % (charge_control_end_threshold)\n"
+            "BAT1: charging is held at 50 % (charge_control_end_threshold)\n"
+            "BAT2: its charge cannot be read\n"
+            "BAT3: charging is held (charge_behaviour inhibit-charge)\n"
+            "BAT4: its driver offers nothing to hold the charge with");
 
-TEST_F(ChargeControlTest, KeepsWhatIsNotBackForTheNextTime) {
-  addThresholds("BAT0", "63", "75");
-  addThresholds("BAT1", "63", "0");
-  addBehaviour("BAT2");
-  control().hold();
   const std::filesystem::path bay = root_ / "sys/class/power_supply";
   std::filesystem::rename(bay / "BAT1", root_ / "BAT1");
-  driver_.stores[kEnd] = [](const std::string&) { return EIO; };
+  onStore(kEnd, [](int) { return -EIO; });
   const ChargeOutcome partly = control().release();
   EXPECT_TRUE(partly.holding);
   EXPECT_EQ(partly.text,
             "BAT0: charge_control_end_threshold cannot be set to 100: Input/output error\n"
-            "BAT2: charging as before\n"
+            "BAT3: charging as before\n"
             "BAT1: the battery is not there; its charging is put back once it is");
   EXPECT_EQ(read(kStart), "58") << "above an end that has not risen it would be refused";
-  driver_.stores[kEnd] = [](const std::string&) { return 0; };
+  onStore(kEnd, [](int) { return 80; });
   EXPECT_THAT(control().release().text,
-              HasSubstr("BAT0: the firmware keeps charge_control_end_threshold at 63; 100 was asked for"));
-  EXPECT_TRUE(control().hasHeld());
-
+              HasSubstr("BAT0: the firmware keeps charge_control_end_threshold at 80; 100 was asked for"));
   driver_.stores.erase(kEnd);
   EXPECT_FALSE(control().release().holding);
-  EXPECT_EQ(read(kEnd) + " " + read(kStart), "100 75");
+  EXPECT_EQ(thresholds(), "100 75");
   EXPECT_FALSE(control().hasHeld()) << "a battery that is not there";
-  EXPECT_EQ(held(), "BAT1 charge_control_end_threshold 100\n");
+  EXPECT_EQ(held(), "BAT1 charge_control_end_threshold 100 50\n");
   std::filesystem::rename(root_ / "BAT1", bay / "BAT1");
-  EXPECT_TRUE(control().hasHeld());
   EXPECT_EQ(control().release().text, "BAT1: charging as before");
-  EXPECT_EQ(read("BAT1/charge_control_end_threshold"), "100");
-  EXPECT_FALSE(std::filesystem::exists(state_));
 }
 
 TEST_F(ChargeControlTest, ReadsNothingFromTheFileThatItWouldNotHaveWritten) {
-  const std::pair<const char*, bool> cases[] = {
-      {"BAT0 charge_control_end_threshold 100\n", true},
-      {"BAT0 charge_control_end_threshold 0", true},
-      {"BAT0 charge_control_start_threshold 40\n", true},
-      {"hid-b_0.1 charge_behaviour inhibit-charge-awake\n", true},
-      {"\nnonsense\nBAT0 charge_behaviour auto\n", true},
-      {"BAT0 charge_control_end_threshold 101\n", false},
-      {"BAT0 charge_control_end_threshold -1\n", false},
-      {"BAT0 charge_control_end_threshold +1\n", false},
-      {"BAT0 charge_control_end_threshold 80 \n", false},
-      {"BAT0 charge_control_end_threshold\n", false},
-      {"BAT0 charge_control_end_threshold auto\n", false},
-      {"BAT0 charge_behaviour 80\n", false},
-      {"BAT0 charge_behaviour always\n", false},
-      {"BAT0 uevent change\n", false},
-      {"BAT0  charge_behaviour auto\n", false},
-      {" charge_behaviour auto\n", false},
-      {"../BAT0 charge_behaviour auto\n", false},
-      {".. charge_behaviour auto\n", false},
-      {"a/b charge_behaviour auto\n", false},
-      {"BAT\xC3\xA9 charge_behaviour auto\n", false},
-      {"", false},
-  };
-  for (const auto& [text, isTaken] : cases)
-    EXPECT_EQ(parseFormerValues(text).size(), isTaken ? 1U : 0U) << text;
-  const auto values = parseFormerValues("B charge_behaviour auto\nB charge_behaviour force-discharge\n");
-  ASSERT_EQ(values.size(), 1U);
-  EXPECT_EQ(values.front().value, "auto");
-
+  for (const char* text :
+       {"BAT0 charge_control_end_threshold 100 63\n", "BAT0 charge_control_start_threshold 0",
+        "hid-b_0.1 charge_behaviour inhibit-charge-awake\n", "BAT0 charge_types Long_Life Custom\n",
+        "\nnonsense\nB charge_behaviour auto\nB charge_behaviour force-discharge\n"})
+    EXPECT_EQ(parseFormerValues(text).size(), 1U) << text;
+  for (const std::string battery : {"", " ", "../BAT0", "..", "a/b", "BAT\xC3\xA9", "BAT0 "})
+    EXPECT_THAT(parseFormerValues(battery + " charge_behaviour auto\n"), IsEmpty()) << battery;
+  for (const std::string value : {" 101", " -1", " +1", " 80 ", " 80 auto", " 80 63 60", "", " auto"})
+    EXPECT_THAT(parseFormerValues("BAT0 charge_control_end_threshold" + value), IsEmpty()) << value;
+  for (const std::string rest :
+       {"charge_behaviour 80", "charge_behaviour always", "charge_types Long Life", "uevent change"})
+    EXPECT_THAT(parseFormerValues("BAT0 " + rest), IsEmpty()) << rest;
   folder_.write("sys/device/charge_behaviour", "untouched");
   folder_.write("state/held-charge", "../../device charge_behaviour auto\n");
   EXPECT_EQ(control().release().text, "nothing is held");

@@ -1,6 +1,5 @@
 #include "core-helper/PretendDriver.h"
 
-#include <array>
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
@@ -14,13 +13,6 @@ namespace quorlin {
 namespace {
 
 PretendDriver* active = nullptr;
-
-std::string pathOf(int descriptor) {
-  std::array<char, 4096> path;
-  const std::string entry = "/proc/self/fd/" + std::to_string(descriptor);
-  const ssize_t length = readlink(entry.c_str(), path.data(), path.size());
-  return length < 0 ? std::string() : std::string(path.data(), static_cast<std::size_t>(length));
-}
 
 }  // namespace
 
@@ -49,12 +41,12 @@ extern "C" ssize_t write(int descriptor, const void* buffer, std::size_t size) {
   using Write = ssize_t (*)(int, const void*, std::size_t);
   static const auto real = reinterpret_cast<Write>(dlsym(RTLD_NEXT, "write"));
   if (quorlin::active == nullptr) return real(descriptor, buffer, size);
-  const std::string path = quorlin::pathOf(descriptor);
+  std::error_code error;
+  const std::string path =
+      std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(descriptor), error);
   if (!path.starts_with(quorlin::active->folder())) return real(descriptor, buffer, size);
   std::string_view value(static_cast<const char*>(buffer), size);
   if (value.ends_with('\n')) value.remove_suffix(1);
-  const int error = quorlin::active->store(path.substr(quorlin::active->folder().size()), std::string(value));
-  if (error == 0) return static_cast<ssize_t>(size);
-  errno = error;
-  return -1;
+  errno = quorlin::active->store(path.substr(quorlin::active->folder().size()), std::string(value));
+  return errno == 0 ? static_cast<ssize_t>(size) : -1;
 }

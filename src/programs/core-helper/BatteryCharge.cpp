@@ -5,6 +5,7 @@
 #include "platform/posix/TextFile.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <utility>
 #include <vector>
@@ -15,6 +16,7 @@ namespace quorlin {
 namespace {
 
 constexpr std::string_view kInhibitCharge = "inhibit-charge";
+constexpr std::string_view kCustom = "Custom";
 
 /// Some firmware wants that much between the start and the end of charging, in percent.
 constexpr int kThresholdGap = 5;
@@ -31,6 +33,28 @@ std::vector<int> endsFor(int charge) {
 /// Some firmware says 0 when it has no threshold.
 bool isEndFor(int charge, std::optional<int> end) { return end && *end >= 1 && *end <= charge; }
 
+bool isBack(const FormerValue& former, std::string_view now) {
+  return now == former.value || (former.attribute == kEndThreshold && former.value == "0" && now == "100");
+}
+
+/// Whether no other value would fare better.
+bool isFinal(int error) {
+  constexpr std::array errors = {ENODEV, ENOENT, EROFS, EACCES, EPERM};
+  return std::ranges::find(errors, error) != errors.end();
+}
+
+/// Empty for a value that the driver refuses: like one that the firmware ignores it is noticed in what is
+/// read back.
+std::string failure(std::string_view attribute, std::string_view wanted, int error) {
+  if (error == 0 || error == EINVAL) return {};
+  return std::string(attribute) + " cannot be set to " + std::string(wanted) + ": " + errorText(error);
+}
+
+void append(std::string& list, const std::string& entry) {
+  if (!list.empty() && !entry.empty()) list += "; ";
+  list += entry;
+}
+
 }  // namespace
 
 BatteryCharge::BatteryCharge(std::filesystem::path folder, HeldCharge& held)
@@ -38,12 +62,9 @@ BatteryCharge::BatteryCharge(std::filesystem::path folder, HeldCharge& held)
 
 BatteryCharge::Result BatteryCharge::hold() {
   const bool wasHeld = held_.isAbout(name_);
-  const std::string behaviours = ' ' + supplyText(folder_, std::string(kChargeBehaviour)) + ' ';
-  const bool canInhibit = behaviours.find(" inhibit-charge ") != std::string::npos ||
-                          behaviours.find(" [inhibit-charge] ") != std::string::npos;
   std::error_code error;
   Result result;
-  if (canInhibit) {
+  if (offers(kChargeBehaviour, kInhibitCharge)) {
     result = holdByBehaviour();
   } else if (std::filesystem::exists(folder_ / kEndThreshold, error)) {
     result = holdByThreshold();
@@ -52,102 +73,138 @@ BatteryCharge::Result BatteryCharge::hold() {
   }
   // What an earlier call held is at least held above this charge.
   if (!result.isDone && !wasHeld) putBack();
+  // Read only now: some drivers round a value, or move one threshold with the other.
+  for (const std::string_view attribute : kHeldAttributes) {
+    const FormerValue* const former = held_.find(name_, attribute);
+    if (former != nullptr && former->ours.empty()) held_.setOurs(name_, attribute, value(attribute));
+  }
   return result;
 }
 
 BatteryCharge::Result BatteryCharge::putBack() {
   Result result;
-  const auto add = [&result](const std::string& trouble) {
-    if (!trouble.empty()) result.text += (result.text.empty() ? "" : "; ") + trouble;
-  };
-  add(putBack(kChargeBehaviour));
-  // Drivers refuse a start that is not below the end. Holding has lowered both, so that the end has to rise
-  // first, unless somebody has raised the start since.
-  const std::string* const end = held_.find(name_, kEndThreshold);
-  const std::optional<int> start = percent(kStartThreshold);
-  if (end != nullptr && start && *start >= std::stoi(*end)) putBack(kStartThreshold);
-  add(putBack(kEndThreshold));
-  if (held_.find(name_, kEndThreshold) == nullptr) add(putBack(kStartThreshold));
-  result.isDone = result.text.empty();
-  if (result.isDone) result.text = "charging as before";
+  // Before anything is written, since some drivers move one threshold with the other.
+  for (const std::string_view attribute : kHeldAttributes) append(result.text, leaveToOthers(attribute));
+  // Drivers refuse a start that is not below the end, also below one that somebody else has set.
+  const FormerValue* const start = held_.find(name_, kStartThreshold);
+  if (start != nullptr && held_.find(name_, kEndThreshold) == nullptr &&
+      std::stoi(start->value) >= percent(kEndThreshold).value_or(101)) {
+    held_.forget(name_, kStartThreshold);
+  }
+  append(result.text, putBack(kChargeBehaviour));
+  // Holding has lowered both, so the end has to rise first.
+  append(result.text, putBack(kEndThreshold));
+  if (held_.find(name_, kEndThreshold) == nullptr) append(result.text, putBack(kStartThreshold));
+  append(result.text, putBack(kChargeTypes));
+  result.isDone = !held_.isAbout(name_);
+  if (result.text.empty()) result.text = "charging as before";
   return result;
 }
 
 BatteryCharge::Result BatteryCharge::holdByBehaviour() {
-  const std::string trouble = change(kChargeBehaviour, std::string(kInhibitCharge));
-  if (value(kChargeBehaviour) == kInhibitCharge)
-    return {true, "charging is held (charge_behaviour inhibit-charge)"};
-  return {false, trouble.empty() ? keeps(kChargeBehaviour, kInhibitCharge) : trouble};
+  change(kChargeBehaviour, kInhibitCharge);
+  if (value(kChargeBehaviour) != kInhibitCharge) return refused(kChargeBehaviour, kInhibitCharge);
+  return {true, "charging is held (charge_behaviour inhibit-charge)"};
 }
 
 BatteryCharge::Result BatteryCharge::holdByThreshold() {
   const std::optional<int> capacity = percent("capacity");
   if (!capacity) return {false, "its charge cannot be read"};
   const int charge = std::clamp(*capacity, 1, 100);
-  std::optional<int> end = percent(kEndThreshold);
-  std::string trouble;
   for (const int wanted : endsFor(charge)) {
-    if (isEndFor(charge, end) || !trouble.empty()) break;
-    trouble = setEnd(wanted);
-    end = percent(kEndThreshold);
+    if (isOver_ || isEndFor(charge, percent(kEndThreshold))) break;
+    setEnd(wanted);
   }
-  if (isEndFor(charge, end)) {
-    return {true, "charging is held at " + std::to_string(*end) + " % (charge_control_end_threshold)"};
+  const std::optional<int> end = percent(kEndThreshold);
+  if (!isEndFor(charge, end)) return refused(kEndThreshold, std::to_string(charge));
+  // The thresholds are used with this type only (Documentation/ABI/testing/sysfs-class-power).
+  trouble_.clear();
+  if (offers(kChargeTypes, kCustom)) {
+    change(kChargeTypes, kCustom);
+    if (value(kChargeTypes) != kCustom) return refused(kChargeTypes, kCustom);
   }
-  return {false, trouble.empty() ? keeps(kEndThreshold, std::to_string(charge)) : trouble};
+  return {true, "charging is held at " + std::to_string(*end) + " % (charge_control_end_threshold)"};
 }
 
-std::string BatteryCharge::setEnd(int percentage) {
-  std::string trouble = writeDown(kEndThreshold);
-  if (!trouble.empty()) return trouble;
-  const std::optional<int> start = percent(kStartThreshold);
-  if (start && *start >= percentage) {
-    trouble = change(kStartThreshold, std::to_string(std::max(percentage - kThresholdGap, 0)));
-    if (!trouble.empty()) return trouble;
-  }
-  return change(kEndThreshold, std::to_string(percentage));
+void BatteryCharge::setEnd(int percentage) {
+  // Its start is not lowered for an end that could not be put back.
+  if (!writeDown(kEndThreshold)) return;
+  const int start = std::max(percentage - kThresholdGap, 0);
+  if (percent(kStartThreshold).value_or(0) > start) change(kStartThreshold, std::to_string(start));
+  change(kEndThreshold, std::to_string(percentage));
 }
 
-std::string BatteryCharge::change(std::string_view attribute, const std::string& wanted) {
-  if (value(attribute) == wanted) return {};
-  std::string trouble = writeDown(attribute);
-  return trouble.empty() ? write(attribute, wanted) : trouble;
+void BatteryCharge::change(std::string_view attribute, std::string_view wanted) {
+  if (isOver_ || value(attribute) == wanted || !writeDown(attribute)) return;
+  wasAsked_ = true;
+  const int error = write(attribute, wanted);
+  isOver_ = isFinal(error);
+  if (trouble_.empty()) trouble_ = failure(attribute, wanted, error);
 }
 
-std::string BatteryCharge::writeDown(std::string_view attribute) {
+bool BatteryCharge::writeDown(std::string_view attribute) {
   const std::string trouble = held_.remember(name_, attribute, value(attribute));
-  return trouble.empty() ? trouble : trouble + "; nothing is changed";
+  if (trouble.empty()) return true;
+  isOver_ = true;
+  if (trouble_.empty()) trouble_ = trouble + "; nothing is changed";
+  return false;
 }
 
-std::string BatteryCharge::write(std::string_view attribute, const std::string& wanted) const {
+int BatteryCharge::write(std::string_view attribute, std::string_view wanted) const {
   // The line end lets a file that is no attribute be read back too, though it was longer before.
-  const std::string line = wanted + '\n';
+  const std::string line = std::string(wanted) + '\n';
   const FileDescriptor file(open((folder_ / attribute).c_str(), O_WRONLY | O_CLOEXEC));
-  if (file && ::write(file.get(), line.data(), line.size()) >= 0) return {};
-  if (errno == EINVAL) return {};
-  return std::string(attribute) + " cannot be set to " + wanted + ": " + errorText(errno);
+  return file && ::write(file.get(), line.data(), line.size()) >= 0 ? 0 : errno;
+}
+
+std::string BatteryCharge::leaveToOthers(std::string_view attribute) {
+  const FormerValue* const former = held_.find(name_, attribute);
+  const std::string now = value(attribute);
+  if (former == nullptr || former->ours.empty() || now.empty()) return {};
+  if (now == former->ours || isBack(*former, now)) return {};
+  held_.forget(name_, attribute);
+  return "somebody set " + std::string(attribute) + " to " + displayText(now) + " meanwhile; it stays";
 }
 
 std::string BatteryCharge::putBack(std::string_view attribute) {
-  const std::string* const former = held_.find(name_, attribute);
+  const FormerValue* const former = held_.find(name_, attribute);
   if (former == nullptr) return {};
-  std::string trouble;
-  if (value(attribute) != *former) trouble = write(attribute, *former);
-  if (value(attribute) != *former) return trouble.empty() ? keeps(attribute, *former) : trouble;
-  held_.forget(name_, attribute);
-  return {};
+  int error = 0;
+  if (!isBack(*former, value(attribute))) error = write(attribute, former->value);
+  // A firmware that shows 0 for no threshold may refuse it.
+  if (attribute == kEndThreshold && former->value == "0" && !isBack(*former, value(attribute)))
+    write(attribute, "100");
+  const std::string now = value(attribute);
+  if (isBack(*former, now)) {
+    held_.forget(name_, attribute);
+    return {};
+  }
+  held_.setOurs(name_, attribute, now);
+  const std::string trouble = failure(attribute, former->value, error);
+  return trouble.empty() ? keeps(attribute, former->value) : trouble;
 }
 
 std::string BatteryCharge::value(std::string_view attribute) const {
   std::string text = supplyText(folder_, std::string(attribute));
-  if (attribute != kChargeBehaviour) return text;
+  if (attribute != kChargeBehaviour && attribute != kChargeTypes) return text;
   const std::size_t open = text.find('[');
   const std::size_t close = text.find(']', open);
   return close == std::string::npos ? std::string() : text.substr(open + 1, close - open - 1);
 }
 
+bool BatteryCharge::offers(std::string_view attribute, std::string_view choice) const {
+  std::string choices = ' ' + supplyText(folder_, std::string(attribute)) + ' ';
+  std::ranges::replace_if(
+      choices, [](char character) { return character == '[' || character == ']'; }, ' ');
+  return choices.find(' ' + std::string(choice) + ' ') != std::string::npos;
+}
+
 std::optional<int> BatteryCharge::percent(std::string_view attribute) const {
   return supplyNumber(folder_, std::string(attribute));
+}
+
+BatteryCharge::Result BatteryCharge::refused(std::string_view attribute, std::string_view wanted) const {
+  return {false, trouble_.empty() ? keeps(attribute, wanted) : trouble_};
 }
 
 std::string BatteryCharge::keeps(std::string_view attribute, std::string_view wanted) const {

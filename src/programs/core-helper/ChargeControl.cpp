@@ -28,7 +28,16 @@ ChargeOutcome ChargeControl::hold() {
   ChargeOutcome outcome;
   for (const auto& folder : systemBatteries(sysfsRoot_)) {
     BatteryCharge battery(folder, held);
-    const BatteryCharge::Result result = battery.hold();
+    const std::string capacity = supplyText(folder, "capacity");
+    const auto refusal = refusals_.find(battery.name());
+    BatteryCharge::Result result;
+    if (refusal != refusals_.end() && refusal->second.capacity == capacity) {
+      result.text = refusal->second.text;
+    } else {
+      result = battery.hold();
+      refusals_.erase(battery.name());
+      if (!result.isDone && battery.wasAsked()) refusals_[battery.name()] = {capacity, result.text};
+    }
     outcome.holding = outcome.holding || result.isDone;
     addLine(outcome.text, displayText(battery.name()) + ": " + result.text);
   }
@@ -38,6 +47,7 @@ ChargeOutcome ChargeControl::hold() {
 }
 
 ChargeOutcome ChargeControl::release() {
+  refusals_.clear();
   HeldCharge held(stateFile_);
   if (!held.unreadable().empty()) return {true, held.unreadable()};
   // What somebody else holds is theirs to release.

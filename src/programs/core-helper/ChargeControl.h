@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <map>
 #include <string>
 
 namespace quorlin {
@@ -19,7 +20,7 @@ class ChargeControl {
   ChargeControl(std::filesystem::path sysfsRoot, std::filesystem::path stateFile);
 
   /// Stops every system battery that can be stopped from charging further. Writes nothing that is already
-  /// as wanted.
+  /// as wanted, and asks a firmware that refused once more only at another charge or after a release.
   ChargeOutcome hold();
 
   /// Puts back what hold() found, also what an earlier process held.
@@ -29,8 +30,15 @@ class ChargeControl {
   bool hasHeld() const;
 
  private:
+  struct Refusal {
+    std::string capacity;
+    std::string text;
+  };
+
   std::filesystem::path sysfsRoot_;
   std::filesystem::path stateFile_;
+  /// By the batteries' names.
+  std::map<std::string, Refusal> refusals_;
 };
 
 }  // namespace quorlin

@@ -22,11 +22,12 @@ bool isBatteryName(std::string_view name) {
 }
 
 bool isValueOf(std::string_view attribute, std::string_view value) {
-  if (attribute == kChargeBehaviour) {
-    constexpr std::array<std::string_view, 4> behaviours = {"auto", "inhibit-charge", "inhibit-charge-awake",
-                                                            "force-discharge"};
-    return std::ranges::find(behaviours, value) != behaviours.end();
-  }
+  constexpr std::array<std::string_view, 4> behaviours = {"auto", "inhibit-charge", "inhibit-charge-awake",
+                                                          "force-discharge"};
+  constexpr std::array<std::string_view, 7> types = {"Trickle", "Fast",      "Standard", "Adaptive",
+                                                     "Custom",  "Long_Life", "Bypass"};
+  if (attribute == kChargeBehaviour) return std::ranges::find(behaviours, value) != behaviours.end();
+  if (attribute == kChargeTypes) return std::ranges::find(types, value) != types.end();
   if (attribute != kEndThreshold && attribute != kStartThreshold) return false;
   unsigned percent = 0;
   const auto [stop, error] = std::from_chars(value.data(), value.data() + value.size(), percent);
@@ -39,12 +40,12 @@ std::string_view takeUntil(std::string_view& text, char end) {
   return part;
 }
 
-const FormerValue* findIn(const std::vector<FormerValue>& values, std::string_view battery,
-                          std::string_view attribute) {
-  const auto found = std::ranges::find_if(values, [&](const FormerValue& former) {
+/// The place of what is said about an attribute, or the end.
+template <typename Values>
+auto findIn(Values& values, std::string_view battery, std::string_view attribute) {
+  return std::ranges::find_if(values, [&](const FormerValue& former) {
     return former.battery == battery && former.attribute == attribute;
   });
-  return found == values.end() ? nullptr : &*found;
 }
 
 /// Writes a file that must not be there yet and has it on the disk; errno tells of a failure.
@@ -69,9 +70,12 @@ std::vector<FormerValue> parseFormerValues(std::string_view text) {
     std::string_view line = takeUntil(text, '\n');
     const std::string_view battery = takeUntil(line, ' ');
     const std::string_view attribute = takeUntil(line, ' ');
-    if (!isBatteryName(battery) || !isValueOf(attribute, line)) continue;
-    if (findIn(values, battery, attribute) != nullptr) continue;
-    values.push_back({std::string(battery), std::string(attribute), std::string(line)});
+    const bool hasOurs = line.find(' ') != std::string_view::npos;
+    const std::string_view value = takeUntil(line, ' ');
+    if (!isBatteryName(battery) || !isValueOf(attribute, value)) continue;
+    if (hasOurs && !isValueOf(attribute, line)) continue;
+    if (findIn(values, battery, attribute) != values.end()) continue;
+    values.push_back({std::string(battery), std::string(attribute), std::string(value), std::string(line)});
   }
   return values;
 }
@@ -85,9 +89,9 @@ HeldCharge::HeldCharge(std::filesystem::path file) : file_(std::move(file)) {
   }
 }
 
-const std::string* HeldCharge::find(std::string_view battery, std::string_view attribute) const {
-  const FormerValue* former = findIn(values_, battery, attribute);
-  return former == nullptr ? nullptr : &former->value;
+const FormerValue* HeldCharge::find(std::string_view battery, std::string_view attribute) const {
+  const auto former = findIn(values_, battery, attribute);
+  return former == values_.end() ? nullptr : &*former;
 }
 
 bool HeldCharge::isAbout(std::string_view battery) const {
@@ -96,25 +100,38 @@ bool HeldCharge::isAbout(std::string_view battery) const {
 
 std::string HeldCharge::remember(const std::string& battery, std::string_view attribute,
                                  const std::string& value) {
-  if (find(battery, attribute) != nullptr) return {};
-  if (!isBatteryName(battery) || !isValueOf(attribute, value)) {
+  const auto known = findIn(values_, battery, attribute);
+  if (known != values_.end() && known->ours.empty()) return {};
+  if (known == values_.end() && (!isBatteryName(battery) || !isValueOf(attribute, value))) {
     return std::string(attribute) + " stands at \"" + displayText(value) + "\", which could not be put back";
   }
-  values_.push_back({battery, std::string(attribute), value});
+  const std::vector<FormerValue> before = values_;
   const bool wasStored = std::exchange(isStored_, false);
+  if (known != values_.end()) {
+    known->ours.clear();
+  } else {
+    values_.push_back({battery, std::string(attribute), value, {}});
+  }
   std::string trouble = store();
   if (!trouble.empty()) {
-    values_.pop_back();
+    values_ = before;
     isStored_ = wasStored;
   }
   return trouble;
 }
 
+void HeldCharge::setOurs(std::string_view battery, std::string_view attribute, const std::string& ours) {
+  const auto former = findIn(values_, battery, attribute);
+  if (former == values_.end() || former->ours == ours || !isValueOf(attribute, ours)) return;
+  former->ours = ours;
+  isStored_ = false;
+}
+
 void HeldCharge::forget(std::string_view battery, std::string_view attribute) {
-  const auto forgotten = std::erase_if(values_, [&](const FormerValue& former) {
-    return former.battery == battery && former.attribute == attribute;
-  });
-  isStored_ = isStored_ && forgotten == 0;
+  const auto former = findIn(values_, battery, attribute);
+  if (former == values_.end()) return;
+  values_.erase(former);
+  isStored_ = false;
 }
 
 std::string HeldCharge::store() {
@@ -130,8 +147,9 @@ std::string HeldCharge::store() {
   }
   std::string contents;
   for (const FormerValue& former : values_) {
-    contents.append(former.battery).append(" ").append(former.attribute).append(" ").append(former.value) +=
-        '\n';
+    contents.append(former.battery).append(" ").append(former.attribute).append(" ").append(former.value);
+    if (!former.ours.empty()) contents.append(" ").append(former.ours);
+    contents += '\n';
   }
   mkdir(folder.c_str(), 0700);
   const std::filesystem::path beside = file_.string() + ".new";
