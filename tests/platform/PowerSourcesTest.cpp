@@ -115,7 +115,6 @@ TEST(PowerSources, KnowExternalPowerByTheSuppliesAndElseByTheBatteries) {
       {"a charging pad", {{"pad", {{"type", "Wireless"}, {"online", "1"}}}}, true},
       {"a tablet's dock", {{"dock", {{"type", "Mains"}, {"scope", "Device"}, {"online", "1"}}}}, false},
       {"unreadable", {{"AC", {{"type", "Mains"}}}, {"BAT0", battery({{"status", "Full"}})}}, true},
-      {"full", {{"BAT0", battery({{"status", "Full"}})}, {"BAT1", battery({})}}, true},
       {"one in use",
        {{"BAT0", battery({{"status", "Not charging"}})}, {"BAT1", battery({{"status", "Discharging"}})}},
        false},
