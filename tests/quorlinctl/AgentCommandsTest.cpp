@@ -1,3 +1,4 @@
+#include "commands/PercentEncoding.h"
 #include "commands/RequestKey.h"
 #include "fakes/PrivateBus.h"
 #include "fakes/TemporaryFolder.h"
@@ -6,7 +7,9 @@
 #include "quorlinctl/AgentCommands.h"
 #include "quorlinctl/FakeService.h"
 
+#include <cstdlib>
 #include <functional>
+#include <memory>
 
 #include <gmock/gmock.h>
 
@@ -16,6 +19,19 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+
+/// The settings and the machine of all tests of the program, from before the first one: GLib asks for the
+/// settings' folder only once.
+class Computer final : public testing::Environment {
+ public:
+  void SetUp() override {
+    setenv("XDG_CONFIG_HOME", folder.path().c_str(), 1);
+    setenv("QUORLIN_SYSFS_ROOT", folder.path().c_str(), 1);
+  }
+  const TemporaryFolder folder;
+};
+const Computer& computer =
+    static_cast<Computer&>(*testing::AddGlobalTestEnvironment(std::make_unique<Computer>().release()));
 
 struct FakeAgent {
   static int open(sd_bus_message* message, void* userdata, sd_bus_error* error) {
@@ -68,45 +84,45 @@ Said whatIsSaidBy(const Send& send) {
   return {status, testing::internal::GetCapturedStdout(), testing::internal::GetCapturedStderr()};
 }
 
+std::filesystem::path program(const TemporaryFolder& folder, const char* name) {
+  const auto file = folder.write(name, "#!/bin/sh\n");
+  std::filesystem::permissions(file, std::filesystem::perms::owner_all);
+  return file;
+}
+
 TEST(AgentCommands, ReachTheAgentAsUrlsAndSayWhatWasSent) {
   const PrivateBus daemon;
   const TemporaryFolder folder;
-  const auto script = folder.write("a b.sh", "#!/bin/sh\n");
-  std::filesystem::permissions(script, std::filesystem::perms::owner_all);
+  const std::string script = program(folder, "a b").native();
   const std::string start =
       "brellwick.QuorlinSensors.quorlinio://" + *requestKey(LinuxSystem().localizedHostName()) + "/";
-  std::string encoded = script.native();
-  for (auto slash = encoded.find('/'); slash != std::string::npos; slash = encoded.find('/')) {
-    encoded.replace(slash, 1, "%2F");
-  }
-  encoded.replace(encoded.find(' '), 1, "%20");
-  const std::string process = " (process " + std::to_string(getpid()) + ").\n";
+  const std::string process = " was sent to the agent (process " + std::to_string(getpid()) + ").\n";
   const struct {
     std::function<int()> send;
     std::string url;
-    std::string output;
+    std::string what;
   } cases[] = {
       {[] { return sendBatteryLimit({.help = false, .percent = 80}); }, "batterylimit/80",
-       "The charge limit of 80 % was sent to the agent"},
+       "The charge limit of 80 %"},
       {[] { return sendTerminate({.help = false, .process = 1}); }, "terminateapp/1",
-       "The wish to quit application 1 was sent to the agent"},
+       "The wish to quit application 1"},
       {[] { return sendForceTerminate({.help = false, .process = 1}); }, "forceterminateapp/1",
-       "The order to end application 1 was sent to the agent"},
+       "The order to end application 1"},
       {[] { return sendTerminalCommand({.help = false, .command = "ls /tmp"}); },
-       "terminalcommand/ls%20%2Ftmp", "The command was sent to the agent"},
-      {[&] { return sendWorkflow({.help = false, .file = script.native()}); }, "runworkflow/" + encoded,
-       "The workflow " + script.native() + " was sent to the agent"},
+       "terminalcommand/ls%20%2Ftmp", "The command"},
+      {[&] { return sendWorkflow({.help = false, .file = script}); }, "runworkflow/" + percentEncoded(script),
+       "The workflow " + script},
   };
   FakeAgent agent;
-  for (const auto& [send, url, output] : cases) {
+  for (const auto& [send, url, what] : cases) {
     agent.opened.clear();
     const Said said = whatIsSaidBy(send);
     EXPECT_EQ(said.status, kExitOk) << said.complaints;
-    EXPECT_EQ(said.output, output + process);
+    EXPECT_EQ(said.output, what + process);
     EXPECT_THAT(agent.opened, ElementsAre(start + url));
   }
   agent.refuses = true;
-  const Said refused = whatIsSaidBy(cases[0].send);
+  const Said refused = whatIsSaidBy(cases[1].send);
   EXPECT_EQ(refused.status, kExitFailed);
   EXPECT_THAT(refused.complaints, HasSubstr("not today"));
   EXPECT_THAT(refused.output, IsEmpty());
@@ -117,7 +133,6 @@ TEST(AgentCommands, SayThatNoAgentRuns) {
   const Said said = whatIsSaidBy([] { return sendTerminate({.help = false, .process = 1}); });
   EXPECT_EQ(said.status, kExitFailed);
   EXPECT_THAT(said.complaints, HasSubstr("no agent runs in this session"));
-  EXPECT_THAT(said.output, IsEmpty());
 }
 
 TEST(AgentCommands, OfAComputerWithoutNameCarryNoKey) {
@@ -127,34 +142,36 @@ TEST(AgentCommands, OfAComputerWithoutNameCarryNoKey) {
 
 TEST(AgentCommands, WarnOfABatteryThatCannotBeHeld) {
   const PrivateBus daemon;
+  setenv("DBUS_SYSTEM_BUS_ADDRESS", std::getenv("DBUS_SESSION_BUS_ADDRESS"), 1);
   const FakeAgent agent;
-  const TemporaryFolder folder;
-  setenv("QUORLIN_SYSFS_ROOT", folder.path().c_str(), 1);
-  setenv("XDG_CONFIG_HOME", folder.path().c_str(), 1);
+  const std::string battery = "class/power_supply/BAT0/";
   const auto complaints = [](int percent) {
     return whatIsSaidBy([=] { return sendBatteryLimit({.help = false, .percent = percent}); }).complaints;
   };
   EXPECT_THAT(complaints(80), HasSubstr("no battery"));
   EXPECT_THAT(complaints(100), IsEmpty());
-  folder.write("class/power_supply/BAT0/type", "Battery\n");
+  computer.folder.write(battery + "type", "Battery\n");
   EXPECT_THAT(complaints(80), HasSubstr("core helper off"));
-  folder.write("quorlin-sensors/settings.conf", "[Settings]\ncoreAutostart=1\n");
-  EXPECT_THAT(complaints(80), IsEmpty());
-  unsetenv("QUORLIN_SYSFS_ROOT");
-  unsetenv("XDG_CONFIG_HOME");
+  computer.folder.write("quorlin-sensors/settings.conf", "[Settings]\ncoreAutostart=1\n");
+  EXPECT_THAT(complaints(80), HasSubstr("no way to stop charging"));
+  computer.folder.write(battery + "charge_behaviour", "[auto] inhibit-charge\n");
+  EXPECT_THAT(complaints(80), HasSubstr("core helper: not installed"));
+  std::filesystem::remove_all(computer.folder.path() / "class");
+  unsetenv("DBUS_SYSTEM_BUS_ADDRESS");
 }
 
 TEST(AgentCommands, RefuseWorkflowsThatCannotRun) {
   const TemporaryFolder folder;
-  const auto program = folder.write("program", "");
-  std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+  const auto executable = program(folder, "program");
+  const std::string entry = "[Desktop Entry]\nType=Application\nExec=true\n";
   const std::pair<std::filesystem::path, std::string_view> cases[] = {
-      {program, ""},
-      {folder.write("entry.desktop", ""), ""},
+      {executable, ""},
+      {folder.write("good.desktop", entry), ""},
+      {folder.write("terminal.desktop", entry + "Terminal=true\n"), "needs a terminal"},
       {folder.write("text", ""), "neither executable"},
-      {folder.path(), "not a file"},
+      {folder.path(), "not a regular file"},
       {folder.path() / "absent", "No such file"},
-      {program / "below", "Not a directory"},
+      {executable / "below", "Not a directory"},
   };
   for (const auto& [file, obstacle] : cases) {
     EXPECT_THAT(obstacleTo(file), HasSubstr(obstacle)) << file;

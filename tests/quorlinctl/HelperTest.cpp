@@ -1,6 +1,6 @@
 #include "fakes/PrivateBus.h"
-#include "fakes/TemporaryFolder.h"
-#include "platform/linux/HelperInstaller.h"
+#include "helper/HelperTool.h"
+#include "platform/linux/HelperProtocol.h"
 #include "quorlinctl/Checks.h"
 #include "quorlinctl/FakeService.h"
 #include "quorlinctl/Helper.h"
@@ -42,12 +42,8 @@ struct FakeHelper {
   }
 
   std::string errorName;
-  FakeService service{connection(),
-                      "com.brellwick.Quorlin-Core-Helper",
-                      "/com/brellwick/QuorlinCoreHelper",
-                      "com.brellwick.HelperToolProtocol",
-                      table(),
-                      this};
+  FakeService service{
+      connection(), kHelperLabel.data(), helperprotocol::kPath, helperprotocol::kInterface, table(), this};
 };
 
 /// A private bus in the system bus's place.
@@ -101,43 +97,6 @@ TEST(Polkit, IsThereWhenItsNameIsOwned) {
   EXPECT_THAT(checkPolkit(bus).advice, HasSubstr("polkitd"));
   ASSERT_GE(sd_bus_request_name(bus.get(), "org.freedesktop.PolicyKit1", 0), 0);
   EXPECT_EQ(checkPolkit(bus).state, CheckState::Ok);
-}
-
-TEST(HelperInstaller, FindsTheHelperThatCameWithTheProgram) {
-  const TemporaryFolder folder;
-  const auto program = [&](const char* file) {
-    const std::filesystem::path path = folder.write(file, "#!/bin/sh\n");
-    std::filesystem::permissions(path, std::filesystem::perms::owner_all);
-    return path;
-  };
-  EXPECT_EQ(bundledHelper(folder.path() / "bin"), "");
-  folder.write("bin/quorlin-core-helper", "not executable");
-  const auto installed = program("libexec/quorlin-sensors/quorlin-core-helper");
-  EXPECT_EQ(bundledHelper(folder.path() / "bin"), installed);
-  const auto built = program("bin/quorlin-core-helper");
-  EXPECT_EQ(bundledHelper(folder.path() / "bin"), built);
-}
-
-TEST(HelperInstaller, RunsTheHelperThroughPkexecUnlessRootRunsIt) {
-  const TemporaryFolder folder;
-  const auto program = [&](const char* file, const std::string& text) {
-    const std::filesystem::path path = folder.write(file, "#!/bin/sh\n" + text);
-    std::filesystem::permissions(path, std::filesystem::perms::owner_all);
-    return path;
-  };
-  const std::string log = (folder.path() / "log").native();
-  const auto helper = program("helper", "echo helper \"$@\" >>" + log + "; exit 3");
-  const std::string path = std::getenv("PATH");
-  setenv("PATH", folder.path().c_str(), 1);
-  EXPECT_EQ(runHelperInstaller(helper, false), 127) << "there is no pkexec";
-  program("pkexec", "echo pkexec >>" + log + "; exec \"$@\"");
-  EXPECT_EQ(runHelperInstaller(helper, false), 3);
-  EXPECT_EQ(folder.read("log"), "pkexec\nhelper --install\n");
-  EXPECT_EQ(runHelperInstaller(helper, true), 3);
-  EXPECT_EQ(folder.read("log"), "pkexec\nhelper --install\nhelper --install\n");
-  setenv("PATH", path.c_str(), 1);
-  EXPECT_EQ(runHelperInstaller(program("killed", "kill -TERM $$"), true), 128 + SIGTERM);
-  EXPECT_EQ(runHelperInstaller(folder.path() / "absent", true), 127);
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "platform/linux/Bus.h"
 
+#include "platform/posix/TextFile.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <climits>
@@ -13,7 +15,7 @@
 namespace quorlin {
 
 int checked(int result, const char* attempt) {
-  if (result < 0) throw BusError(std::string(attempt) + ": " + std::strerror(-result));
+  if (result < 0) throw BusError(std::string(attempt) + ": " + errorText(-result));
   return result;
 }
 
@@ -155,6 +157,18 @@ BusSlot Bus::matchSoon(const std::string& rule, Handler handler) const {
   return slotOf(std::move(handler), [&](sd_bus_slot** slot, sd_bus_message_handler_t call, void* userdata) {
     return sd_bus_add_match_async(bus_.get(), slot, rule.c_str(), call, nullptr, userdata);
   });
+}
+
+std::optional<pid_t> processOwning(const Bus& bus, const std::string& name) {
+  sd_bus_creds* found = nullptr;
+  const int result = sd_bus_get_name_creds(bus.get(), name.c_str(), SD_BUS_CREDS_PID, &found);
+  const BusCredentials credentials(found);
+  // sd_bus_get_name_creds(3): how the bus's "no such name" arrives.
+  if (result == -ENXIO || result == -ESRCH) return std::nullopt;
+  checked(result, "ask who owns a name on the bus");
+  pid_t process = 0;
+  checked(sd_bus_creds_get_pid(found, &process), "learn the process of a name's owner");
+  return process;
 }
 
 }  // namespace quorlin

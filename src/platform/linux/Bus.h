@@ -3,9 +3,11 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
+#include <sys/types.h>
 #include <systemd/sd-bus.h>
 
 namespace quorlin {
@@ -33,6 +35,11 @@ struct BusSlotUnref {
   void operator()(sd_bus_slot* slot) const { sd_bus_slot_unref(slot); }
 };
 using BusSlot = std::unique_ptr<sd_bus_slot, BusSlotUnref>;
+
+struct CredentialsUnref {
+  void operator()(sd_bus_creds* credentials) const { sd_bus_creds_unref(credentials); }
+};
+using BusCredentials = std::unique_ptr<sd_bus_creds, CredentialsUnref>;
 
 /// Main thread only. Slots made from it are released before it.
 class Bus {
@@ -78,5 +85,8 @@ class Bus {
   std::unique_ptr<sd_bus, Close> bus_;
   Source* source_;
 };
+
+/// The process that owns a name, or nothing where there is none. Throws BusError.
+std::optional<pid_t> processOwning(const Bus& bus, const std::string& name);
 
 }  // namespace quorlin

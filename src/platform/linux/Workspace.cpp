@@ -19,10 +19,6 @@ extern "C" {
 namespace quorlin {
 namespace {
 
-struct CredentialsUnref {
-  void operator()(sd_bus_creds* credentials) const { sd_bus_creds_unref(credentials); }
-};
-
 /// proc(5): the fourth field of stat. The name before it stands in parentheses and may hold any others.
 std::int32_t parentIn(std::string_view stat) {
   std::int32_t parent = 0;
@@ -45,13 +41,12 @@ bool hasDesktopEntry(const std::string& name) {
   return false;
 }
 
-std::optional<pid_t> processOf(const Bus& bus, const char* name) {
-  sd_bus_creds* found = nullptr;
-  if (sd_bus_get_name_creds(bus.get(), name, SD_BUS_CREDS_PID, &found) < 0) return std::nullopt;
-  const std::unique_ptr<sd_bus_creds, CredentialsUnref> credentials(found);
-  pid_t process = 0;
-  if (sd_bus_creds_get_pid(found, &process) < 0) return std::nullopt;
-  return process;
+bool isOwner(std::int32_t processId, const Bus& bus, const char* name) {
+  try {
+    return processOwning(bus, name) == processId;
+  } catch (const BusError&) {
+    return false;
+  }
 }
 
 }  // namespace
@@ -91,7 +86,7 @@ bool LinuxWorkspace::ownsApplicationName(std::int32_t processId) const {
   const std::unique_ptr<char*, decltype(&g_strfreev)> list(acquired, g_strfreev);
   for (char** name = list.get(); *name != nullptr; ++name) {
     const bool isApplication = **name != ':' && (isNameOfFamily(*name) || hasDesktopEntry(*name));
-    if (isApplication && processOf(bus_, *name) == processId) return true;
+    if (isApplication && isOwner(processId, bus_, *name)) return true;
   }
   return false;
 }

@@ -16,18 +16,18 @@
 namespace quorlin {
 namespace {
 
+struct Close {
+  void operator()(DIR* directory) const { closedir(directory); }
+};
+
+}  // namespace
+
 std::string_view trimmed(std::string_view text) {
   constexpr std::string_view space(" \t\r\n\v\f\0", 7);
   const std::size_t begin = text.find_first_not_of(space);
   if (begin == std::string_view::npos) return {};
   return text.substr(begin, text.find_last_not_of(space) + 1 - begin);
 }
-
-struct Close {
-  void operator()(DIR* directory) const { closedir(directory); }
-};
-
-}  // namespace
 
 std::optional<std::string> readText(const std::string& path) {
   const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));

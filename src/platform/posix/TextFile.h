@@ -19,6 +19,9 @@ std::vector<std::string> namesIn(const std::string& directory);
 /// The absolute path without links, or an empty text.
 std::string realPath(const std::string& path);
 
+/// Without the white space and the zeros around it.
+std::string_view trimmed(std::string_view text);
+
 /// Text fit for people and for the bus: UTF-8 without control characters and without space around it.
 std::string displayText(std::string_view raw);
 

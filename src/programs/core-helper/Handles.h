@@ -1,9 +1,10 @@
 /// Owners of what libsystemd hands out, beside those of the bus.
 #pragma once
 
+#include "platform/linux/Bus.h"
+
 #include <memory>
 
-#include <systemd/sd-bus.h>
 #include <systemd/sd-event.h>
 
 namespace quorlin {
@@ -17,11 +18,6 @@ struct TrackUnref {
   void operator()(sd_bus_track* track) const { sd_bus_track_unref(track); }
 };
 using BusTrack = std::unique_ptr<sd_bus_track, TrackUnref>;
-
-struct CredentialsUnref {
-  void operator()(sd_bus_creds* credentials) const { sd_bus_creds_unref(credentials); }
-};
-using BusCredentials = std::unique_ptr<sd_bus_creds, CredentialsUnref>;
 
 struct EventUnref {
   void operator()(sd_event* event) const { sd_event_unref(event); }

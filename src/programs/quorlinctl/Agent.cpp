@@ -2,7 +2,6 @@
 
 #include "core/Notifications.h"
 
-#include <cerrno>
 #include <chrono>
 
 namespace quorlin {
@@ -23,25 +22,11 @@ std::string reasonOf(const sd_bus_error& error) {
   return std::string("the agent did not take it: ") + (error.message == nullptr ? error.name : error.message);
 }
 
-struct CredentialsUnref {
-  void operator()(sd_bus_creds* credentials) const { sd_bus_creds_unref(credentials); }
-};
-
 }  // namespace
 
-std::optional<RunningAgent> findAgent(const Bus& bus) {
-  sd_bus_creds* found = nullptr;
-  const int result = sd_bus_get_name_creds(bus.get(), kAgentIdentifier.data(), SD_BUS_CREDS_PID, &found);
-  const std::unique_ptr<sd_bus_creds, CredentialsUnref> credentials(found);
-  // sd_bus_get_name_creds(3): how the bus's "no such name" arrives.
-  if (result == -ENXIO || result == -ESRCH) return std::nullopt;
-  checked(result, "look for the agent on the session bus");
-  RunningAgent agent;
-  checked(sd_bus_creds_get_pid(found, &agent.process), "learn the agent's process");
-  return agent;
-}
+std::optional<pid_t> findAgent(const Bus& bus) { return processOwning(bus, std::string(kAgentIdentifier)); }
 
-RunningAgent openUrl(const Bus& bus, const std::string& url) {
+std::optional<pid_t> openUrl(const Bus& bus, const std::string& url) {
   constexpr const char* attempt = "write a message to the agent";
   sd_bus_message* made = nullptr;
   checked(sd_bus_message_new_method_call(bus.get(), &made, kAgentIdentifier.data(), kPath,
@@ -57,7 +42,7 @@ RunningAgent openUrl(const Bus& bus, const std::string& url) {
   const std::string reason = result < 0 ? reasonOf(error) : "";
   sd_bus_error_free(&error);
   if (result < 0) throw BusError(reason);
-  return findAgent(bus).value_or(RunningAgent());
+  return findAgent(bus);
 }
 
 }  // namespace quorlin

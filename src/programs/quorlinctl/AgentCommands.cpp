@@ -3,11 +3,13 @@
 #include "commands/PercentEncoding.h"
 #include "commands/RequestKey.h"
 #include "commands/UrlScheme.h"
+#include "core/Settings.h"
 #include "platform/Utf8.h"
 #include "platform/linux/System.h"
 #include "platform/linux/SystemBatteries.h"
 #include "platform/linux/SystemRoots.h"
 #include "platform/linux/UserDefaults.h"
+#include "platform/linux/WorkflowEngine.h"
 #include "platform/posix/TextFile.h"
 #include "quorlinctl/Agent.h"
 #include "quorlinctl/Checks.h"
@@ -25,9 +27,9 @@ namespace {
 int send(std::string_view command, std::string_view argument, const std::string& what) {
   try {
     const Bus bus = Bus::openSession();
-    const RunningAgent agent =
+    const std::optional<pid_t> agent =
         openUrl(bus, commandUrl(requestKey(LinuxSystem().localizedHostName()), command, argument));
-    const std::string who = agent.process > 0 ? " (process " + std::to_string(agent.process) + ")" : "";
+    const std::string who = agent ? " (process " + std::to_string(*agent) + ")" : "";
     return writeAll(STDOUT_FILENO, what + " was sent to the agent" + who + ".\n") ? kExitFailed : kExitOk;
   } catch (const BusError& error) {
     complain(error.what());
@@ -41,6 +43,31 @@ void warnOfNoProcess(std::int32_t process) {
   }
 }
 
+std::string textOf(const CheckResult& check) {
+  return check.subject + ": " + check.finding + (check.advice.empty() ? "" : "; " + check.advice);
+}
+
+/// Why the battery's charge would not be held, or an empty text.
+std::string obstacleToHolding() {
+  const SystemRoots roots = systemRootsFromEnvironment();
+  if (systemBatteries(roots.sysfs).empty()) return "this computer has no battery whose charge could be held";
+  if (!isSwitchedOn(settingsFile(), setting::kCoreAutostart)) {
+    return "the settings leave the core helper off, and nothing else holds the charge";
+  }
+  const CheckResult control = checkChargeControl(roots);
+  if (control.state != CheckState::Ok) return textOf(control);
+  try {
+    const CheckResult helper = checkHelper(Bus::openSystem());
+    if (helper.state != CheckState::Ok) return textOf(helper);
+    // Of an agent that does not run, sending says what there is to say.
+    const CheckResult agent = checkAgent(Bus::openSession());
+    if (agent.state == CheckState::Note) return textOf(agent);
+  } catch (const BusError& error) {
+    return std::string("the core helper cannot be asked: ") + error.what();
+  }
+  return {};
+}
+
 }  // namespace
 
 std::string commandUrl(const std::optional<std::string>& key, std::string_view command,
@@ -52,27 +79,15 @@ std::string commandUrl(const std::optional<std::string>& key, std::string_view c
 }
 
 std::string obstacleTo(const std::filesystem::path& workflow) {
-  std::error_code error;
-  const std::filesystem::file_status status = std::filesystem::status(workflow, error);
-  if (!std::filesystem::exists(status)) {
-    return error == std::errc() ? std::generic_category().message(ENOENT) : error.message();
-  }
-  if (!std::filesystem::is_regular_file(status)) return "it is not a file";
-  if (workflow.extension() == ".desktop") {
-    return ::access(workflow.c_str(), R_OK) == 0 ? "" : std::generic_category().message(errno);
-  }
-  if (::access(workflow.c_str(), X_OK) != 0) return "it is neither executable nor a .desktop entry";
-  return {};
+  const auto command = workflowCommand(workflow);
+  if (const auto* reason = std::get_if<std::string>(&command)) return *reason;
+  const bool canRun = workflow.extension() == ".desktop" || ::access(workflow.c_str(), X_OK) == 0;
+  return canRun ? "" : "it is neither executable nor a .desktop entry";
 }
 
 int sendBatteryLimit(const BatteryLimitOptions& options) {
-  if (options.percent < kHighestBatteryLimit) {
-    if (systemBatteries(systemRootsFromEnvironment().sysfs).empty()) {
-      complain("warning: this computer has no battery whose charge could be held");
-    } else if (!coreIsSwitchedOn(settingsFile())) {
-      complain("warning: the settings leave the core helper off, and nothing else holds the charge");
-    }
-  }
+  const std::string obstacle = options.percent < kHighestBatteryLimit ? obstacleToHolding() : "";
+  if (!obstacle.empty()) complain("warning: " + obstacle);
   const std::string percent = std::to_string(options.percent);
   return send(urlcommand::kBatteryLimit, percent, "The charge limit of " + percent + " %");
 }

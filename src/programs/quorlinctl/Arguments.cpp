@@ -130,7 +130,10 @@ std::variant<DoctorOptions, UsageError> parseDoctorArguments(Arguments arguments
 std::variant<BatteryLimitOptions, UsageError> parseBatteryLimitArguments(Arguments arguments) {
   return parseOperand<BatteryLimitOptions, int>(
       arguments, &BatteryLimitOptions::percent,
-      [](std::string_view text) { return integerOf(text, kLowestBatteryLimit, kHighestBatteryLimit); },
+      [](std::string_view text) {
+        if (text.ends_with('%')) text.remove_suffix(1);
+        return integerOf(text, kLowestBatteryLimit, kHighestBatteryLimit);
+      },
       "a limit of " + std::to_string(kLowestBatteryLimit) + " to " + std::to_string(kHighestBatteryLimit) +
           " percent");
 }

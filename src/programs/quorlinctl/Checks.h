@@ -23,7 +23,16 @@ struct CheckResult {
   std::string advice;
 };
 
-CheckResult checkAgent(const std::optional<RunningAgent>& agent);
+/// Whether the agent runs, and began late enough to have found the core helper where that is switched on.
+/// Throws BusError.
+CheckResult checkAgent(const Bus& sessionBus);
+
+/// Whether a process began before a file came to its place; no where that is not known.
+bool beganBefore(pid_t process, const std::filesystem::path& file, const SystemRoots& roots);
+inline constexpr const char* kInstalledHelper = "/usr/local/libexec/quorlin-core-helper";
+
+/// Whether the settings switch on what one of them is for: setting::kAutostart or setting::kCoreAutostart.
+bool isSwitchedOn(const std::filesystem::path& settings, std::string_view setting);
 
 /// Whether the settings can be read, and what they switch on.
 CheckResult checkSettings(const std::filesystem::path& file);
@@ -50,7 +59,6 @@ CheckResult checkApplicationNames(const SystemRoots& roots);
 CheckResult checkProgram(std::string_view program, std::string_view package, std::string_view folders);
 
 /// Whether the settings switch the core helper on, which holds the charge and reads the power.
-bool coreIsSwitchedOn(const std::filesystem::path& settings);
 CheckResult checkCoreSetting(const std::filesystem::path& settings);
 
 /// Whether the root helper is installed and answers. Throws BusError.

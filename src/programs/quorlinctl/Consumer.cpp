@@ -27,7 +27,7 @@ bool ApplicationName::isOwned() const {
   const int found = sd_bus_get_name_creds(bus_.get(), name_, SD_BUS_CREDS_UNIQUE_NAME, &made);
   if (found == -ENXIO) return false;
   checked(found, "ask who owns an application's name");
-  const std::unique_ptr<sd_bus_creds, decltype(&sd_bus_creds_unref)> owner(made, sd_bus_creds_unref);
+  const BusCredentials owner(made);
   const char* ownerName = nullptr;
   checked(sd_bus_creds_get_unique_name(owner.get(), &ownerName), "ask who owns an application's name");
   return std::string_view(own) == ownerName;

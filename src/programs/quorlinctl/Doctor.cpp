@@ -1,11 +1,13 @@
 #include "quorlinctl/Doctor.h"
 
+#include "core/Settings.h"
 #include "platform/linux/UserDefaults.h"
 #include "quorlinctl/Json.h"
 #include "quorlinctl/Output.h"
 #include "quorlinctl/Terminal.h"
 
 #include <algorithm>
+#include <initializer_list>
 #include <iterator>
 #include <limits>
 #include <utility>
@@ -15,6 +17,7 @@
 namespace quorlin {
 namespace {
 
+constexpr const char* kHelperSubject = "core helper";
 constexpr std::string_view kProgramFolders = "/usr/bin:/bin";
 
 std::string_view nameOf(CheckState state) {
@@ -41,49 +44,57 @@ Tone toneOf(CheckState state) {
   return Tone::Faint;
 }
 
-/// The session bus, and what can be asked of it.
-std::vector<CheckResult> checkSession() {
-  std::vector<CheckResult> checks;
-  try {
-    const Bus bus = Bus::openSession();
-    checks.push_back({CheckState::Ok, "session bus", "reachable", ""});
-    checks.push_back(checkAgent(findAgent(bus)));
-  } catch (const BusError& error) {
-    checks.push_back({CheckState::Missing, "session bus", error.what(),
-                      "run this inside a user session, or set DBUS_SESSION_BUS_ADDRESS"});
-  }
-  return checks;
-}
+struct BusCheck {
+  const char* subject;
+  CheckResult (*check)(const Bus&);
+};
 
-/// The system bus, and what the core helper needs of it.
-std::vector<CheckResult> checkSystemBus() {
-  std::vector<CheckResult> checks;
+/// Whether a bus is reachable, and what can be asked of it.
+std::vector<CheckResult> checkBus(const std::string& subject, Bus (*open)(), const std::string& advice,
+                                  std::initializer_list<BusCheck> questions) {
+  std::optional<Bus> bus;
   try {
-    const Bus bus = Bus::openSystem();
-    checks.push_back({CheckState::Ok, "system bus", "reachable", ""});
-    checks.push_back(checkHelper(bus));
-    checks.push_back(checkPolkit(bus));
+    bus.emplace(open());
   } catch (const BusError& error) {
-    checks.push_back(
-        {CheckState::Missing, "system bus", error.what(),
-         "the core helper is reached through it: sudo apt install dbus, or look why it does not run"});
+    return {{CheckState::Missing, subject, error.what(), advice}};
+  }
+  std::vector<CheckResult> checks = {{CheckState::Ok, subject, "reachable", ""}};
+  for (const BusCheck& question : questions) {
+    try {
+      checks.push_back(question.check(*bus));
+    } catch (const BusError& error) {
+      checks.push_back({CheckState::Missing, question.subject, error.what(),
+                        "look whether the " + subject + " still answers"});
+    }
   }
   return checks;
 }
 
 std::vector<CheckResult> checkPower(const SystemRoots& roots) {
   std::vector<CheckResult> checks = {checkCoreSetting(settingsFile())};
-  std::ranges::move(checkSystemBus(), std::back_inserter(checks));
-  checks.push_back(checkProgram("pkexec", "pkexec", kProgramFolders));
+  std::ranges::move(
+      checkBus("system bus", Bus::openSystem,
+               "the core helper is reached through it: sudo apt install dbus, or look why it does not run",
+               {{kHelperSubject, checkHelper}, {"polkit", checkPolkit}}),
+      std::back_inserter(checks));
+  const bool helperAnswers = std::ranges::any_of(checks, [](const CheckResult& check) {
+    return check.subject == kHelperSubject && check.state == CheckState::Ok;
+  });
+  const CheckResult pkexec = checkProgram("pkexec", "pkexec", kProgramFolders);
+  // It is needed to install the helper, and no more.
+  checks.push_back(helperAnswers ? asNotes({pkexec}).front() : pkexec);
   for (const auto check : {checkEnergyCounters, checkBattery, checkChargeControl}) {
     checks.push_back(check(roots));
   }
-  return coreIsSwitchedOn(settingsFile()) ? checks : asNotes(std::move(checks));
+  const bool isOn = isSwitchedOn(settingsFile(), setting::kCoreAutostart);
+  return isOn ? checks : asNotes(std::move(checks));
 }
 
 std::vector<CheckResult> runChecks() {
   const SystemRoots roots = systemRootsFromEnvironment();
-  std::vector<CheckResult> checks = checkSession();
+  std::vector<CheckResult> checks =
+      checkBus("session bus", Bus::openSession,
+               "run this inside a user session, or set DBUS_SESSION_BUS_ADDRESS", {{"agent", checkAgent}});
   checks.push_back(checkSettings(settingsFile()));
   for (const auto check : {checkMachine, checkSensors, checkProcessorDriver, checkDriveDriver,
                            checkDiskCounters, checkApplicationNames}) {

@@ -1,18 +1,28 @@
 #include "quorlinctl/Helper.h"
 
+#include "helper/HelperTool.h"
+#include "platform/linux/HelperProtocol.h"
+
 #include <chrono>
+#include <cstdlib>
 
 namespace quorlin {
 namespace {
+
+struct FreeNames {
+  void operator()(char** names) const {
+    for (char** name = names; *name != nullptr; ++name) std::free(*name);
+    std::free(names);
+  }
+};
 
 constexpr std::chrono::seconds kPatience(30);
 constexpr std::chrono::minutes kPatienceWithPeople(10);
 
 BusMessage methodCall(const Bus& bus, const char* member) {
   sd_bus_message* message = nullptr;
-  checked(sd_bus_message_new_method_call(bus.get(), &message, "com.brellwick.Quorlin-Core-Helper",
-                                         "/com/brellwick/QuorlinCoreHelper",
-                                         "com.brellwick.HelperToolProtocol", member),
+  checked(sd_bus_message_new_method_call(bus.get(), &message, kHelperLabel.data(), helperprotocol::kPath,
+                                         helperprotocol::kInterface, member),
           "write a message to the core helper");
   return BusMessage(message);
 }
@@ -50,14 +60,28 @@ HelperAnswer ask(const Bus& bus, sd_bus_message* call, std::chrono::microseconds
 
 }  // namespace
 
+bool isAvailable(const Bus& bus, std::string_view service) {
+  char** acquired = nullptr;
+  char** activatable = nullptr;
+  checked(sd_bus_list_names(bus.get(), &acquired, &activatable), "list the names on the system bus");
+  const std::unique_ptr<char*, FreeNames> running(acquired);
+  const std::unique_ptr<char*, FreeNames> startable(activatable);
+  for (char** name : {acquired, activatable}) {
+    for (; *name != nullptr; ++name) {
+      if (*name == service) return true;
+    }
+  }
+  return false;
+}
+
 HelperAnswer askHelperVersion(const Bus& systemBus) {
-  const BusMessage call = methodCall(systemBus, "GetVersion");
+  const BusMessage call = methodCall(systemBus, helperprotocol::kGetVersion);
   return ask(systemBus, call.get(), kPatience);
 }
 
 HelperAnswer askHelperToUninstall(const Bus& systemBus, const std::string& key) {
   constexpr const char* attempt = "write a message to the core helper";
-  const BusMessage call = methodCall(systemBus, "UninstallHelper");
+  const BusMessage call = methodCall(systemBus, helperprotocol::kUninstallHelper);
   checked(sd_bus_message_append_basic(call.get(), 's', key.c_str()), attempt);
   checked(sd_bus_message_set_allow_interactive_authorization(call.get(), 1), attempt);
   return ask(systemBus, call.get(), kPatienceWithPeople);

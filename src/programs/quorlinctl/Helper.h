@@ -5,8 +5,12 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace quorlin {
+
+/// Whether a service runs or can be started by the bus. Throws BusError.
+bool isAvailable(const Bus& bus, std::string_view service);
 
 /// What became of a question: the helper's answer, or why there is none.
 struct HelperAnswer {

@@ -1,48 +1,14 @@
 /// The checks of the root helper and of what lets users reach it.
 #include "core/Settings.h"
-#include "platform/linux/UserDefaults.h"
 #include "platform/posix/TextFile.h"
 #include "quorlinctl/Checks.h"
 #include "quorlinctl/Helper.h"
-#include "quorlinctl/QuietLog.h"
-
-#include <cstdlib>
 
 namespace quorlin {
-namespace {
-
-struct FreeNames {
-  void operator()(char** names) const {
-    for (char** name = names; *name != nullptr; ++name) std::free(*name);
-    std::free(names);
-  }
-};
-
-/// Whether a service runs or can be started by the bus.
-bool isAvailable(const Bus& bus, std::string_view service) {
-  char** acquired = nullptr;
-  char** activatable = nullptr;
-  checked(sd_bus_list_names(bus.get(), &acquired, &activatable), "list the names on the system bus");
-  const std::unique_ptr<char*, FreeNames> running(acquired);
-  const std::unique_ptr<char*, FreeNames> startable(activatable);
-  for (char** name : {acquired, activatable}) {
-    for (; *name != nullptr; ++name) {
-      if (*name == service) return true;
-    }
-  }
-  return false;
-}
-
-}  // namespace
-
-bool coreIsSwitchedOn(const std::filesystem::path& settings) {
-  QuietLog log;  // The check of the settings says what is wrong with them.
-  return KeyFileUserDefaults(settings, log).integer(setting::kCoreAutostart) > 0;
-}
 
 CheckResult checkCoreSetting(const std::filesystem::path& settings) {
-  const std::string subject = "power work";
-  if (coreIsSwitchedOn(settings)) {
+  const std::string subject = "core helper setting";
+  if (isSwitchedOn(settings, setting::kCoreAutostart)) {
     return {CheckState::Ok, subject, settings.string() + " switches the core helper on", ""};
   }
   return {CheckState::Note, subject,

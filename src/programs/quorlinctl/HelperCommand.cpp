@@ -1,6 +1,7 @@
 #include "quorlinctl/HelperCommand.h"
 
 #include "commands/RequestKey.h"
+#include "core/Settings.h"
 #include "platform/linux/HelperInstaller.h"
 #include "platform/linux/System.h"
 #include "platform/linux/UserDefaults.h"
@@ -20,6 +21,15 @@ constexpr int kNotAuthorized = 127;
 
 int say(const std::string& sentence) {
   return writeAll(STDOUT_FILENO, sentence + "\n") ? kExitFailed : kExitOk;
+}
+
+/// Also where nobody can be asked, as below sudo.
+bool agentMayRun() {
+  try {
+    return findAgent(Bus::openSession()).has_value();
+  } catch (const BusError&) {
+    return true;
+  }
 }
 
 int install() {
@@ -48,11 +58,13 @@ int install() {
     complain("the installer failed with exit status " + std::to_string(status));
   }
   if (status != 0) return status;
-  const std::string next = coreIsSwitchedOn(settingsFile())
-                               ? ""
-                               : " Write coreAutostart=1 below [Settings] in " + settingsFile().native() +
-                                     " and start the agent anew to use it.";
-  return say("The core helper is installed." + next);
+  if (!isSwitchedOn(settingsFile(), setting::kCoreAutostart)) {
+    return say("The core helper is installed. Write coreAutostart=1 below [Settings] in " +
+               settingsFile().native() + " and start the agent anew to use it.");
+  }
+  const char* const next =
+      agentMayRun() ? " Start the agent anew: it looks for the helper only when it starts." : "";
+  return say(std::string("The core helper is installed.") + next);
 }
 
 int remove() {

@@ -7,11 +7,8 @@
 #include <utility>
 
 namespace quorlin {
-namespace {
 
 std::string textIn(const std::filesystem::path& file) { return readText(file.string()).value_or(""); }
-
-}  // namespace
 
 std::string processorField(const SystemRoots& roots, std::string_view key) {
   const std::string text = textIn(roots.procfs / "cpuinfo");

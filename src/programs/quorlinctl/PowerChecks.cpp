@@ -1,36 +1,38 @@
 /// The checks of what the kernel offers for power metrics and for holding the charge.
+#include "platform/linux/PowerSources.h"
 #include "platform/linux/SystemBatteries.h"
 #include "platform/posix/TextFile.h"
+#include "probes/BatteryInformation.h"
 #include "quorlinctl/Checks.h"
 #include "quorlinctl/Machine.h"
 
 #include <algorithm>
 #include <array>
-#include <functional>
+#include <cstdlib>
 
 namespace quorlin {
 namespace {
 
-std::string attribute(const std::filesystem::path& battery, const char* name) {
-  return displayText(readText((battery / name).string()).value_or(""));
-}
-
-/// "BAT0: 63 %, charging"
-std::string stateOf(const std::filesystem::path& battery) {
-  const std::string percent = attribute(battery, "capacity");
-  std::string status = attribute(battery, "status");
+/// "BAT0: 63 %, charging", the charge as the agent reckons it.
+std::string stateOf(const std::filesystem::path& battery,
+                    const std::optional<PowerSourceDescription>& source) {
+  const std::int32_t percent = batteryInfo({{source}}, PowerSources::kTimeRemainingUnknown)[1];
+  std::string status = displayText(supplyText(battery, "status"));
   if (!status.empty() && status.front() >= 'A' && status.front() <= 'Z') status.front() += 'a' - 'A';
   return displayText(battery.filename().native()) + ": " +
-         (percent.empty() ? "charge not told" : percent + " %") + ", " +
+         (percent == 0 ? "charge not told" : std::to_string(percent) + " %") + ", " +
          (status.empty() ? "state not told" : status);
 }
 
 /// The attribute by which the driver stops charging, or an empty text (Documentation/ABI/testing/
 /// sysfs-class-power).
 std::string chargeControlOf(const std::filesystem::path& battery) {
-  const std::string behaviours = attribute(battery, "charge_behaviour");
-  if (behaviours.find("inhibit-charge") != std::string::npos) return "charge_behaviour";
-  return attribute(battery, "charge_control_end_threshold").empty() ? "" : "charge_control_end_threshold";
+  std::string behaviours = " " + supplyText(battery, "charge_behaviour") + " ";
+  // The one in force is in brackets.
+  std::ranges::replace_if(
+      behaviours, [](char letter) { return letter == '[' || letter == ']'; }, ' ');
+  if (behaviours.find(" inhibit-charge ") != std::string::npos) return "charge_behaviour";
+  return supplyText(battery, "charge_control_end_threshold").empty() ? "" : "charge_control_end_threshold";
 }
 
 void append(std::string& list, const std::string& entry) {
@@ -50,7 +52,10 @@ CheckResult checkEnergyCounters(const SystemRoots& roots) {
     return {CheckState::Ok, subject, "the energy counters of " + zone.string() + " are there", ""};
   }
   const std::string vendor = processorField(roots, "vendor_id");
-  if (std::ranges::find(vendors, vendor) == vendors.end()) {
+  // arch/x86/events/rapl.c: AMD's processors have them since family 17h.
+  const bool isTooOld =
+      vendor == "AuthenticAMD" && std::atoi(processorField(roots, "cpu family").c_str()) < 0x17;
+  if (isTooOld || std::ranges::find(vendors, vendor) == vendors.end()) {
     return {CheckState::Note, subject, "no energy counters are known for this kind of processor", ""};
   }
   return driverMissing(roots, subject,
@@ -60,7 +65,10 @@ CheckResult checkEnergyCounters(const SystemRoots& roots) {
 
 CheckResult checkBattery(const SystemRoots& roots) {
   std::string found;
-  for (const std::filesystem::path& battery : systemBatteries(roots.sysfs)) append(found, stateOf(battery));
+  const std::vector<std::filesystem::path> batteries = systemBatteries(roots.sysfs);
+  PowerSourceList sources = SysfsPowerSources(roots.sysfs).copyPowerSources().value_or(PowerSourceList());
+  sources.resize(batteries.size());
+  for (std::size_t i = 0; i < batteries.size(); ++i) append(found, stateOf(batteries[i], sources[i]));
   if (found.empty()) return {CheckState::Note, "battery", "this computer has none of its own", ""};
   return {CheckState::Ok, "battery", found, ""};
 }

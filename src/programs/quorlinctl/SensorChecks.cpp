@@ -24,8 +24,6 @@ std::string joined(const std::vector<std::string>& names) {
   return text;
 }
 
-std::string textIn(const std::filesystem::path& file) { return readText(file.string()).value_or(""); }
-
 std::set<std::string> chipNames(const SystemRoots& roots) {
   std::set<std::string> names;
   for (const FoundChip& chip : discoverSensors(roots.sysfs.string()).chips) names.insert(chip.name);

@@ -2,11 +2,16 @@
 #include "core/Notifications.h"
 #include "core/Settings.h"
 #include "platform/linux/UserDefaults.h"
-#include "platform/posix/TextFile.h"
 #include "quorlinctl/Checks.h"
+#include "quorlinctl/Machine.h"
+#include "quorlinctl/QuietLog.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <ctime>
+#include <sstream>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace quorlin {
@@ -31,13 +36,43 @@ class FirstLine final : public Log {
 
 }  // namespace
 
-CheckResult checkAgent(const std::optional<RunningAgent>& agent) {
+bool beganBefore(pid_t process, const std::filesystem::path& file, const SystemRoots& roots) {
+  const std::string text = textIn(roots.procfs / std::to_string(process) / "stat");
+  // proc(5): the 22nd field tells the start, in ticks since the system's; the name before the third may hold
+  // any character.
+  std::istringstream fields(text.substr(text.rfind(')') + 1));
+  std::string other;
+  for (int field = 3; field < 22; ++field) fields >> other;
+  std::int64_t ticks = 0;
+  struct stat status {};
+  if (!(fields >> ticks) || ::stat(file.c_str(), &status) != 0) return false;
+  timespec now{};
+  timespec sinceSystemStart{};
+  ::clock_gettime(CLOCK_REALTIME, &now);
+  ::clock_gettime(CLOCK_BOOTTIME, &sinceSystemStart);
+  // A package keeps the time of modification that its file was made with.
+  return now.tv_sec - sinceSystemStart.tv_sec + ticks / ::sysconf(_SC_CLK_TCK) < status.st_ctim.tv_sec;
+}
+
+CheckResult checkAgent(const Bus& sessionBus) {
   const std::string name(kAgentIdentifier);
+  const std::optional<pid_t> agent = findAgent(sessionBus);
   if (!agent) {
     return {CheckState::Missing, "agent", "nobody owns " + name + " on the session bus",
             "start it: quorlin-sensors"};
   }
-  return {CheckState::Ok, "agent", name + " is process " + std::to_string(agent->process), ""};
+  const std::string finding = name + " is process " + std::to_string(*agent);
+  if (isSwitchedOn(settingsFile(), setting::kCoreAutostart) &&
+      beganBefore(*agent, kInstalledHelper, systemRootsFromEnvironment())) {
+    return {CheckState::Note, "agent", finding + ", which began before the core helper was installed",
+            "start it anew: it looks for the helper only when it starts"};
+  }
+  return {CheckState::Ok, "agent", finding, ""};
+}
+
+bool isSwitchedOn(const std::filesystem::path& settings, std::string_view setting) {
+  QuietLog log;  // The check of the settings says what is wrong with them.
+  return KeyFileUserDefaults(settings, log).integer(setting) > 0;
 }
 
 CheckResult checkSettings(const std::filesystem::path& file) {
@@ -56,8 +91,7 @@ CheckResult checkSettings(const std::filesystem::path& file) {
 
 CheckResult checkApplicationNames(const SystemRoots& roots) {
   const std::string subject = "application names";
-  const std::string group =
-      unifiedControlGroup(readText((roots.procfs / "self/cgroup").string()).value_or(""));
+  const std::string group = unifiedControlGroup(textIn(roots.procfs / "self/cgroup"));
   // systemd.io/DESKTOP_ENVIRONMENTS: applications run below app.slice of the user's own service manager.
   if (group.find("/user@") != std::string::npos && group.find("/app.slice/") != std::string::npos) {
     return {CheckState::Ok, subject, "this session keeps applications in app.slice of systemd's user session",
