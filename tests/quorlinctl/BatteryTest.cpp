@@ -13,7 +13,6 @@ namespace {
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
 
 class FakeSources final : public PowerSources {
  public:
@@ -53,6 +52,8 @@ const Notification kPower = {.name = std::string(notification::kCoreData),
                              .userInfo = {{"coreData", "CPU Power: 5.21 W"}, {"batteryLimit", 80}}};
 const Notification kSample = {
     .name = std::string(notification::kSensorsDataM), .object = std::nullopt, .userInfo = {}};
+const Notification kReduced = {
+    .name = std::string(notification::kSensorsDataMMini), .object = std::nullopt, .userInfo = {}};
 
 std::string shownBy(Output& output, const Notification& notification) {
   testing::internal::CaptureStdout();
@@ -60,21 +61,49 @@ std::string shownBy(Output& output, const Notification& notification) {
   return testing::internal::GetCapturedStdout();
 }
 
-TEST(JsonOutput, TellsTheBatteryWithThePowerMetricsAlone) {
+TEST(JsonOutput, TellsTheBatteryButWithReducedSamples) {
   FakeSources sources({100, 63, false}, PowerSources::kTimeRemainingUnknown);
   JsonOutput output(sources);
-  EXPECT_THAT(shownBy(output, kPower), HasSubstr(R"(},"battery":{"state":"on-battery","percent":63}})"));
-  EXPECT_THAT(shownBy(output, kSample), HasSubstr(R"("userInfo":{}})"));
+  for (const Notification& notification : {kPower, kSample}) {
+    EXPECT_THAT(shownBy(output, notification),
+                HasSubstr(R"(},"battery":{"state":"on-battery","percent":63}})"));
+  }
+  EXPECT_THAT(shownBy(output, kReduced), HasSubstr(R"("userInfo":{}})"));
 }
 
-TEST(ReportOutput, ShowsTheBatteryAtOnceAndPowerMetricsThatCameBefore) {
+TEST(ReportOutput, FollowsSamplesAndPowerMetricsWhereThereIsNone) {
   ASSERT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr);
   FakeSources sources({100, 63, false}, PowerSources::kTimeRemainingUnknown);
+  const auto both = AllOf(HasSubstr("5.21 W"), HasSubstr("Charge limit"), HasSubstr("On battery"));
   ReportOutput output(Role::MainApp, sources);
-  EXPECT_THAT(shownBy(output, kSample), AllOf(HasSubstr("On battery"), Not(HasSubstr("Power"))));
+  EXPECT_THAT(shownBy(output, kReduced), IsEmpty());
+  EXPECT_THAT(shownBy(output, kPower), AllOf(both, HasSubstr("waiting for a sample")));
+  EXPECT_THAT(shownBy(output, kSample), both);
   EXPECT_THAT(shownBy(output, kPower), IsEmpty()) << "a report is a sample";
-  EXPECT_THAT(shownBy(output, kSample), AllOf(HasSubstr("5.21 W"), HasSubstr("Charge limit")));
+  ReportOutput once(Role::MainApp, sources);
+  once.remember(kPower);
+  EXPECT_THAT(shownBy(once, kSample), both);
   std::setlocale(LC_CTYPE, "C");
+}
+
+TEST(ViewState, ForgetsWhatIsNotFollowedByAnother) {
+  FakeSources sources({100, 63, false}, PowerSources::kTimeRemainingUnknown);
+  ViewState state(Role::MainApp, sources);
+  const ViewState::Clock::time_point start{};
+  EXPECT_TRUE(state.take(kPower, start));
+  EXPECT_TRUE(state.take(kSample, start + std::chrono::seconds(9)));
+  EXPECT_EQ(state.view().batteryLimit, 80);
+  EXPECT_TRUE(state.take(kSample, start + std::chrono::seconds(18)));
+  EXPECT_EQ(state.view().powerMetrics, std::nullopt);
+  EXPECT_EQ(state.view().batteryLimit, std::nullopt);
+  EXPECT_FALSE(state.take(kPower, start + std::chrono::seconds(19)));
+  sources = FakeSources({100, 7, false}, PowerSources::kTimeRemainingUnknown);
+  state.explainSilence("because", start + std::chrono::seconds(28));
+  EXPECT_FALSE(state.view().sample.has_value());
+  EXPECT_EQ(state.view().silence, "because");
+  EXPECT_NE(state.view().powerMetrics, std::nullopt) << "these still come";
+  EXPECT_TRUE(state.take(kPower, start + std::chrono::seconds(29)));
+  EXPECT_EQ(state.view().battery.percent, 7);
 }
 
 }  // namespace

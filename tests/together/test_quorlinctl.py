@@ -25,6 +25,7 @@ def test_one_sample_as_json(session, role, name):
     assert sample["userInfo"]["sensorsData"]["platform/coretemp.0/temp1"] == 52
     assert None in sample["userInfo"]["sensorsData"].values(), "not a number is null"
     assert len(sample["userInfo"]["readDiskIOData"]) == 60
+    assert sample["battery"] == {"state": "charging", "percent": 63}
 
 
 def test_one_sample_to_read(session):
@@ -32,6 +33,36 @@ def test_one_sample_to_read(session):
     report = session.run("quorlinctl", "watch", "--once").stdout
     assert re.search(r"Package id 0 .*52\.0 °C", report)
     assert re.search(r"2410 RPM", report)
+
+
+def start_with_power(session, system_bus, **settings):
+    """The agent beside a root helper, the core helper on."""
+    system_bus.start()
+    session.environment["DBUS_SYSTEM_BUS_ADDRESS"] = system_bus.address
+    session.environment["QUORLIN_SYSFS_ROOT"] = str(system_bus.tree / "sys")
+    session.configure(coreAutostart=1, batterylimit=80, **settings)
+    session.start("-silent")
+    wait_until(lambda: session.logged("Core helper is installed"), "the helper is found")
+
+
+def test_with_the_core_helper_on_a_report_waits_for_power(session, system_bus):
+    start_with_power(session, system_bus, autostart=1)
+    for _ in range(2):  # the agent asks for power metrics with every second sample
+        report = session.run("quorlinctl", "watch", "--once").stdout
+        assert re.search(r"Package id 0 .*52\.0 °C(.*\n)+.*Package Power .* W(.*\n)+.*Charge limit +80 %", report)
+    sent = session.run("quorlinctl", "battery-limit", "80%")
+    assert (sent.returncode, sent.stderr) == (0, ""), "nothing to warn of"
+    doctor = session.run("quorlinctl", "doctor").stdout
+    assert re.search(r"^ok +core helper +version", doctor, re.MULTILINE)
+
+
+@pytest.mark.parametrize("form, shown", [([], r"Package Power .* W(.*\n)+.*Charge limit +80 %"),
+                                         (["--json"], r'"name":"QuorlinSensorsCoreData".*"percent":63')])
+def test_power_is_shown_where_the_sensors_are_switched_off(session, system_bus, form, shown):
+    start_with_power(session, system_bus, autostart=0)
+    ended = session.run("quorlinctl", "watch", "--once", "--timeout", str(PATIENCE), *form)
+    assert (ended.returncode, ended.stderr) == (0, "")
+    assert re.search(shown, ended.stdout)
 
 
 def test_watch_says_that_it_comes_and_goes(session):
@@ -82,7 +113,7 @@ def test_without_samples_watch_says_why(session, running, plugin, reason):
 
 
 def test_the_live_view_draws_in_place_and_gives_the_screen_back(session):
-    session.start_and_greet("-silent")
+    agent, _ = session.start_and_greet("-silent")
     terminal, inside = pty.openpty()
     watch = subprocess.Popen(["script", "-qec", f"stty cols 80 rows 24; {PROGRAMS / 'quorlinctl'} watch", "/dev/null"],
                              env={**session.environment, "TERM": "xterm"}, stdin=inside, stdout=inside, stderr=inside,
@@ -101,7 +132,9 @@ def test_the_live_view_draws_in_place_and_gives_the_screen_back(session):
         return text.encode() in screen
 
     wait_until(lambda: has_shown("Package id 0"), "a sample is drawn")
-    assert b"\x1b[?1049h" in screen and b"more readings" in screen
+    assert b"\x1b[?1049h" in screen and b"more readings" in screen and b"2410 RPM" in screen
+    agent.terminate()
+    wait_until(lambda: has_shown("the agent is not running"), "the silence is explained")
     os.write(terminal, b"q")
     wait_until(lambda: has_shown("\x1b[?1049l"), "the screen is given back")
     assert watch.wait(PATIENCE) == 0

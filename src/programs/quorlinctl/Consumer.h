@@ -56,8 +56,6 @@ class Consumer {
   Consumer(const Consumer&) = delete;
   Consumer& operator=(const Consumer&) = delete;
 
-  bool heardHeartbeat() const { return heardHeartbeat_; }
-
  private:
   void observe(std::string_view name);
   void receive(const Notification& notification);

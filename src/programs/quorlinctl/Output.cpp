@@ -25,8 +25,11 @@ void complain(std::string_view message) {
 }
 
 std::error_code JsonOutput::show(const Notification& notification) {
-  const bool power = notification.name == notification::kCoreData;
-  const std::optional<Battery> battery = power ? std::optional(readBattery(powerSources_)) : std::nullopt;
+  using namespace notification;
+  const bool withBattery = notification.name == kCoreData || notification.name == kSensorsDataM ||
+                           notification.name == kSensorsDataW;
+  const std::optional<Battery> battery =
+      withBattery ? std::optional(readBattery(powerSources_)) : std::nullopt;
   return writeAll(STDOUT_FILENO, jsonLineOf(notification, battery) + "\n");
 }
 

@@ -23,11 +23,14 @@ class Output {
 
   virtual std::error_code show(const Notification& notification) = 0;
 
+  /// Keeps power metrics, to be shown with the next sample.
+  virtual void remember(const Notification& /*notification*/) {}
+
   /// For an output that is waited at: why no sample has come.
   virtual void explainSilence(const std::string& /*reason*/) {}
 };
 
-/// Power metrics come with the battery's state of that moment.
+/// Complete samples and power metrics come with the battery's state of that moment.
 class JsonOutput final : public Output {
  public:
   /// The power sources outlive it.

@@ -1,5 +1,6 @@
 #include "quorlinctl/ReadingBlocks.h"
 
+#include "platform/posix/TextFile.h"
 #include "quorlinctl/Figures.h"
 
 #include <algorithm>
@@ -36,13 +37,6 @@ ReadingRow fanRow(const Reading& reading) {
           .fill = std::nullopt};
 }
 
-std::string_view trimmed(std::string_view text) {
-  constexpr std::string_view space = " \t\r";
-  const std::size_t start = text.find_first_not_of(space);
-  if (start == std::string_view::npos) return {};
-  return text.substr(start, text.find_last_not_of(space) + 1 - start);
-}
-
 std::string labelOf(const Battery& battery, std::optional<std::int64_t> limit) {
   switch (battery.state) {
     case kOnBattery:
@@ -66,12 +60,10 @@ std::vector<ReadingBlock> sensorBlocks(const Sample& sample) {
     std::ranges::transform(group.readings, std::back_inserter(block.rows), temperatureRow);
     blocks.push_back(std::move(block));
   }
-  if (sample.fans.empty()) return blocks;
   ReadingBlock fans{.title = "Fans", .rows = {}};
   std::ranges::transform(sample.fans, std::back_inserter(fans.rows), fanRow);
-  // Before the remaining temperatures, which a small terminal may have no room for.
-  const bool hasRemainder = !blocks.empty() && blocks.back().title == kRemainderTitle;
-  blocks.insert(hasRemainder ? blocks.end() - 1 : blocks.end(), std::move(fans));
+  // Before the other temperatures, which a small terminal may have no room for.
+  insertBehind(blocks, "Processor", std::move(fans));
   return blocks;
 }
 

@@ -12,6 +12,9 @@
 namespace quorlin {
 namespace {
 
+/// The agent asks for power metrics every six seconds.
+constexpr std::chrono::seconds kPowerAge(15);
+
 std::string timeOfDay() {
   const std::time_t now = std::time(nullptr);
   std::tm local{};
@@ -28,17 +31,34 @@ ViewState::ViewState(Role role, PowerSources& powerSources)
   view_.battery = readBattery(powerSources_);
 }
 
-bool ViewState::take(const Notification& notification) {
-  if (notification.name == notification::kCoreData) {
+bool ViewState::take(const Notification& notification, Clock::time_point now) {
+  const bool isSample = notification.name == fullSample_;
+  if (!isSample && notification.name != notification::kCoreData) return false;
+  if (isSample) {
+    view_.sample = sampleOf(notification.userInfo);
+    forgetOldPower(now);
+  } else {
     view_.powerMetrics = powerMetricsOf(notification.userInfo);
     view_.batteryLimit = batteryLimitOf(notification.userInfo);
-    return false;
+    powerTime_ = now;
+    if (view_.sample) return false;
   }
-  if (notification.name != fullSample_) return false;
-  view_.sample = sampleOf(notification.userInfo);
   view_.battery = readBattery(powerSources_);
   view_.time = timeOfDay();
   return true;
+}
+
+void ViewState::explainSilence(const std::string& reason, Clock::time_point now) {
+  view_.silence = reason;
+  view_.sample.reset();
+  view_.battery = readBattery(powerSources_);
+  forgetOldPower(now);
+}
+
+void ViewState::forgetOldPower(Clock::time_point now) {
+  if (now - powerTime_ < kPowerAge) return;
+  view_.powerMetrics.reset();
+  view_.batteryLimit.reset();
 }
 
 std::error_code ReportOutput::show(const Notification& notification) {
@@ -66,12 +86,11 @@ LiveOutput::LiveOutput(Role role, PowerSources& powerSources, LinuxRunLoop& loop
 }
 
 std::error_code LiveOutput::show(const Notification& notification) {
-  // Where the sensors are switched off, power metrics are all that comes.
-  return state_.take(notification) || !state_.view().sample ? draw() : std::error_code();
+  return state_.take(notification) ? draw() : std::error_code();
 }
 
 void LiveOutput::explainSilence(const std::string& reason) {
-  state_.setSilence(reason);
+  state_.explainSilence(reason);
   draw();
 }
 

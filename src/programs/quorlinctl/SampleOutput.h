@@ -7,6 +7,8 @@
 #include "quorlinctl/SampleView.h"
 #include "quorlinctl/Terminal.h"
 
+#include <chrono>
+
 namespace quorlin {
 
 /// Keeps what the notifications have brought, and the battery's state of that moment, ready to be shown.
@@ -15,23 +17,30 @@ class ViewState {
   /// The power sources outlive it.
   ViewState(Role role, PowerSources& powerSources);
 
+  using Clock = std::chrono::steady_clock;
+
   const SampleView& view() const { return view_; }
-  void setSilence(const std::string& reason) { view_.silence = reason; }
-  /// Whether there is a new sample to be shown.
-  bool take(const Notification& notification);
+  /// Whether there is something new to be shown: a sample, or power metrics where no sample has come.
+  bool take(const Notification& notification, Clock::time_point now = Clock::now());
+  /// Forgets the sample, since no other follows it.
+  void explainSilence(const std::string& reason, Clock::time_point now = Clock::now());
 
  private:
+  void forgetOldPower(Clock::time_point now);
+
   std::string_view fullSample_;
   PowerSources& powerSources_;
   SampleView view_;
+  Clock::time_point powerTime_;
 };
 
-/// One report a sample, a blank line between two.
+/// One report a sample, or for power metrics where no sample has come; a blank line between two.
 class ReportOutput final : public Output {
  public:
   ReportOutput(Role role, PowerSources& powerSources) : state_(role, powerSources) {}
 
   std::error_code show(const Notification& notification) override;
+  void remember(const Notification& notification) override { state_.take(notification); }
 
  private:
   ViewState state_;

@@ -38,8 +38,9 @@ class ViewRenderer {
       sample(*view_.sample);
     } else {
       add(newLine());
-      add(newLine().text("waiting for the agent…", Tone::Faint));
-      if (!view_.silence.empty()) add(newLine().text(view_.silence));
+      add(newLine().text(view_.powerMetrics ? "waiting for a sample…" : "waiting for the agent…",
+                         Tone::Faint));
+      paragraph(view_.silence);
       add(newLine());
       readings(withPower({}), size_.rows - used());
     }
@@ -55,6 +56,19 @@ class ViewRenderer {
   void add(StyledLine line) { lines_.push_back(std::move(line)); }
   std::string firstThatFits(const std::string& text, const std::string& shorter, int start = 0) const {
     return start + columnsOf(text, appearance_.charset) <= size_.columns ? text : shorter;
+  }
+  /// Lines that end at blanks, where there are any.
+  void paragraph(std::string_view text) {
+    while (!text.empty()) {
+      std::size_t end = text.size();
+      while (columnsOf(text.substr(0, end), appearance_.charset) > size_.columns) {
+        const std::size_t blank = text.rfind(' ', end - 1);
+        if (blank == std::string_view::npos || blank == 0) break;
+        end = blank;
+      }
+      add(newLine().text(text.substr(0, end)));
+      text.remove_prefix(std::min(end + 1, text.size()));
+    }
   }
   int used() const { return static_cast<int>(lines_.size()); }
 

@@ -11,9 +11,9 @@ namespace quorlin {
 
 struct SampleView {
   std::string machine;
-  /// When the sample came, as text.
+  /// When the sample came, or the power metrics where there is none, as text.
   std::string time;
-  /// Nothing while the agent is waited for.
+  /// Nothing while one is waited for.
   std::optional<Sample> sample;
   /// Why none has come yet, where that is known.
   std::string silence;
