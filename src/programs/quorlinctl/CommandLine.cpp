@@ -55,10 +55,12 @@ constexpr std::array<Subcommand, 8> kSubcommands = {{
      "pipe or file it writes one report after another. Power metrics come from the core\n"
      "helper (quorlinctl helper install), every six seconds.\n"
      "\n"
-     "  --once             show one complete report and leave\n"
+     "  --once             show one complete report and leave; where the core helper is\n"
+     "                     on, that waits some seconds for its power metrics\n"
      "  --json             one JSON object a line for each notification: name, object,\n"
-     "                     userInfo, with power metrics also battery; with --once\n"
-     "                     exactly one, the complete sample\n"
+     "                     userInfo, and battery but with the reduced samples; with --once\n"
+     "                     exactly one: the complete sample, or the power metrics where\n"
+     "                     no sample comes\n"
      "  --widget           take the place of the widget, not of the main application\n"
      "  --timeout SECONDS  how long --once waits for a sample, 15 unless given\n"
      "  --help             show this help\n"
@@ -86,8 +88,9 @@ constexpr std::array<Subcommand, 8> kSubcommands = {{
     {"terminate", "ask an application to quit",
      "Usage: quorlinctl terminate PID\n"
      "\n"
-     "Tells the agent to ask the application with this process id to quit, as its window's\n"
-     "close button would. Processes that are no application are left alone.\n",
+     "Tells the agent to ask the application with this process id to quit (SIGTERM), upon\n"
+     "which many end without asking whether to save. Processes that are no application\n"
+     "are left alone.\n",
      kSentEnding, parseAndAct<parseProcessArguments, sendTerminate>},
     {"force-terminate", "end an application at once",
      "Usage: quorlinctl force-terminate PID\n"
@@ -106,7 +109,8 @@ constexpr std::array<Subcommand, 8> kSubcommands = {{
      "Usage: quorlinctl workflow [--] FILE\n"
      "\n"
      "Tells the agent to run an executable file or a .desktop entry, once and without\n"
-     "arguments.\n",
+     "arguments. The agent stands still until the workflow has ended, so a workflow must not\n"
+     "call the agent back: quorlinctl inside it would wait for an agent that waits for it.\n",
      kSentEnding, parseAndAct<parseWorkflowArguments, sendWorkflow>},
     {"helper", "install or remove the core helper",
      "Usage: quorlinctl helper install\n"
