@@ -44,29 +44,9 @@ struct FakeAgent {
     return sd_bus_reply_method_return(message, nullptr);
   }
 
-  static const sd_bus_vtable* table() {
-    static const sd_bus_vtable table[] = {
-        SD_BUS_VTABLE_START(0),
-        SD_BUS_METHOD("Open", "asa{sv}", nullptr, open, SD_BUS_VTABLE_UNPRIVILEGED),
-        SD_BUS_VTABLE_END,
-    };
-    return table;
-  }
-
-  static sd_bus* connection() {
-    sd_bus* bus = nullptr;
-    sd_bus_open_user(&bus);
-    return bus;
-  }
-
   std::vector<std::string> opened;
   bool refuses = false;
-  FakeService service{connection(),
-                      "brellwick.QuorlinSensors",
-                      "/brellwick/QuorlinSensors",
-                      "org.freedesktop.Application",
-                      table(),
-                      this};
+  FakeService service{sd_bus_open_user, "brellwick.QuorlinSensors", "/brellwick/QuorlinSensors", open, this};
 };
 
 /// What a command says on standard output and on the error stream, and its exit status.
@@ -113,6 +93,7 @@ TEST(AgentCommands, ReachTheAgentAsUrlsAndSayWhatWasSent) {
       {[&] { return sendWorkflow({.help = false, .file = script}); }, "runworkflow/" + percentEncoded(script),
        "The workflow " + script},
   };
+  EXPECT_THAT(whatIsSaidBy(cases[1].send).complaints, HasSubstr("no agent runs in this session"));
   FakeAgent agent;
   for (const auto& [send, url, what] : cases) {
     agent.opened.clear();
@@ -126,13 +107,6 @@ TEST(AgentCommands, ReachTheAgentAsUrlsAndSayWhatWasSent) {
   EXPECT_EQ(refused.status, kExitFailed);
   EXPECT_THAT(refused.complaints, HasSubstr("not today"));
   EXPECT_THAT(refused.output, IsEmpty());
-}
-
-TEST(AgentCommands, SayThatNoAgentRuns) {
-  const PrivateBus daemon;
-  const Said said = whatIsSaidBy([] { return sendTerminate({.help = false, .process = 1}); });
-  EXPECT_EQ(said.status, kExitFailed);
-  EXPECT_THAT(said.complaints, HasSubstr("no agent runs in this session"));
 }
 
 TEST(AgentCommands, OfAComputerWithoutNameCarryNoKey) {
@@ -156,7 +130,9 @@ TEST(AgentCommands, WarnOfABatteryThatCannotBeHeld) {
   EXPECT_THAT(complaints(80), HasSubstr("no way to stop charging"));
   computer.folder.write(battery + "charge_behaviour", "[auto] inhibit-charge\n");
   EXPECT_THAT(complaints(80), HasSubstr("core helper: not installed"));
-  std::filesystem::remove_all(computer.folder.path() / "class");
+  for (const char* const made : {"class", "quorlin-sensors"}) {
+    std::filesystem::remove_all(computer.folder.path() / made);
+  }
   unsetenv("DBUS_SYSTEM_BUS_ADDRESS");
 }
 

@@ -1,4 +1,5 @@
 #include "core/Notifications.h"
+#include "fakes/FakeMachine.h"
 #include "quorlinctl/Battery.h"
 #include "quorlinctl/SampleOutput.h"
 
@@ -14,17 +15,13 @@ using testing::AllOf;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-class FakeSources final : public PowerSources {
- public:
-  explicit FakeSources(PowerSourceDescription source, double remaining)
-      : source_(source), remaining_(remaining) {}
-  std::optional<PowerSourceList> copyPowerSources() override { return PowerSourceList{source_}; }
-  double timeRemainingEstimate() override { return remaining_; }
-
- private:
-  PowerSourceDescription source_;
-  double remaining_;
-};
+FakePowerSources sourcesWith(PowerSourceDescription source,
+                             double estimate = PowerSources::kTimeRemainingUnknown) {
+  FakePowerSources sources;
+  sources.sources = PowerSourceList{source};
+  sources.estimate = estimate;
+  return sources;
+}
 
 TEST(Battery, IsReadWithAWordForItsState) {
   constexpr double unlimited = PowerSources::kTimeRemainingUnlimited;
@@ -41,7 +38,7 @@ TEST(Battery, IsReadWithAWordForItsState) {
       {{200, 0, false}, unlimited, {kNotCharging, std::nullopt}, "not-charging"},
   };
   for (const auto& [source, remaining, battery, word] : cases) {
-    FakeSources sources(source, remaining);
+    FakePowerSources sources = sourcesWith(source, remaining);
     EXPECT_EQ(readBattery(sources), battery) << word;
     EXPECT_EQ(wordOf(battery.state), word);
   }
@@ -62,7 +59,7 @@ std::string shownBy(Output& output, const Notification& notification) {
 }
 
 TEST(JsonOutput, TellsTheBatteryButWithReducedSamples) {
-  FakeSources sources({100, 63, false}, PowerSources::kTimeRemainingUnknown);
+  FakePowerSources sources = sourcesWith({100, 63, false});
   JsonOutput output(sources);
   for (const Notification& notification : {kPower, kSample}) {
     EXPECT_THAT(shownBy(output, notification),
@@ -73,7 +70,7 @@ TEST(JsonOutput, TellsTheBatteryButWithReducedSamples) {
 
 TEST(ReportOutput, FollowsSamplesAndPowerMetricsWhereThereIsNone) {
   ASSERT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr);
-  FakeSources sources({100, 63, false}, PowerSources::kTimeRemainingUnknown);
+  FakePowerSources sources = sourcesWith({100, 63, false});
   const auto both = AllOf(HasSubstr("5.21 W"), HasSubstr("Charge limit"), HasSubstr("On battery"));
   ReportOutput output(Role::MainApp, sources);
   EXPECT_THAT(shownBy(output, kReduced), IsEmpty());
@@ -87,7 +84,7 @@ TEST(ReportOutput, FollowsSamplesAndPowerMetricsWhereThereIsNone) {
 }
 
 TEST(ViewState, ForgetsWhatIsNotFollowedByAnother) {
-  FakeSources sources({100, 63, false}, PowerSources::kTimeRemainingUnknown);
+  FakePowerSources sources = sourcesWith({100, 63, false});
   ViewState state(Role::MainApp, sources);
   const ViewState::Clock::time_point start{};
   EXPECT_TRUE(state.take(kPower, start));
@@ -97,7 +94,7 @@ TEST(ViewState, ForgetsWhatIsNotFollowedByAnother) {
   EXPECT_EQ(state.view().powerMetrics, std::nullopt);
   EXPECT_EQ(state.view().batteryLimit, std::nullopt);
   EXPECT_FALSE(state.take(kPower, start + std::chrono::seconds(19)));
-  sources = FakeSources({100, 7, false}, PowerSources::kTimeRemainingUnknown);
+  sources = sourcesWith({100, 7, false});
   state.explainSilence("because", start + std::chrono::seconds(28));
   EXPECT_FALSE(state.view().sample.has_value());
   EXPECT_EQ(state.view().silence, "because");

@@ -11,13 +11,13 @@ namespace quorlin {
 
 class FakeService {
  public:
-  /// Takes the connection.
-  FakeService(sd_bus* bus, const char* name, const char* path, const char* interface,
-              const sd_bus_vtable* table, void* userdata)
-      : bus_(bus), descriptor_(sd_bus_get_fd(bus)) {
-    sd_bus_add_object_vtable(bus, nullptr, path, interface, table, userdata);
-    sd_bus_request_name(bus, name, 0);
-    answering_ = std::thread([bus] {
+  /// The handler gets every call of a method at the path.
+  FakeService(int (*open)(sd_bus**), const char* name, const char* path, sd_bus_message_handler_t handler,
+              void* userdata) {
+    open(&bus_);
+    sd_bus_add_object(bus_, nullptr, path, handler, userdata);
+    sd_bus_request_name(bus_, name, 0);
+    answering_ = std::thread([bus = bus_] {
       for (int processed = 0; processed >= 0;) {
         processed = sd_bus_process(bus, nullptr);
         if (processed == 0) processed = sd_bus_wait(bus, UINT64_MAX);
@@ -26,7 +26,7 @@ class FakeService {
   }
   ~FakeService() {
     // The thread's next step fails.
-    ::shutdown(descriptor_, SHUT_RDWR);
+    ::shutdown(sd_bus_get_fd(bus_), SHUT_RDWR);
     answering_.join();
     sd_bus_close_unref(bus_);
   }
@@ -34,8 +34,7 @@ class FakeService {
   FakeService& operator=(const FakeService&) = delete;
 
  private:
-  sd_bus* bus_;
-  int descriptor_;
+  sd_bus* bus_ = nullptr;
   std::thread answering_;
 };
 

@@ -25,37 +25,13 @@ struct FakeHelper {
     return sd_bus_reply_method_return(message, "s", interactive ? key : "asked without a person");
   }
 
-  static const sd_bus_vtable* table() {
-    static const sd_bus_vtable table[] = {
-        SD_BUS_VTABLE_START(0),
-        SD_BUS_METHOD("GetVersion", nullptr, "s", answer, SD_BUS_VTABLE_UNPRIVILEGED),
-        SD_BUS_METHOD("UninstallHelper", "s", "s", answer, SD_BUS_VTABLE_UNPRIVILEGED),
-        SD_BUS_VTABLE_END,
-    };
-    return table;
-  }
-
-  static sd_bus* connection() {
-    sd_bus* bus = nullptr;
-    sd_bus_open_system(&bus);
-    return bus;
-  }
-
   std::string errorName;
-  FakeService service{
-      connection(), kHelperLabel.data(), helperprotocol::kPath, helperprotocol::kInterface, table(), this};
+  FakeService service{sd_bus_open_system, kHelperLabel.data(), helperprotocol::kPath, answer, this};
 };
 
 /// A private bus in the system bus's place.
-class SystemBus {
- public:
+struct SystemBus : PrivateBus {
   SystemBus() { setenv("DBUS_SYSTEM_BUS_ADDRESS", std::getenv("DBUS_SESSION_BUS_ADDRESS"), 1); }
-  ~SystemBus() { unsetenv("DBUS_SYSTEM_BUS_ADDRESS"); }
-  SystemBus(const SystemBus&) = delete;
-  SystemBus& operator=(const SystemBus&) = delete;
-
- private:
-  PrivateBus daemon_;
 };
 
 TEST(Helper, IsToldFromOneThatIsAbsentRefusesOrFails) {

@@ -23,12 +23,10 @@ TEST(Json, IsWrittenForEveryKindOfValue) {
       {true, "true"},
       {"a\"\\\n\x01", R"("a\"\\\n\u0001")"},
       {"caf\xC3\xA9 \xFF\xC0\xAF", "\"café \uFFFD\uFFFD\uFFFD\""},
-      {Data{}, R"("")"},
       {Data{'M'}, R"("TQ==")"},
       {Data{'M', 'a'}, R"("TWE=")"},
       {Data{'M', 'a', 'n', 0xFF}, R"("TWFu/w==")"},
       {archivedDataWithRootObject(Array{1.5, std::nan("")}), "[1.5,null]"},
-      {dateOf(0), R"("1970-01-01T00:00:00Z")"},
       {dateOf(951'782'400'000'000), R"("2000-02-29T00:00:00Z")"},
       {dateOf(-1), R"("1969-12-31T23:59:59.999999Z")"},
       {Dictionary{{"b", 1}, {"a", Array{}}, {"b", 2}, {"\xFE", Dictionary{}}},
@@ -38,11 +36,9 @@ TEST(Json, IsWrittenForEveryKindOfValue) {
 }
 
 TEST(Json, OfANotificationIsOneLineWithNullForNoObject) {
-  EXPECT_EQ(jsonLineOf({.name = "N", .object = std::nullopt, .userInfo = {}}),
-            R"({"name":"N","object":null,"userInfo":{}})");
-  EXPECT_EQ(
-      jsonLineOf({.name = "N", .object = std::nullopt, .userInfo = {}}, Battery{kOnBattery, std::nullopt}),
-      R"({"name":"N","object":null,"userInfo":{},"battery":{"state":"on-battery","percent":null}})");
+  const Notification notification = {.name = "N", .object = std::nullopt, .userInfo = {}};
+  EXPECT_EQ(jsonLineOf(notification, Battery{kOnBattery, std::nullopt}),
+            R"({"name":"N","object":null,"userInfo":{},"battery":{"state":"on-battery","percent":null}})");
   EXPECT_EQ(jsonLineOf({.name = "N", .object = "o\n", .userInfo = {{"version", 12}}}),
             R"({"name":"N","object":"o\n","userInfo":{"version":12}})");
 }

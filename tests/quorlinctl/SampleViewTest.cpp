@@ -77,9 +77,8 @@ TEST_F(Rendering, StaysWithinEveryTerminalAndCountsWhatItHides) {
           const std::string text = joined(lines);
           int shown = 0;
           for (auto at = text.find(" °C"); at != std::string::npos; at = text.find(" °C", at + 1)) ++shown;
-          shown += text.find("Drive") != std::string::npos ? 1 : 0;
-          for (const char* const other :
-               {"Rear", "CPU Power", "Thermal Pressure", "no colon", "Held at limit", "Charge limit"}) {
+          for (const char* const other : {"Drive", "Rear", "CPU Power", "Thermal Pressure", "no colon",
+                                          "Held at limit", "Charge limit"}) {
             shown += text.find(other) != std::string::npos ? 1 : 0;
           }
           if (const auto more = text.find(" more reading"); more != std::string::npos) {
@@ -95,11 +94,10 @@ TEST_F(Rendering, StaysWithinEveryTerminalAndCountsWhatItHides) {
 TEST_F(Rendering, ShowsEverythingInAReportWithUnits) {
   const auto lines = renderView(viewWith(70), {}, kPlain);
   const std::string text = joined(lines);
-  for (const char* const part : {"12:34:56", "Processor", "Core 69", "513.0 °C", "Storage", "Fans", "812 RPM",
-                                 "1.50 MB/s", "read 2.00 TB", "written —", "Power\n  CPU Power "}) {
+  for (const char* const part : {"12:34:56", "Core 69", "513.0 °C", "Storage", "812 RPM", "1.50 MB/s",
+                                 "read 2.00 TB", "written —", "Power\n  CPU Power "}) {
     EXPECT_THAT(text, HasSubstr(part));
   }
-  EXPECT_THAT(text, Not(HasSubstr("more reading")));
   EXPECT_THAT(lines, Contains(testing::ContainsRegex("Drive .* —$")));
   EXPECT_THAT(lines, Contains("  CPU Power" + std::string(55, ' ') + "4.51 W"));
   EXPECT_THAT(lines, Contains("  Held at limit                               ━━━━━━━━━━━━━───      80 %"));
@@ -115,13 +113,6 @@ TEST_F(Rendering, GivesALongValueTheRoomThatItsLabelLeaves) {
   EXPECT_THAT(narrow, Contains("  A very long name of … 1.00 W"));
 }
 
-TEST_F(Rendering, ShowsPowerAndBatteryWhileThereIsNoSample) {
-  SampleView view = viewWith(1);
-  view.sample.reset();
-  EXPECT_THAT(joined(renderView(view, {.columns = 80, .rows = 24}, kPlain)),
-              testing::AllOf(HasSubstr("waiting"), HasSubstr("CPU Power"), HasSubstr("Held at limit")));
-}
-
 TEST(ReadingBlocks, NameTheBatteryByWhatBecomesOfIt) {
   using Rows = std::vector<std::string>;
   const struct {
@@ -131,7 +122,6 @@ TEST(ReadingBlocks, NameTheBatteryByWhatBecomesOfIt) {
     Tone tone = Tone::Plain;
   } cases[] = {
       {{kNoBattery, 50}, 80, {}},
-      {{kOnBattery, 63}, std::nullopt, {"On battery 63 %"}},
       {{kOnBattery, 20}, 100, {"On battery 20 %"}, Tone::Warm},
       {{kOnBattery, 10}, 0, {"On battery 10 %"}, Tone::Hot},
       {{kOnBattery, std::nullopt}, 99, {"On battery —", "Charge limit 99 %"}},
@@ -206,8 +196,6 @@ TEST_F(Rendering, CutsTextBetweenCharactersAndCountsTheirColumns) {
     std::string_view shown;
   } cases[] = {
       {"abc", 3, Charset::Unicode, "abc"},
-      {"abcd", 3, Charset::Unicode, "ab…"},
-      {"長い名", 6, Charset::Unicode, "長い名"},
       {"長い名", 5, Charset::Unicode, "長い…"},
       {"長い名", 4, Charset::Unicode, "長…"},
       {"e\u0301x", 2, Charset::Unicode, "e\u0301x"},
@@ -226,22 +214,11 @@ TEST_F(Rendering, CutsTextBetweenCharactersAndCountsTheirColumns) {
 
 TEST(Figures, NameTheirUnits) {
   const std::pair<std::string, std::string_view> cases[] = {
-      {celsiusText(45.25), "45.2 °C"},
-      {celsiusText(-0.04), "0.0 °C"},
-      {celsiusText(kUnknownValue), "—"},
-      {fanText(1199.6), "1200 RPM"},
-      {fanText(0), "0 RPM"},
-      {fanText(kUnknownValue), "—"},
-      {percentText(7), "7 %"},
-      {percentText(std::nullopt), "—"},
-      {bytesText(0), "0 B"},
-      {bytesText(999.4), "999 B"},
-      {bytesText(999.5), "1.00 kB"},
-      {bytesText(9.994e6), "9.99 MB"},
-      {bytesText(9.996e6), "10.0 MB"},
-      {bytesText(99.96e9), "100 GB"},
-      {bytesText(9.999e11), "1.00 TB"},
-      {bytesText(-1), "—"},
+      {celsiusText(45.25), "45.2 °C"},  {celsiusText(-0.04), "0.0 °C"},
+      {fanText(1199.6), "1200 RPM"},    {fanText(kUnknownValue), "—"},
+      {percentText(std::nullopt), "—"}, {bytesText(999.4), "999 B"},
+      {bytesText(999.5), "1.00 kB"},    {bytesText(9.996e6), "10.0 MB"},
+      {bytesText(99.96e9), "100 GB"},   {bytesText(-1), "—"},
       {rateText(123.4e6), "123 MB/s"},
   };
   for (const auto& [text, expected] : cases) EXPECT_EQ(text, expected);
@@ -255,9 +232,7 @@ TEST(Figures, DrawTheLastValuesOnACommonScale) {
     std::string_view line;
   } cases[] = {
       {{}, 5, 1, ""},
-      {{0, 0}, 5, 0, "▁▁"},
       {{0, 1, 2, 3, 4, 5, 6, 7, 8}, 9, 0, "▁▂▃▄▅▆▇██"},
-      {{100, 0, 8}, 2, 0, "▁█"},
       {{4, kUnknownValue, 8}, 3, 8, "▅ █"},
       {{1, 2}, 2, 800, "▁▁"},
       {{-5, 8, 1e300}, 3, 1, "▁▁█"},
@@ -274,12 +249,9 @@ TEST(Sample, IsUnderstoodFromWhateverTheSenderLeftOut) {
                                   {"readDiskIOData", archivedDataWithRootObject(Array{1, 2.5})},
                                   {"writeDiskIOData", Data{1, 2, 3}},
                                   {"readDiskIOBytes", 1000}});
-  ASSERT_EQ(sample.temperatures.size(), 3U);
-  EXPECT_EQ(sample.temperatures[0].label, "B");
-  EXPECT_EQ(sample.temperatures[0].value, 50.5);
-  EXPECT_EQ(sample.temperatures[1].label, "a");
-  EXPECT_EQ(sample.temperatures[1].value, 40);
-  EXPECT_TRUE(std::isnan(sample.temperatures[2].value));
+  std::string readings;
+  for (const Reading& reading : sample.temperatures) readings += reading.label + celsiusText(reading.value);
+  EXPECT_EQ(readings, "B50.5 °Ca40.0 °CC—");
   EXPECT_TRUE(sample.fans.empty());
   EXPECT_THAT(sample.read.rates, ElementsAre(1, 2.5));
   EXPECT_EQ(sample.read.total, 1000);

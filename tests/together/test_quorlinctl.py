@@ -3,6 +3,7 @@ import json
 import os
 import pty
 import re
+import shutil
 import signal
 import subprocess
 
@@ -154,6 +155,21 @@ def test_doctor_tells_what_is_there_and_what_is_missing(session):
     assert ended.returncode == 1
     assert re.search(r"^missing +session bus", ended.stdout, re.MULTILINE)
     assert re.search(r"^missing +settings .* leaves the sensors plug-in off", ended.stdout, re.MULTILINE)
+
+
+def test_who_installs_the_helper_hears_that_a_running_agent_must_start_anew(session, tmp_path):
+    programs = tmp_path / "bin"
+    programs.mkdir()
+    quorlinctl = shutil.copy(PROGRAMS / "quorlinctl", programs)
+    for name, text in (("quorlin-core-helper", "exit 0"), ("pkexec", 'exec "$@"')):
+        (programs / name).write_text(f"#!/bin/sh\n{text}\n")
+        (programs / name).chmod(0o755)
+    session.environment["PATH"] = f"{programs}:{session.environment['PATH']}"
+    assert "coreAutostart=1" in session.run(quorlinctl, "helper", "install").stdout
+    session.configure(autostart=1, coreAutostart=1)
+    assert session.run(quorlinctl, "helper", "install").stdout == "The core helper is installed.\n"
+    session.start_and_greet("-silent")
+    assert "Start the agent anew" in session.run(quorlinctl, "helper", "install").stdout
 
 
 @pytest.mark.parametrize("arguments, code", [(["--help"], 0), (["watch", "--help"], 0), (["doctor", "--help"], 0),

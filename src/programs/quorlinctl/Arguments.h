@@ -26,44 +26,32 @@ struct WatchOptions {
   bool widget = false;
   /// How long one sample is waited for; only with once.
   std::chrono::milliseconds timeout = std::chrono::seconds(15);
-
-  friend bool operator==(const WatchOptions&, const WatchOptions&) = default;
 };
 
 struct DoctorOptions {
   bool help = false;
   bool json = false;
-
-  friend bool operator==(const DoctorOptions&, const DoctorOptions&) = default;
 };
 
 struct BatteryLimitOptions {
   bool help = false;
   int percent = 0;
-
-  friend bool operator==(const BatteryLimitOptions&, const BatteryLimitOptions&) = default;
 };
 
 struct ProcessOptions {
   bool help = false;
   std::int32_t process = 0;
-
-  friend bool operator==(const ProcessOptions&, const ProcessOptions&) = default;
 };
 
 struct TerminalOptions {
   bool help = false;
   /// For the shell.
   std::string command;
-
-  friend bool operator==(const TerminalOptions&, const TerminalOptions&) = default;
 };
 
 struct WorkflowOptions {
   bool help = false;
   std::string file;
-
-  friend bool operator==(const WorkflowOptions&, const WorkflowOptions&) = default;
 };
 
 enum class HelperAction { None, Install, Remove };
@@ -71,8 +59,6 @@ enum class HelperAction { None, Install, Remove };
 struct HelperOptions {
   bool help = false;
   HelperAction action = HelperAction::None;
-
-  friend bool operator==(const HelperOptions&, const HelperOptions&) = default;
 };
 
 /// The arguments after the subcommand's name. A value follows its option as the next argument or after '='.

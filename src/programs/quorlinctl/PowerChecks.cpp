@@ -53,8 +53,8 @@ CheckResult checkEnergyCounters(const SystemRoots& roots) {
   }
   const std::string vendor = processorField(roots, "vendor_id");
   // arch/x86/events/rapl.c: AMD's processors have them since family 17h.
-  const bool isTooOld =
-      vendor == "AuthenticAMD" && std::atoi(processorField(roots, "cpu family").c_str()) < 0x17;
+  const std::string family = processorField(roots, "cpu family");
+  const bool isTooOld = vendor == "AuthenticAMD" && std::strtol(family.c_str(), nullptr, 10) < 0x17;
   if (isTooOld || std::ranges::find(vendors, vendor) == vendors.end()) {
     return {CheckState::Note, subject, "no energy counters are known for this kind of processor", ""};
   }
