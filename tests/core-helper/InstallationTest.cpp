@@ -1,16 +1,23 @@
+#include "core-helper/CommandLine.h"
 #include "core-helper/Installation.h"
 #include "fakes/PrivateBus.h"
 #include "fakes/TemporaryFolder.h"
 
+#include <array>
 #include <cerrno>
+#include <functional>
 #include <map>
+#include <sstream>
+#include <utility>
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sched.h>
+#include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sysexits.h>
 
 namespace quorlin {
 namespace {
@@ -18,19 +25,20 @@ namespace {
 using std::filesystem::path;
 using testing::AllOf;
 using testing::HasSubstr;
+using testing::StartsWith;
 
 /// So many of the calls below succeed, then one fails; a negative number makes none fail.
 int callsUntilFailure = -1;
-
-bool failsNow() {
-  if (callsUntilFailure < 0 || callsUntilFailure-- > 0) return false;
-  errno = EIO;
-  return true;
-}
+/// Called before each of them.
+std::function<void()> beforeCall;
 
 template <typename... Arguments>
 int callUnlessItFails(long number, Arguments... arguments) {
-  return failsNow() ? -1 : static_cast<int>(syscall(number, arguments...));
+  if (beforeCall) beforeCall();
+  if (callsUntilFailure < 0 || callsUntilFailure-- > 0)
+    return static_cast<int>(syscall(number, arguments...));
+  errno = EIO;
+  return -1;
 }
 
 }  // namespace
@@ -53,6 +61,10 @@ extern "C" int linkat(int folder, const char* name, int to, const char* newName,
 extern "C" int renameat(int folder, const char* name, int to, const char* newName) noexcept {
   return quorlin::callUnlessItFails(SYS_renameat2, folder, name, to, newName, 0);
 }
+extern "C" int unlinkat(int folder, const char* name, int flags) noexcept {
+  if (quorlin::beforeCall) quorlin::beforeCall();
+  return static_cast<int>(syscall(SYS_unlinkat, folder, name, flags));
+}
 
 namespace quorlin {
 namespace {
@@ -63,23 +75,28 @@ const path kBusPolicy = "etc/dbus-1/system.d/com.brellwick.Quorlin-Core-Helper.c
 const path kActions = "usr/share/polkit-1/actions/com.brellwick.Quorlin-Core-Helper.policy";
 const path kActivation = "usr/local/share/dbus-1/system-services/com.brellwick.Quorlin-Core-Helper.service";
 const std::vector<path> kFiles = {kProgram, kUnit, kBusPolicy, kActions, kActivation};
+const path kState = "var/lib/quorlin-core-helper";
 
-/// Everything below a folder: type and mode, and what a file or a link holds.
+void writeFile(const path& file, const std::string& contents) {
+  create_directories(file.parent_path());
+  std::ofstream(file) << contents;
+}
+
+path hidden(const path& file, const char* suffix) {
+  return file.parent_path() / ("." + file.filename().string() + suffix);
+}
+
+/// Everything below a folder: type and mode, owner, and what a file or a link holds.
 std::map<std::string, std::string> snapshot(const path& root) {
   std::map<std::string, std::string> entries;
   for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
     struct stat status {};
     lstat(entry.path().c_str(), &status);
-    std::string contents;
-    if (entry.is_symlink()) {
-      contents = read_symlink(entry.path());
-    } else if (entry.is_regular_file()) {
-      std::ifstream stream(entry.path(), std::ios::binary);
-      contents.assign(std::istreambuf_iterator<char>(stream), {});
-    }
-    entries[relative(entry.path(), root)] = std::to_string(status.st_mode) + " " +
-                                            std::to_string(status.st_uid) + " " +
-                                            std::to_string(status.st_gid) + " " + contents;
+    std::ostringstream text;
+    text << std::oct << status.st_mode << std::dec << ' ' << status.st_uid << ':' << status.st_gid << ' ';
+    if (entry.is_symlink()) text << read_symlink(entry.path());
+    if (S_ISREG(status.st_mode)) text << std::ifstream(entry.path(), std::ios::binary).rdbuf();
+    entries[relative(entry.path(), root)] = text.str();
   }
   return entries;
 }
@@ -88,13 +105,12 @@ class Installation : public testing::Test {
  public:
   /// What every system has.
   Installation() {
-    mask_ = umask(022);
-    for (const char* folder : {"etc", "usr/share", "usr/local/share", "var/lib"}) {
+    for (const char* folder : {"etc", "usr/share", "usr/local/share", "var/lib"})
       create_directories(root / folder);
-    }
   }
   ~Installation() override {
     callsUntilFailure = -1;
+    beforeCall = nullptr;
     umask(mask_);
   }
 
@@ -112,9 +128,18 @@ class Installation : public testing::Test {
     return "no failure";
   }
 
+  /// The exit status of the program on a machine whose root this is.
+  int run(std::string_view argument) const {
+    quorlin::Setup setup;
+    setup.sysfsRoot = root / "sys";
+    setup.stateFolder = root / kState;
+    setup.installRoot = root;
+    return runCoreHelper(setup, std::array{argument});
+  }
+
  private:
   TemporaryFolder folder_;
-  mode_t mask_;
+  mode_t mask_ = umask(022);
 
  public:
   const path root = folder_.path() / "root";
@@ -124,59 +149,43 @@ TEST_F(Installation, PutsFiveFilesInTheirPlacesWhateverTheMask) {
   umask(0077);
   install();
   umask(022);
-
-  std::vector<path> files;
-  for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
-    struct stat status {};
-    ASSERT_EQ(lstat(entry.path().c_str(), &status), 0);
-    EXPECT_EQ(status.st_uid, geteuid()) << entry;
-    EXPECT_EQ(status.st_gid, getegid()) << entry;
-    const path name = relative(entry.path(), root);
-    EXPECT_EQ(status.st_mode & 07777U, S_ISDIR(status.st_mode) || name == kProgram ? 0755U : 0644U) << entry;
-    if (!S_ISDIR(status.st_mode)) files.push_back(name);
-  }
-  EXPECT_THAT(files, testing::UnorderedElementsAreArray(kFiles));
-  const auto entries = snapshot(root);
-  EXPECT_THAT(entries.at(kProgram), testing::EndsWith(" the program"));
-  EXPECT_THAT(entries.at(kUnit), HasSubstr("ExecStart=/" + kProgram.string() + "\n"));
-  EXPECT_THAT(entries.at(kBusPolicy), HasSubstr("<busconfig>"));
-  EXPECT_THAT(entries.at(kActions), HasSubstr("<policyconfig>"));
-  EXPECT_THAT(entries.at(kActivation), HasSubstr("SystemdService=quorlin-core-helper.service\n"));
-}
-
-TEST_F(Installation, CopiesTheRunningProgram) {
-  installHelper(root);
-  EXPECT_EQ(file_size(root / kProgram), std::filesystem::file_size("/proc/self/exe"));
+  const std::string owner = std::to_string(geteuid()) + ":" + std::to_string(getegid()) + " ";
+  const auto file = [&owner](const std::string& mode, const std::string& contents) {
+    return AllOf(StartsWith("100" + mode + " " + owner), HasSubstr(contents));
+  };
+  auto entries = snapshot(root);
+  EXPECT_EQ(entries[kProgram], "100755 " + owner + "the program");
+  EXPECT_THAT(entries[kUnit], file("644", "ExecStart=/" + kProgram.string() + "\n"));
+  EXPECT_THAT(entries[kBusPolicy], file("644", "<busconfig>"));
+  EXPECT_THAT(entries[kActions], file("644", "<policyconfig>"));
+  EXPECT_THAT(entries[kActivation], file("644", "SystemdService=quorlin-core-helper.service\n"));
+  for (const path& name : kFiles) entries.erase(name);
+  for (const auto& [name, entry] : entries) EXPECT_EQ(entry, "40755 " + owner) << name;
 }
 
 TEST_F(Installation, ReplacesAnOlderOneAndWhatAnInterruptedOneLeft) {
   install();
   const auto wanted = snapshot(root);
   for (const path& file : kFiles) {
-    std::ofstream(root / file) << "older";
+    writeFile(root / file, "older");
     chmod((root / file).c_str(), 0600);
-    for (const char* suffix : {".new", ".old"}) {
-      std::ofstream(root / file.parent_path() / ("." + file.filename().string() + suffix)) << "cut short";
-    }
+    for (const char* suffix : {".new", ".old"}) writeFile(hidden(root / file, suffix), "cut short");
   }
   install();
   EXPECT_EQ(snapshot(root), wanted);
 }
 
 TEST_F(Installation, LeavesEverythingAsItWasWhereverItFails) {
-  for (const bool replaces : {false, true}) {
-    SCOPED_TRACE(replaces);
-    if (replaces) install("older");
+  for (const std::string older : {"", "older"}) {
+    if (!older.empty()) install(older);
     const auto before = snapshot(root);
     int steps = 0;
     for (;; ++steps) {
       callsUntilFailure = steps;
       const std::string said = failure([this] { install("newer"); });
-      const bool failed = callsUntilFailure < 0;
-      callsUntilFailure = -1;
-      if (!failed) break;
+      if (std::exchange(callsUntilFailure, -1) >= 0) break;
       ASSERT_THAT(said, AllOf(HasSubstr(root.string() + "/"), HasSubstr(": Input/output error"))) << steps;
-      ASSERT_EQ(snapshot(root), before) << "after call " << steps;
+      ASSERT_EQ(snapshot(root), before) << older << " after call " << steps;
     }
     // Each file is owned, given its mode and synchronised, then moved into its place.
     EXPECT_GE(steps, 5 * 5);
@@ -189,114 +198,76 @@ TEST_F(Installation, RefusesWhatIsInTheWay) {
   for (const path& file : kFiles) {
     const path target = root / file;
     const path folder = target.parent_path();
-    const auto hidden = [&](const char* suffix) {
-      return folder / ("." + file.filename().string() + suffix);
-    };
     struct Case {
       path named;
       std::string reason;
       std::function<void()> obstruct;
     };
-    std::vector<Case> cases = {
-        {target, "is not a regular file", [&] { create_directories(target); }},
-        {target, "is not a regular file",
-         [&] {
-           create_directories(folder);
-           create_symlink("/etc/passwd", target);
-         }},
-        {hidden(".new"), "Is a directory", [&] { create_directories(hidden(".new")); }},
-        {hidden(".old"), "Is a directory", [&] { create_directories(hidden(".old")); }},
-        {folder, "is not a folder",
-         [&] {
-           create_directories(folder.parent_path());
-           std::ofstream(folder) << "a file";
-         }},
-        {folder, "is not a folder",
-         [&] {
-           create_directories(folder.parent_path());
-           create_directory_symlink(root / "var", folder);
-         }},
-        {folder, "other users",
-         [&] {
-           create_directories(folder);
-           chmod(folder.c_str(), 0757);
-         }},
-        {folder, "other users",
-         [&] {
-           create_directories(folder);
-           chmod(folder.c_str(), 0775);
-         }},
+    const std::vector<Case> cases = {
+        {target, "is not a regular file", [&] { create_symlink("/etc/passwd", target); }},
+        {hidden(target, ".new"), "Is a directory", [&] { create_directory(hidden(target, ".new")); }},
+        {folder, "is not a folder", [&] { remove(folder), create_directory_symlink("/", folder); }},
+        {folder, "other users", [&] { chmod(folder.c_str(), 0757); }},
+        {folder, "other users", [&] { chmod(folder.c_str(), 0775); }},
     };
-    // Nobody else can give a folder away.
-    if (geteuid() == 0) {
-      cases.push_back({folder, "another user", [&] {
-                         create_directories(folder);
-                         ASSERT_EQ(chown(folder.c_str(), 65534, 0), 0);
-                       }});
-    }
     for (const auto& [named, reason, obstruct] : cases) {
+      create_directories(folder);
       obstruct();
       const auto before = snapshot(root);
       EXPECT_THAT(failure([this] { install(); }),
-                  AllOf(testing::StartsWith(named.string() + ": "), HasSubstr(reason)));
+                  AllOf(StartsWith(named.string() + ": "), HasSubstr(reason)));
       EXPECT_EQ(snapshot(root), before) << named << " " << reason;
       remove_all(folder);
     }
   }
 }
 
+TEST_F(Installation, RefusesAFolderOfAnotherUser) {
+  // Only root can give a folder away; anybody else meets root's.
+  const path foreign = chown(root.c_str(), 65534, 0) == 0 ? root : "/";
+  EXPECT_THAT(failure([&] { installHelper(foreign); }),
+              StartsWith(foreign.string() + ": belongs to another user"));
+}
+
 TEST_F(Installation, SaysWhenTheProgramCannotBeRead) {
   EXPECT_EQ(failure([this] { installHelper(root, root / "absent"); }),
             (root / "absent").string() + ": No such file or directory");
-  EXPECT_EQ(failure([this] { installHelper(root, root / "etc"); }),
-            (root / "etc").string() + ": Is a directory");
 }
 
-TEST_F(Installation, LeavesNoTraceWhenItIsRemoved) {
-  create_directories(root / "etc/dbus-1/system.d");
-  create_directories(root / "etc/systemd/system");
-  create_directories(root / "usr/share/polkit-1/actions");
-  const auto before = snapshot(root);
-  removeHelper(root);
-  EXPECT_EQ(snapshot(root), before);
-
-  install();
-  create_directories(root / "var/lib/quorlin-core-helper");
-  std::ofstream(root / "var/lib/quorlin-core-helper/held") << "BAT0";
-  std::ofstream(root / "usr/local/libexec/.quorlin-core-helper.new") << "cut short";
-  removeHelper(root);
-  EXPECT_EQ(snapshot(root), before);
-}
-
-TEST_F(Installation, IsRemovedWithoutTouchingWhatOthersInstalled) {
-  for (const path& file : kFiles) {
-    create_directories((root / file).parent_path());
-    std::ofstream(root / file.parent_path() / "of-others") << "stays";
+TEST_F(Installation, LeavesNoTraceWhenItIsRemovedAndWhatOthersInstalledStays) {
+  for (const path& file : {kUnit, kBusPolicy, kActions}) create_directories((root / file).parent_path());
+  for (const bool thereAreOthers : {false, true}) {
+    for (const path& file : kFiles) {
+      if (thereAreOthers) writeFile(root / file.parent_path() / "of-others", "stays");
+    }
+    const auto before = snapshot(root);
+    removeHelper(root);
+    EXPECT_EQ(snapshot(root), before);
+    install();
+    writeFile(root / kState / "held", "BAT0");
+    writeFile(hidden(root / kProgram, ".new"), "cut short");
+    removeHelper(root);
+    EXPECT_EQ(snapshot(root), before);
   }
-  const auto before = snapshot(root);
-  install();
-  removeHelper(root);
-  EXPECT_EQ(snapshot(root), before);
 }
 
 TEST_F(Installation, NamesWhatCannotBeRemovedAfterAllElseIsGone) {
-  const path stubborn = "var/lib/quorlin-core-helper/folder";
   for (const path& file : kFiles) {
     install();
     remove(root / file);
     create_directories(root / file / "of-others");
-    create_directories(root / stubborn);
-    EXPECT_THAT(failure([this] { removeHelper(root); }), AllOf(HasSubstr((root / file).string() + ": "),
-                                                               HasSubstr((root / stubborn).string() + ": ")));
+    create_directories(root / kState / "folder");
+    EXPECT_THAT(failure([this] { removeHelper(root); }),
+                AllOf(HasSubstr((root / file).string() + ": "),
+                      HasSubstr((root / kState / "folder").string() + ": ")));
     for (const path& other : kFiles) EXPECT_EQ(exists(root / other), other == file) << other;
     remove_all(root / file);
   }
 }
 
 TEST_F(Installation, IsRemovedWithAStateFolderThatTheUnitMounted) {
-  const path state = root / "var/lib/quorlin-core-helper";
-  create_directories(state);
-  std::ofstream(state / "held") << "BAT0";
+  const path state = root / kState;
+  writeFile(state / "held", "BAT0");
   const pid_t child = fork();
   if (child == 0) {
     // In the namespace of a child, so that nothing stays mounted. Without root it takes one for users, too.
@@ -311,13 +282,35 @@ TEST_F(Installation, IsRemovedWithAStateFolderThatTheUnitMounted) {
 }
 
 TEST_F(Installation, IsNotRemovedThroughALink) {
-  create_directories(root / "elsewhere/system");
-  std::ofstream(root / "elsewhere" / kUnit.filename()) << "of others";
-  std::ofstream(root / "elsewhere/system" / kUnit.filename()) << "of others";
+  writeFile(root / "elsewhere/system" / kUnit.filename(), "of others");
   create_directory_symlink(root / "elsewhere", root / "etc/systemd");
   const auto before = snapshot(root);
   EXPECT_THAT(failure([this] { removeHelper(root); }), HasSubstr((root / "etc/systemd").string()));
   EXPECT_EQ(snapshot(root), before);
+}
+
+TEST_F(Installation, OutlivesARemovalThatWasCutShort) {
+  const path mark = root / kState / "remove";
+  writeFile(mark, "");
+  EXPECT_EQ(run("--install"), EX_OK);
+  EXPECT_EQ(run("--after-stop"), EX_OK);
+  EXPECT_EQ(file_size(root / kProgram), std::filesystem::file_size("/proc/self/exe"));
+  // A mark that cannot be taken away.
+  remove(root / kProgram);
+  create_directories(mark);
+  EXPECT_EQ(run("--install"), EX_UNAVAILABLE);
+  EXPECT_FALSE(exists(root / kProgram));
+}
+
+TEST_F(Installation, LetsNobodyElseInstallOrRemoveMeanwhile) {
+  int steps = 0;
+  beforeCall = [&] {
+    const FileDescriptor another(open((root / kState).c_str(), O_RDONLY | O_DIRECTORY));
+    EXPECT_TRUE(another && flock(another.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) << steps;
+    ++steps;
+  };
+  for (const char* argument : {"--install", "--remove"}) EXPECT_EQ(run(argument), EX_OK);
+  EXPECT_GT(steps, 30);
 }
 
 TEST(TellSystem, IsSilentWhereSystemdDoesNotRun) {

@@ -27,7 +27,12 @@ constexpr const char* kUsage =
 void serve(const Setup& setup) { Service(setup).run(); }
 
 void install(const Setup& setup) {
+  FileDescriptor lock = lockInstallation(setup, true);
+  // What a power cut kept from being removed would be at the end of the new one.
+  keepInstalled(setup);
   installHelper(setup.installRoot);
+  // The end of the old one takes it, too.
+  lock.reset();
   if (setup.installRoot != "/") return;
   tellSystem();
   // The next call starts the new one.
@@ -35,9 +40,12 @@ void install(const Setup& setup) {
 }
 
 void remove(const Setup& setup) {
-  if (setup.installRoot == "/") stopService();
+  const bool isReal = setup.installRoot == "/";
+  if (isReal) stopService();
   markForRemoval(setup);
   cleanUpAfterStop(setup);
+  // A call may have started it once more while its files were still there.
+  if (isReal) stopService();
 }
 
 }  // namespace

@@ -17,6 +17,7 @@
 #include <fcntl.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
+#include <systemd/sd-daemon.h>
 
 namespace quorlin {
 namespace {
@@ -208,9 +209,14 @@ void tellSystem() {
 }
 
 void stopService() {
+  if (sd_booted() <= 0) return;
   const SpawnOptions asItIs{.output = {}, .folder = {}, .detached = false};
-  if (const auto child = spawn("systemctl", {"stop", "quorlin-core-helper.service"}, asItIs))
+  // A pattern, since systemctl(1) says nothing of one that no loaded unit matches.
+  if (const auto child = spawn("systemctl", {"stop", "quorlin-core-helper.[s]ervice"}, asItIs)) {
     waitForEnd(*child);
+  } else {
+    std::fprintf(stderr, "systemctl: %s\n", errorText(errno).c_str());
+  }
 }
 
 void requireRoot() {

@@ -21,6 +21,7 @@ void removeHelper(const std::filesystem::path& root);
 void tellSystem();
 
 /// Has systemd end a helper that runs, and waits for what its unit does then. Without systemd there is none.
+/// Whatever keeps it from that is a line on the error stream.
 void stopService();
 
 /// Throws InstallationError unless the program runs as root.
