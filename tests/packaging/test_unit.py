@@ -1,9 +1,10 @@
 """What systemd, the bus and polkit make of the root helper's files."""
-import configparser
 import os
 import pathlib
+import re
 import subprocess
 import sys
+import warnings
 import xml.etree.ElementTree
 
 import pytest
@@ -17,8 +18,11 @@ UNIT = PACKAGING / "quorlin-core-helper.service"
 NAME = "com.brellwick.Quorlin-Core-Helper"
 INTERFACE = "com.brellwick.HelperToolProtocol"
 PATIENCE = 90
+TAKE_NAME = ("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "RequestName")
 IS_ROOT = os.geteuid() == 0
 NOBODY = {"user": 65534, "group": 65534, "extra_groups": []}
+if not IS_ROOT:
+    warnings.warn("not root: the bus has no other user here, and neither the hidden /proc nor the capabilities are tried")
 
 
 def run(*command, **options):
@@ -26,13 +30,10 @@ def run(*command, **options):
                           stderr=subprocess.STDOUT, **options)
 
 
-def test_the_unit_leaves_little_exposed():
+def test_the_unit_leaves_little_exposed_and_systemd_understands_every_line(tmp_path):
     # In tenths: 15 is an exposure of 1.5.
-    checked = run("systemd-analyze", "security", "--offline=true", "--threshold=15", "--no-pager", UNIT)
-    assert checked.returncode == 0, checked.stdout
-
-
-def test_systemd_understands_every_line_of_the_unit(tmp_path):
+    rated = run("systemd-analyze", "security", "--offline=true", "--threshold=15", "--no-pager", UNIT)
+    assert rated.returncode == 0, rated.stdout
     copy = tmp_path / UNIT.name
     copy.write_text(UNIT.read_text().replace("/usr/local/libexec/quorlin-core-helper", "/bin/true"))
     checked = run("systemd-analyze", "verify", "--man=no", copy)
@@ -40,29 +41,20 @@ def test_systemd_understands_every_line_of_the_unit(tmp_path):
 
 
 def test_the_bus_starts_the_unit_that_takes_the_name():
-    unit, activation = (configparser.RawConfigParser(strict=False) for _ in range(2))
-    for parser in (unit, activation):
-        parser.optionxform = str
-    unit.read(UNIT)
-    activation.read(PACKAGING / f"{NAME}.service")
-    assert unit["Service"]["BusName"] == activation["D-BUS Service"]["Name"] == NAME
-    assert activation["D-BUS Service"]["SystemdService"] == UNIT.name
-    assert activation["D-BUS Service"]["Exec"] == "/bin/false"
+    activation = (PACKAGING / f"{NAME}.service").read_text().splitlines()
+    assert {f"Name={NAME}", f"SystemdService={UNIT.name}", "Exec=/bin/false"} < set(activation)
+    assert f"BusName={NAME}" in UNIT.read_text().splitlines()
 
 
 def test_polkit_knows_an_action_for_each_method():
-    policy = xml.etree.ElementTree.parse(PACKAGING / f"{NAME}.policy").getroot()
     defaults = {}
-    for action in policy.iter("action"):
+    for action in xml.etree.ElementTree.parse(PACKAGING / f"{NAME}.policy").getroot().iter("action"):
         assert action.findtext("description") and action.findtext("message")
-        allowed = {default.tag.removeprefix("allow_"): default.text for default in action.find("defaults")}
-        defaults[action.get("id")] = (allowed["any"], allowed["inactive"], allowed["active"])
-    prefix = "com.brellwick.quorlin-core-helper."
-    assert defaults == {prefix + "connect-with-endpoint": ("yes", "yes", "yes"),
-                        prefix + "get-version": ("yes", "yes", "yes"),
-                        prefix + "get-core-metrics": ("no", "no", "yes"),
-                        prefix + "limit-charge": ("no", "no", "yes"),
-                        prefix + "uninstall-helper": ("no", "no", "auth_admin")}
+        name = action.get("id").removeprefix("com.brellwick.quorlin-core-helper.")
+        defaults[name] = " ".join(action.findtext(f"defaults/allow_{who}") for who in ("any", "inactive", "active"))
+    assert defaults == {"connect-with-endpoint": "yes yes yes", "get-version": "yes yes yes",
+                        "get-core-metrics": "no no yes", "limit-charge": "no no yes",
+                        "uninstall-helper": "no no auth_admin"}
 
 
 @pytest.fixture
@@ -75,11 +67,12 @@ def bus(tmp_path):
     (tmp_path / "bus.conf").write_text(f"""<busconfig>
       <listen>unix:abstract=quorlin-packaging-{os.getpid()}</listen>
       <policy context="default">
-        <allow user="*"/> <deny own="*"/> <deny send_type="method_call"/>
+        <allow user="*"/> <deny own="*"/> <deny send_type="method_call"/> <allow send_type="signal"/>
         <allow send_destination="org.freedesktop.DBus" send_interface="org.freedesktop.DBus"/>
         <allow send_requested_reply="true" send_type="method_return"/>
         <allow send_requested_reply="true" send_type="error"/>
         <allow receive_type="method_call"/> <allow receive_type="method_return"/> <allow receive_type="error"/>
+        <allow receive_type="signal"/>
       </policy>
       <include>{tmp_path}/helper.conf</include>
     </busconfig>""")
@@ -89,24 +82,43 @@ def bus(tmp_path):
         daemon.terminate()
 
 
-def call(bus, destination, path, interface, method, *arguments, **identity):
-    called = run("busctl", f"--address={bus}", "call", destination, path, interface, method, *arguments, **identity)
-    return called.stdout
-
-
-def test_only_root_takes_the_name_and_everybody_may_send_to_its_interface_alone(bus):
-    take_name = ("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "RequestName")
-    if IS_ROOT:
-        assert "Access denied" in call(bus, *take_name, "su", NAME, "0", **NOBODY)
+def connect(bus):
     flags = Gio.DBusConnectionFlags
-    owner = Gio.DBusConnection.new_for_address_sync(bus, flags.AUTHENTICATION_CLIENT | flags.MESSAGE_BUS_CONNECTION,
-                                                    None, None)
-    owner.call_sync(*take_name, GLib.Variant("(su)", (NAME, 0)), None, Gio.DBusCallFlags.NONE, PATIENCE * 1000, None)
-    for identity in [{}] + [NOBODY] * IS_ROOT:
-        # It has no objects here, so what gets through is answered by an error of its own.
-        assert "does not exist" in call(bus, NAME, "/", INTERFACE, "GetVersion", **identity)
-        assert "Access denied" in call(bus, NAME, "/", "org.freedesktop.DBus.Peer", "Ping", **identity)
-    owner.close_sync(None)
+    return Gio.DBusConnection.new_for_address_sync(bus, flags.AUTHENTICATION_CLIENT | flags.MESSAGE_BUS_CONNECTION,
+                                                   None, None)
+
+
+@pytest.fixture
+def owner(bus):
+    """A connection that has the helper's name, but no objects; the signals that arrive, as (name, what it says)."""
+    connection, arrived = connect(bus), []
+    connection.signal_subscribe(None, None, None, None, None, Gio.DBusSignalFlags.NONE,
+                                lambda *signal: arrived.append((signal[4], *signal[5])))
+    # Answered after the subscription was taken.
+    connection.call_sync(*TAKE_NAME, GLib.Variant("(su)", (NAME, 0)), None, 0, PATIENCE * 1000, None)
+    yield arrived
+    connection.close_sync(None)
+
+
+@pytest.mark.parametrize("identity", [{}] + [NOBODY] * IS_ROOT)
+def test_everybody_may_send_to_the_interface_alone_and_only_root_takes_the_name(bus, owner, identity):
+    def call(*call):
+        return run("busctl", f"--address={bus}", "call", *call, **identity).stdout
+    assert "does not exist" in call(NAME, "/", INTERFACE, "GetVersion")  # so it got through
+    assert "Access denied" in call(NAME, "/", "org.freedesktop.DBus.Peer", "Ping")
+    assert ("Access denied" in call(*TAKE_NAME, "su", NAME, "0")) == (identity == NOBODY)
+
+
+def test_only_broadcast_signals_and_those_of_the_bus_arrive(bus, owner):
+    sender = connect(bus)
+    for destination, member in ((NAME, "Forged"), (None, "PrepareForSleep")):
+        sender.emit_signal(destination, "/", "org.freedesktop.login1.Manager", member, None)
+    GLib.timeout_add_seconds(PATIENCE, owner.append, ("nothing",))
+    while not {("PrepareForSleep",), ("nothing",)} & set(owner):
+        GLib.MainContext.default().iteration(True)
+    assert ("Forged",) not in owner
+    assert ("NameAcquired", NAME) in owner and ("PrepareForSleep",) in owner
+    sender.close_sync(None)
 
 
 def seen(path):
@@ -135,62 +147,46 @@ TAKEN = [
     ("LockPersonality=", "subprocess.run(['setarch', '--addr-no-randomize', 'true'], check=True)"),
     ("SystemCallFilter=~", "os.nice(1)"),
 ]
-if IS_ROOT:
-    TAKEN += [
-        ("ProcSubset=", "open('/proc/cpuinfo')"),
-        ("CapabilityBoundingSet=", "assert 'CapEff:\\t0000000000000000' not in open('/proc/self/status').read()"),
-    ]
+TAKEN += [
+    ("ProcSubset=", "open('/proc/cpuinfo')"),
+    ("CapabilityBoundingSet=", "assert 'CapEff:\\t0000000000000000' not in open('/proc/self/status').read()"),
+] * IS_ROOT
 # What it leaves, and what nothing gives back.
 LEFT = [
-    "open('/sys/devices/x', 'w')",
-    "open('/var/lib/quorlin-core-helper/held', 'w')",
-    "socket.socket(socket.AF_UNIX)",
-    "subprocess.run(['true'], check=True)",
-    "mmap.mmap(-1, 4096, prot=mmap.PROT_READ | mmap.PROT_EXEC)",
-    "threading.Thread(target=print).start()",
+    ("open('/sys/devices/x', 'w')", True),
+    ("open('/var/lib/quorlin-core-helper/held', 'w')", True),
+    ("socket.socket(socket.AF_UNIX)", True),
+    ("subprocess.run(['true'], check=True)", True),
+    ("mmap.mmap(-1, 4096, prot=mmap.PROT_READ | mmap.PROT_EXEC)", True),
+    ("threading.Thread(target=print).start()", True),
+    *((f"open('{folder}/x', 'w')", False) for folder in ("/etc", "/usr", "/var/lib")),
 ]
-REFUSED = ["open('/etc/x', 'w')", "open('/usr/x', 'w')", "open('/var/lib/x', 'w')"]
 
 
-class Machine:
-    def __init__(self, folder):
-        self.folder = folder
-        for name in ("sys/devices", "sys/class"):
-            (folder / name).mkdir(parents=True)
-
-    def passes(self, unit, program):
-        sandbox = Sandbox(unit, self.folder, sysfs=self.folder / "sys")
-        command = ["/usr/bin/python3", "-c", f"import mmap, os, socket, subprocess, threading\n{program}\n"]
-        with sandbox.start(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True) as process:
-            said, _ = process.communicate(timeout=PATIENCE)
-        if process.returncode != 0:
-            assert any(error in said for error in ("AssertionError", "PermissionError", "Read-only file system",
-                                                   "FileNotFoundError", "CalledProcessError")), said
-        return process.returncode == 0
-
-
-@pytest.fixture
-def machine(tmp_path):
-    return Machine(tmp_path)
+def passes(folder, unit, program):
+    for name in ("sys/devices", "sys/class"):
+        (folder / name).mkdir(parents=True, exist_ok=True)
+    command = ["/usr/bin/python3", "-c", f"import mmap, os, socket, subprocess, threading\n{program}\n"]
+    with Sandbox(unit, folder, sysfs=folder / "sys").start(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                                                           text=True) as process:
+        said, _ = process.communicate(timeout=PATIENCE)
+    assert process.returncode == 0 or re.search(
+        "AssertionError|PermissionError|Read-only file system|FileNotFoundError|CalledProcessError", said), said
+    return process.returncode == 0
 
 
 @pytest.mark.parametrize("line, program", TAKEN)
-def test_the_sandbox_takes_away_what_a_line_of_the_unit_says(machine, tmp_path, line, program):
-    assert not machine.passes(UNIT, program)
+def test_the_sandbox_takes_away_what_a_line_of_the_unit_says(tmp_path, line, program):
+    assert not passes(tmp_path, UNIT, program)
     lines = UNIT.read_text().splitlines(keepends=True)
     looser = tmp_path / "looser.service"
     looser.write_text("".join(other for other in lines if not other.startswith(line)))
-    assert machine.passes(looser, program)
+    assert passes(tmp_path, looser, program)
 
 
-@pytest.mark.parametrize("program", LEFT)
-def test_the_sandbox_leaves_what_the_helper_needs(machine, program):
-    assert machine.passes(UNIT, program)
-
-
-@pytest.mark.parametrize("program", REFUSED)
-def test_the_sandbox_keeps_the_system_read_only(machine, program):
-    assert not machine.passes(UNIT, program)
+@pytest.mark.parametrize("program, is_left", LEFT)
+def test_the_sandbox_leaves_what_the_helper_needs_and_the_system_read_only(tmp_path, program, is_left):
+    assert passes(tmp_path, UNIT, program) == is_left
 
 
 def test_the_sandbox_refuses_a_setting_that_it_does_not_know(tmp_path):

@@ -2,7 +2,7 @@
 
 All is read from the unit file, so a program that a stricter unit breaks breaks in its tests too; a setting that is not
 known here is an error. What is not imitated: IPAddressDeny= and DevicePolicy= (there is no network and no device to
-begin with); ProtectClock=, ProtectKernelLogs= and ProtectKernelModules= beyond the capabilities and calls that other
+begin with); ProtectControlGroups= beyond the read-only /sys; ProtectClock=, ProtectKernelLogs= and ProtectKernelModules= beyond the capabilities and calls that other
 settings take; RestrictRealtime= beyond SystemCallFilter=; a set-id mode given while a file is opened; the errors of
 refused calls where systemd has another one for a setting than SystemCallErrorNumber=. Only root gets a /proc as
 ProtectProc= and ProcSubset= say; anybody else sees the system's own, read-only.
@@ -18,8 +18,9 @@ import seccomp
 
 NOT_A_SANDBOX = {"Type", "BusName", "ExecStart", "ExecStopPost", "Restart", "TimeoutStopSec", "StateDirectoryMode"}
 NOT_IMITATED = {"IPAddressDeny", "DevicePolicy", "ProtectClock", "ProtectKernelLogs", "ProtectKernelModules",
-                "RestrictRealtime"}
-ALWAYS = {"NoNewPrivileges": "yes", "SystemCallArchitectures": "native", "ProtectSystem": "strict"}
+                "RestrictRealtime", "ProtectControlGroups"}
+ALWAYS = {"NoNewPrivileges": "yes", "SystemCallArchitectures": "native", "ProtectSystem": "strict",
+          "SystemCallErrorNumber": "EPERM"}
 NAMESPACES = 0x7E020000  # CLONE_NEW*, clone(2)
 WRITE, EXECUTE, SHM_EXECUTE = 2, 4, 0o100000  # mmap(2), shmat(2)
 SET_ID = 0o6000
@@ -34,18 +35,6 @@ AS_ROOT = """
         mount -t proc -o "$proc_options" proc "$folder/proc" && mount --rbind / "$folder/root" &&
         exec chroot "$folder/root" "$@"
 """
-
-
-def settings_of(unit):
-    """The [Service] section: {name: the values assigned to it, in order}."""
-    settings, section = {}, None
-    for line in pathlib.Path(unit).read_text(encoding="utf-8").splitlines():
-        if line.startswith("["):
-            section = line
-        elif section == "[Service]" and line and line[0] not in "#;":
-            name, value = line.split("=", 1)
-            settings.setdefault(name, []).append(value)
-    return settings
 
 
 @functools.cache
@@ -64,8 +53,15 @@ def without(bits, argument):
 
 
 class Unit:
+    """The [Service] section: {name: the values assigned to it, in order}."""
+
     def __init__(self, path):
-        self.settings = settings_of(path)
+        self.settings = {}
+        service = pathlib.Path(path).read_text(encoding="utf-8").split("[Service]\n")[1].split("\n[")[0]
+        for line in service.splitlines():
+            if line and line[0] not in "#;":
+                name, value = line.split("=", 1)
+                self.settings.setdefault(name, []).append(value)
         self.unread = set(self.settings) - NOT_A_SANDBOX - NOT_IMITATED
         for name, value in ALWAYS.items():
             assert self.value(name) == value, f"{name}={self.value(name)} cannot be imitated"
@@ -113,9 +109,7 @@ class Unit:
 
     def filter(self):
         """The filter as a file that holds the kernel's program."""
-        error = self.value("SystemCallErrorNumber")
-        refused = seccomp.ERRNO(getattr(errno, error)) if error else seccomp.KILL_PROCESS
-        rules = seccomp.SyscallFilter(defaction=refused)
+        rules = seccomp.SyscallFilter(defaction=seccomp.ERRNO(errno.EPERM))
         calls = self.system_calls()
         if "clone3" not in calls:
             # Its arguments cannot be seen; the C library falls back to clone.
@@ -141,8 +135,7 @@ class Sandbox:
         self.state = self.folder / "state"
         for name in ("state", "proc", "root"):
             (self.folder / name).mkdir(exist_ok=True)
-        self.namespaces = self._namespaces()
-        self.mounts = self._mounts(pathlib.Path(sysfs or "/sys"), visible)
+        self.options = self._namespaces() + self._mounts(pathlib.Path(sysfs or "/sys"), visible)
         self.umask = int(self.unit.value("UMask") or "0022", 8)
         self.filter = self.unit.filter()
         assert not self.unit.unread, f"cannot be imitated: {self.unit.unread}"
@@ -158,12 +151,10 @@ class Sandbox:
 
     def _mounts(self, sysfs, visible):
         unit = self.unit
-        read_only = unit.has("ProtectKernelTunables")
+        sys_is_read_only = unit.has("ProtectKernelTunables")
         mounts = [("--ro-bind", "/", "/")]
         mounts += [("--dev", "/dev")] if unit.has("PrivateDevices") else [("--dev-bind", "/dev", "/dev")]
-        mounts += [("--ro-bind" if read_only else "--bind", sysfs, "/sys")]
-        if unit.has("ProtectControlGroups") and not read_only:
-            mounts += [("--ro-bind", "/sys/fs/cgroup", "/sys/fs/cgroup")]
+        mounts += [("--ro-bind" if sys_is_read_only else "--bind", sysfs, "/sys")]
         self.proc_options = [f"hidepid={unit.value('ProtectProc') or 'off'}"]
         self.proc_options += ["subset=pid"] if unit.value("ProcSubset") == "pid" else []
         if os.geteuid() == 0:
@@ -182,7 +173,7 @@ class Sandbox:
 
     def start(self, command, **options):
         """A process as of subprocess.Popen. It is the launcher's; a signal to it kills the program."""
-        command = ["bwrap", *self.namespaces, *self.mounts, "--seccomp", str(self.filter.fileno()), "--", *command]
+        command = ["bwrap", *self.options, "--seccomp", str(self.filter.fileno()), "--", *command]
         if os.geteuid() == 0:
             command = ["unshare", "--mount", "--propagation", "unchanged", "sh", "-c", AS_ROOT, "sh",
                        ",".join(self.proc_options), str(self.folder), *command]
