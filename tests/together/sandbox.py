@@ -2,10 +2,10 @@
 
 All is read from the unit file, so a program that a stricter unit breaks breaks in its tests too; a setting that is not
 known here is an error. What is not imitated: IPAddressDeny= and DevicePolicy= (there is no network and no device to
-begin with); ProtectControlGroups= beyond the read-only /sys; ProtectClock=, ProtectKernelLogs= and ProtectKernelModules= beyond the capabilities and calls that other
-settings take; RestrictRealtime= beyond SystemCallFilter=; a set-id mode given while a file is opened; the errors of
-refused calls where systemd has another one for a setting than SystemCallErrorNumber=. Only root gets a /proc as
-ProtectProc= and ProcSubset= say; anybody else sees the system's own, read-only.
+begin with); ProtectControlGroups= beyond the read-only /sys; ProtectClock=, ProtectKernelLogs=, ProtectKernelModules=
+and RestrictRealtime= beyond the capabilities and calls that other settings take; RestrictNamespaces=, RestrictSUIDSGID=
+and LockPersonality=, which take what the helper has no use for. Only root gets a /proc as ProtectProc= and ProcSubset=
+say; anybody else sees the system's own, read-only.
 """
 import errno
 import functools
@@ -18,12 +18,10 @@ import seccomp
 
 NOT_A_SANDBOX = {"Type", "BusName", "ExecStart", "ExecStopPost", "Restart", "TimeoutStopSec", "StateDirectoryMode"}
 NOT_IMITATED = {"IPAddressDeny", "DevicePolicy", "ProtectClock", "ProtectKernelLogs", "ProtectKernelModules",
-                "RestrictRealtime", "ProtectControlGroups"}
+                "RestrictRealtime", "ProtectControlGroups", "RestrictNamespaces", "RestrictSUIDSGID", "LockPersonality"}
 ALWAYS = {"NoNewPrivileges": "yes", "SystemCallArchitectures": "native", "ProtectSystem": "strict",
           "SystemCallErrorNumber": "EPERM"}
-NAMESPACES = 0x7E020000  # CLONE_NEW*, clone(2)
 WRITE, EXECUTE, SHM_EXECUTE = 2, 4, 0o100000  # mmap(2), shmat(2)
-SET_ID = 0o6000
 
 # bwrap needs a mount at /, which a chroot does not have, and a /proc that hides things is for root to mount. Whatever
 # the mounts outside do, those made here stay here: the first command fails in a chroot, the second does not.
@@ -46,10 +44,6 @@ def members(group):
                            stdout=subprocess.PIPE).stdout.split("\n")[1:]
     names = (line.strip() for line in lines)
     return set().union(*(members(name) for name in names if name and not name.startswith("#")))
-
-
-def without(bits, argument):
-    return [[seccomp.Arg(argument, seccomp.MASKED_EQ, bits, 0)]]
 
 
 class Unit:
@@ -95,26 +89,14 @@ class Unit:
         if self.has("MemoryDenyWriteExecute"):
             conditions["mmap"] = [[seccomp.Arg(2, seccomp.MASKED_EQ, WRITE | EXECUTE, bits)]
                                   for bits in (0, WRITE, EXECUTE)]
-            conditions |= dict.fromkeys(("mprotect", "pkey_mprotect"), without(EXECUTE, 2))
-            conditions["shmat"] = without(SHM_EXECUTE, 2)
-        if self.has("RestrictNamespaces"):
-            conditions["clone"] = without(NAMESPACES, 0)
-            allowed -= {"unshare", "setns", "clone3"}
-        if self.has("LockPersonality"):
-            conditions["personality"] = [[seccomp.Arg(0, seccomp.EQ, 0)]]
-        if self.has("RestrictSUIDSGID"):
-            conditions |= dict.fromkeys(("chmod", "fchmod", "mkdir", "mknod", "creat"), without(SET_ID, 1))
-            conditions |= dict.fromkeys(("fchmodat", "fchmodat2", "mkdirat", "mknodat"), without(SET_ID, 2))
+            for name, bit in (("mprotect", EXECUTE), ("pkey_mprotect", EXECUTE), ("shmat", SHM_EXECUTE)):
+                conditions[name] = [[seccomp.Arg(2, seccomp.MASKED_EQ, bit, 0)]]
         return {name: conditions.get(name, [[]]) for name in sorted(allowed)}
 
     def filter(self):
         """The filter as a file that holds the kernel's program."""
         rules = seccomp.SyscallFilter(defaction=seccomp.ERRNO(errno.EPERM))
-        calls = self.system_calls()
-        if "clone3" not in calls:
-            # Its arguments cannot be seen; the C library falls back to clone.
-            rules.add_rule(seccomp.ERRNO(errno.ENOSYS), "clone3")
-        for name, alternatives in calls.items():
+        for name, alternatives in self.system_calls().items():
             if seccomp.resolve_syscall(seccomp.Arch(), name) < 0:  # of another processor
                 continue
             for conditions in alternatives:
@@ -144,9 +126,8 @@ class Sandbox:
         options = ["--new-session", "--die-with-parent"]
         options += ["--unshare-net"] * self.unit.has("PrivateNetwork") + ["--unshare-ipc"] * self.unit.has("PrivateIPC")
         if "CapabilityBoundingSet" in self.unit.settings:
+            assert not self.unit.values("CapabilityBoundingSet"), "no capability can be left"
             options += ["--cap-drop", "ALL"]
-            for capability in self.unit.values("CapabilityBoundingSet"):
-                options += ["--cap-add", capability]
         return options
 
     def _mounts(self, sysfs, visible):
@@ -163,9 +144,8 @@ class Sandbox:
         hidden += ["/tmp", "/var/tmp"] * unit.has("PrivateTmp")
         mounts += [("--tmpfs", path) for path in hidden if os.path.isdir(path)]
         mounts += [("--ro-bind", path, path) for path in visible]
-        for path in unit.values("ReadWritePaths"):
-            below = pathlib.Path(path).is_relative_to("/sys")
-            mounts += [("--bind", sysfs / pathlib.Path(path).relative_to("/sys") if below else path, path)]
+        mounts += [("--bind", sysfs / pathlib.Path(path).relative_to("/sys"), path)
+                   for path in unit.values("ReadWritePaths")]
         state = f"/var/lib/{unit.value('StateDirectory')}"
         mounts += [("--tmpfs", "/var/lib"), ("--bind", self.state, state), ("--remount-ro", "/var/lib"),
                    ("--setenv", "STATE_DIRECTORY", state)]
