@@ -310,16 +310,19 @@ TEST_F(ChargeControlTest, HoldsEachBatteryAndKeepsWhatIsNotBackForTheNextTime) {
   addBehaviour("BAT3");
   driver_.set("BAT4/type", "Battery");
   driver_.set("BAT4/charge_behaviour", "[auto] force-discharge");
+  addBehaviour("BAT5");
+  driver_.set("BAT5/capacity", "62");
   addBattery("mouse", "63", "100", "0");
   driver_.set("mouse/scope", "Device");
   const ChargeOutcome outcome = control().hold();
   EXPECT_TRUE(outcome.holding);
   EXPECT_EQ(outcome.text,
             "BAT0: charging is held at 63 % (charge_control_end_threshold)\n"
-            "BAT1: charging is held at 50 % (charge_control_end_threshold)\n"
+            "BAT1: charging is held at 63 % (charge_control_end_threshold)\n"
             "BAT2: its charge cannot be read\n"
             "BAT3: charging is held (charge_behaviour inhibit-charge)\n"
-            "BAT4: its driver offers nothing to hold the charge with");
+            "BAT4: its driver offers nothing to hold the charge with\n"
+            "BAT5: it charges on, since its charge is below 63 %");
 
   const std::filesystem::path bay = root_ / "sys/class/power_supply";
   std::filesystem::rename(bay / "BAT1", root_ / "BAT1");
@@ -338,7 +341,7 @@ TEST_F(ChargeControlTest, HoldsEachBatteryAndKeepsWhatIsNotBackForTheNextTime) {
   EXPECT_FALSE(control().release().holding);
   EXPECT_EQ(thresholds(), "100 75");
   EXPECT_FALSE(control().hasHeld()) << "a battery that is not there";
-  EXPECT_EQ(held(), "BAT1 charge_control_end_threshold 100 50\n");
+  EXPECT_EQ(held(), "BAT1 charge_control_end_threshold 100 63\n");
   std::filesystem::rename(root_ / "BAT1", bay / "BAT1");
   EXPECT_EQ(control().release().text, "BAT1: charging as before");
 }

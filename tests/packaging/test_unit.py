@@ -10,7 +10,7 @@ import xml.etree.ElementTree
 import pytest
 from gi.repository import Gio, GLib
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "together"))
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "fixtures"))
 from sandbox import Sandbox  # noqa: E402
 
 PACKAGING = pathlib.Path(os.environ["QUORLIN_PACKAGING"])

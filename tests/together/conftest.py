@@ -1,7 +1,12 @@
+import pathlib
+import sys
+
 import pytest
 
-from harness import Session
-from system_bus import SystemBus
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "fixtures"))
+
+from harness import Session  # noqa: E402
+from system_bus import SystemBus  # noqa: E402
 
 
 @pytest.fixture

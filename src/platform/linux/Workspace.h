@@ -11,8 +11,8 @@
 namespace quorlin {
 
 /// An application's process is one that owns the name of a desktop entry, or one of this family, on the
-/// session bus; or the first process of an application's unit, not those that it started. Only such processes
-/// are signalled.
+/// session bus; or one in an application's unit whose parent is in another, so not those that it started.
+/// Only such processes are signalled.
 class LinuxWorkspace final : public Workspace {
  public:
   /// What is referred to outlives the workspace.

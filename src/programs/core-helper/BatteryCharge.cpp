@@ -60,14 +60,18 @@ void append(std::string& list, const std::string& entry) {
 BatteryCharge::BatteryCharge(std::filesystem::path folder, HeldCharge& held)
     : folder_(std::move(folder)), name_(folder_.filename()), held_(held) {}
 
-BatteryCharge::Result BatteryCharge::hold() {
+BatteryCharge::Result BatteryCharge::hold(int least) {
   const bool wasHeld = held_.isAbout(name_);
   std::error_code error;
   Result result;
-  if (offers(kChargeBehaviour, kInhibitCharge)) {
+  const bool mayChargeOn = percent("capacity").value_or(100) < least;
+  const bool hasBehaviour = offers(kChargeBehaviour, kInhibitCharge);
+  if (hasBehaviour && !mayChargeOn) {
     result = holdByBehaviour();
   } else if (std::filesystem::exists(folder_ / kEndThreshold, error)) {
-    result = holdByThreshold();
+    result = holdByThreshold(least);
+  } else if (hasBehaviour) {
+    result.text = "it charges on, since its charge is below " + std::to_string(least) + " %";
   } else {
     result.text = "its driver offers nothing to hold the charge with";
   }
@@ -107,10 +111,10 @@ BatteryCharge::Result BatteryCharge::holdByBehaviour() {
   return {true, "charging is held (charge_behaviour inhibit-charge)"};
 }
 
-BatteryCharge::Result BatteryCharge::holdByThreshold() {
+BatteryCharge::Result BatteryCharge::holdByThreshold(int least) {
   const std::optional<int> capacity = percent("capacity");
   if (!capacity) return {false, "its charge cannot be read"};
-  const int charge = std::clamp(*capacity, 1, 100);
+  const int charge = std::clamp(std::max(*capacity, least), 1, 100);
   for (const int wanted : endsFor(charge)) {
     if (isOver_ || isEndFor(charge, percent(kEndThreshold))) break;
     setEnd(wanted);

@@ -23,7 +23,8 @@ class BatteryCharge {
   };
 
   /// Stops it from charging further, and has in the file what it changes for that. Undoes what did not help.
-  Result hold();
+  /// A battery whose charge is below that percentage may still charge up to it.
+  Result hold(int least);
 
   /// Whether hold() has asked the firmware for anything, and not only looked.
   bool wasAsked() const { return wasAsked_; }
@@ -33,7 +34,7 @@ class BatteryCharge {
 
  private:
   Result holdByBehaviour();
-  Result holdByThreshold();
+  Result holdByThreshold(int least);
   void setEnd(int percent);
   /// Has the attribute read as wanted unless that fails.
   void change(std::string_view attribute, std::string_view wanted);

@@ -26,7 +26,11 @@ ChargeOutcome ChargeControl::hold() {
   HeldCharge held(stateFile_);
   if (!held.unreadable().empty()) return {false, held.unreadable() + "; nothing is changed"};
   ChargeOutcome outcome;
-  for (const auto& folder : systemBatteries(sysfsRoot_)) {
+  const auto batteries = systemBatteries(sysfsRoot_);
+  // Whoever asks has looked at the first battery. Another that is emptier would stay so for as long as that
+  // one is full.
+  const int least = batteries.empty() ? 0 : supplyNumber(batteries.front(), "capacity").value_or(0);
+  for (const auto& folder : batteries) {
     BatteryCharge battery(folder, held);
     const std::string capacity = supplyText(folder, "capacity");
     const auto refusal = refusals_.find(battery.name());
@@ -34,7 +38,7 @@ ChargeOutcome ChargeControl::hold() {
     if (refusal != refusals_.end() && refusal->second.capacity == capacity) {
       result.text = refusal->second.text;
     } else {
-      result = battery.hold();
+      result = battery.hold(least);
       refusals_.erase(battery.name());
       if (!result.isDone && battery.wasAsked()) refusals_[battery.name()] = {capacity, result.text};
     }
