@@ -11,7 +11,6 @@ namespace {
 
 constexpr std::chrono::milliseconds kSamplingInterval{3000};
 constexpr std::chrono::seconds kUpdateCheckInterval{172800};
-constexpr std::int64_t kNoBatteryLimit = 100;
 constexpr SystemVersion kFirstWithPowerWork{.major = 13, .minor = 0};
 
 }  // namespace
@@ -71,7 +70,7 @@ void AppDelegate::startPowerWork() {
   if (authRef_) authorization_ = authRef_->externalForm();
 
   const std::int64_t limit = services_.userDefaults.integer(setting::kBatteryLimit);
-  powerLimit_ = limit >= 1 ? limit : kNoBatteryLimit;
+  powerLimit_ = limit >= 1 ? limit : kHighestBatteryLimit;
 
   const std::vector<std::int32_t> battery = getBatteryInfo();
   if (battery.size() == 2) macHasBattery_ = battery[0];

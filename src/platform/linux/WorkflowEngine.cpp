@@ -2,9 +2,9 @@
 
 #include "platform/linux/KeyFile.h"
 #include "platform/linux/Spawn.h"
+#include "platform/posix/TextFile.h"
 
 #include <cerrno>
-#include <cstring>
 #include <optional>
 
 #include <sys/types.h>
@@ -101,7 +101,7 @@ void LinuxWorkflowEngine::runWorkflow(const std::string& path) {
   const std::optional<pid_t> child = spawn(command->program, command->arguments,
                                            {.output = {}, .folder = command->folder, .detached = true});
   if (!child) {
-    log_.line("the workflow " + path + " cannot be run: " + std::strerror(errno));
+    log_.line("the workflow " + path + " cannot be run: " + errorText(errno));
     return;
   }
   waitForEnd(*child);

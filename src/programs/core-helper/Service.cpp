@@ -11,7 +11,6 @@
 #include <array>
 #include <csignal>
 #include <cstdio>
-#include <cstring>
 #include <ctime>
 #include <system_error>
 #include <utility>
@@ -257,7 +256,7 @@ void Service::startMeasuring(Call& call) {
   const int result = sd_event_add_time_relative(event_.get(), &interval, CLOCK_MONOTONIC,
                                                 microseconds(request.interval), 0, Methods::measured, &call);
   if (result < 0) {
-    refuse(call, {SD_BUS_ERROR_FAILED, std::strerror(-result)});
+    refuse(call, {SD_BUS_ERROR_FAILED, errorText(-result)});
   } else {
     call.interval.reset(interval);
   }
