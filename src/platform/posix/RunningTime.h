@@ -1,0 +1,10 @@
+/// A bound on how long this process may run.
+#pragma once
+
+namespace quorlin {
+
+/// Ends this process by SIGALRM that many seconds from now, whatever it waits for and whatever its parent made of
+/// that signal.
+void endAfter(unsigned seconds);
+
+}  // namespace quorlin
