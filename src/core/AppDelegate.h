@@ -106,7 +106,16 @@ class AppDelegate final : public ApplicationDelegate {
   void setBatteryLimit(std::int64_t percent);
 
   // Network applications
+  /// Posts what collectNetwork returns. Blocks until nettop has ended.
   void getNetworkApps();
+  /// One dictionary a process in nettop's order; empty where nettop tells nothing.
+  Array collectNetwork();
+
+  // System information
+  /// Sets the name of the processor, which stays empty where the profiler does not know it. Blocks until the
+  /// profiler has ended.
+  void askSytemInfo();
+  const std::string& processorName() const { return processorName_; }
 
   // Battery information
   /// Two integers: a BatteryState, and the charge in percent or 0.
@@ -170,6 +179,7 @@ class AppDelegate final : public ApplicationDelegate {
   std::int64_t openedWindows_ = 0;
   std::unique_ptr<Authorization> authRef_;
   std::optional<Data> authorization_;
+  std::string processorName_;
   std::unique_ptr<HelperToolConnection> helperToolConnection_;
   std::unique_ptr<Updater> updater_;
   std::vector<std::unique_ptr<Observation>> observations_;

@@ -23,6 +23,7 @@ inline constexpr std::string_view kSensorsDataMMini = "QuorlinSensorsDataMMini";
 inline constexpr std::string_view kSensorsDataW = "QuorlinSensorsDataW";
 inline constexpr std::string_view kSensorsDataWMini = "QuorlinSensorsDataWMini";
 inline constexpr std::string_view kCoreData = "QuorlinSensorsCoreData";
+inline constexpr std::string_view kNetDataW = "QuorlinSensorsNetDataW";
 inline constexpr std::string_view kTerminateLauncher = "QRNSENSTERMINATEHELPER";
 inline constexpr std::string_view kMainAppActive = "QuorlinActive";
 inline constexpr std::string_view kMainAppInactive = "QuorlinInactive";
