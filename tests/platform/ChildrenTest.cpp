@@ -1,6 +1,7 @@
 #include "fakes/FakeMachine.h"
 #include "fakes/PrivateBus.h"
 #include "fakes/TemporaryFolder.h"
+#include "platform/linux/BundledPrograms.h"
 #include "platform/linux/DispatchQueue.h"
 #include "platform/linux/HelperInstaller.h"
 #include "platform/linux/JobBlessing.h"
@@ -150,7 +151,7 @@ TEST(HelperInstaller, RunsTheHelperAsItsOwnInstallerThroughPkexec) {
   script("bin/pkexec", "echo \"$@\" > \"$0.run\"; exec \"$@\"\n");
   const std::string path = std::getenv("PATH");
   setenv("PATH", ((folder.path() / "bin").string() + ":" + path).c_str(), 1);
-  EXPECT_EQ(bundledHelper(folder.path() / "bin"), helper);
+  EXPECT_EQ(bundledProgram(kHelperFileName, folder.path() / "bin"), helper);
   EXPECT_EQ(runHelperInstaller(helper, false), 3);
   EXPECT_EQ(folder.read("bin/pkexec.run"), helper.string() + " --install\n");
   EXPECT_EQ(runHelperInstaller(helper, true), 3);
@@ -158,7 +159,7 @@ TEST(HelperInstaller, RunsTheHelperAsItsOwnInstallerThroughPkexec) {
   setenv("PATH", folder.path().c_str(), 1);
   EXPECT_EQ(runHelperInstaller(helper, false), 127) << "without pkexec";
   setenv("PATH", path.c_str(), 1);
-  EXPECT_EQ(bundledHelper(folder.path()), std::filesystem::path());
+  EXPECT_EQ(bundledProgram(kHelperFileName, folder.path()), std::filesystem::path());
   EXPECT_FALSE(LinuxJobBlessing().bless("", nullptr)) << "there is none beside this program";
 }
 

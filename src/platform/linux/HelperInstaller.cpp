@@ -2,7 +2,6 @@
 
 #include "platform/linux/Spawn.h"
 
-#include <array>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,28 +11,10 @@
 namespace quorlin {
 namespace {
 
-constexpr const char* kFileName = "quorlin-core-helper";
 constexpr int kNotStarted = 127;
 constexpr int kEndedBySignal = 128;
 
 }  // namespace
-
-std::filesystem::path bundledHelper() {
-  std::error_code error;
-  const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
-  return error ? std::filesystem::path() : bundledHelper(program.parent_path());
-}
-
-std::filesystem::path bundledHelper(const std::filesystem::path& programFolder) {
-  const std::array<std::filesystem::path, 2> places = {
-      programFolder, programFolder.parent_path() / "libexec/quorlin-sensors"};
-  for (const std::filesystem::path& place : places) {
-    std::error_code ignored;
-    std::filesystem::path helper = place / kFileName;
-    if (std::filesystem::is_regular_file(helper, ignored) && access(helper.c_str(), X_OK) == 0) return helper;
-  }
-  return {};
-}
 
 int runHelperInstaller(const std::filesystem::path& helper, bool isRoot) {
   std::vector<std::string> arguments = {"--install"};

@@ -2,15 +2,14 @@
 #pragma once
 
 #include <filesystem>
+#include <string_view>
 
 #include <unistd.h>
 
 namespace quorlin {
 
-/// The helper that came with the program that runs: beside its executable in a build, in
-/// ../libexec/quorlin-sensors where it is installed. Empty when there is none.
-std::filesystem::path bundledHelper();
-std::filesystem::path bundledHelper(const std::filesystem::path& programFolder);
+/// The file name of the helper that comes with the program that runs.
+inline constexpr std::string_view kHelperFileName = "quorlin-core-helper";
 
 /// Runs "pkexec HELPER --install", as root without pkexec, and waits for it; the user may take a while.
 /// Returns its exit status as a shell would: pkexec's 126 (the user refused) and 127 (not authorized), 127

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <string_view>
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -62,6 +63,34 @@ class Attributes {
   posix_spawnattr_t attributes_{};
 };
 
+/// The variables of this process, and a PATH that begins with a folder.
+class Environment {
+ public:
+  explicit Environment(const std::string& searchedFirst) {
+    constexpr std::string_view name = "PATH=";
+    std::string_view others = "/usr/local/bin:/usr/bin:/bin";
+    for (char** variable = environ; *variable != nullptr; ++variable) {
+      const std::string_view text(*variable);
+      if (text.starts_with(name)) {
+        others = text.substr(name.size());
+      } else {
+        variables_.push_back(*variable);
+      }
+    }
+    path_.append(name).append(searchedFirst).append(":").append(others);
+    variables_.push_back(path_.data());
+    variables_.push_back(nullptr);
+  }
+  Environment(const Environment&) = delete;
+  Environment& operator=(const Environment&) = delete;
+
+  char** get() { return variables_.data(); }
+
+ private:
+  std::string path_;
+  std::vector<char*> variables_;
+};
+
 bool hasZeroByte(const std::string& text) { return text.find('\0') != std::string::npos; }
 
 }  // namespace
@@ -83,7 +112,10 @@ std::optional<pid_t> spawn(const std::string& program, const std::vector<std::st
   int error = actions.add(options);
   if (error == 0) error = attributes.set(options.detached);
   if (error == 0) {
-    error = posix_spawnp(&child, program.c_str(), actions.get(), attributes.get(), vector.data(), environ);
+    std::optional<Environment> environment;
+    if (!options.searchedFirst.empty()) environment.emplace(options.searchedFirst);
+    error = posix_spawnp(&child, program.c_str(), actions.get(), attributes.get(), vector.data(),
+                         environment ? environment->get() : environ);
   }
   errno = error;
   return error == 0 ? std::optional(child) : std::nullopt;

@@ -16,6 +16,8 @@ struct SpawnOptions {
   std::string folder;
   /// Away from the terminal: no input, a session of its own.
   bool detached = false;
+  /// A folder that stands before all others in the child's PATH; empty for none.
+  std::string searchedFirst = {};
 };
 
 /// Starts a program, looked for on the PATH where its name has no slash. The child gets the agent's

@@ -1,5 +1,6 @@
 #include "platform/linux/Task.h"
 
+#include "platform/linux/BundledPrograms.h"
 #include "platform/linux/Spawn.h"
 #include "platform/posix/FileDescriptor.h"
 
@@ -12,6 +13,9 @@
 
 namespace quorlin {
 namespace {
+
+/// Of the programs that come with this one, the one that a shell looks for by its name.
+constexpr std::string_view kProfiler = "system_profiler";
 
 Data readToEnd(int descriptor) {
   Data output;
@@ -33,8 +37,16 @@ std::optional<Data> LinuxTaskLauncher::standardOutputOf(const std::string& launc
   const FileDescriptor readEnd(ends[0]);
   FileDescriptor writeEnd(ends[1]);
 
+  const std::filesystem::path path(launchPath);
+  const std::filesystem::path replacement = path.parent_path() == "/usr/bin"
+                                                ? bundledProgram(path.filename().native(), programFolder_)
+                                                : std::filesystem::path();
   const std::optional<pid_t> child =
-      spawn(launchPath, arguments, {.output = writeEnd.get(), .folder = {}, .detached = false});
+      spawn(replacement.empty() ? launchPath : replacement.native(), arguments,
+            {.output = writeEnd.get(),
+             .folder = {},
+             .detached = false,
+             .searchedFirst = bundledProgram(kProfiler, programFolder_).parent_path().native()});
   writeEnd.reset();
   if (!child) return std::nullopt;
   Data output = readToEnd(readEnd.get());

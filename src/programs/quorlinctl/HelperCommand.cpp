@@ -2,6 +2,7 @@
 
 #include "commands/RequestKey.h"
 #include "core/Settings.h"
+#include "platform/linux/BundledPrograms.h"
 #include "platform/linux/HelperInstaller.h"
 #include "platform/linux/System.h"
 #include "platform/linux/UserDefaults.h"
@@ -33,7 +34,7 @@ bool agentMayRun() {
 }
 
 int install() {
-  const std::filesystem::path helper = bundledHelper();
+  const std::filesystem::path helper = bundledProgram(kHelperFileName);
   if (helper.empty()) {
     complain("there is no quorlin-core-helper beside this program and none in ../libexec/quorlin-sensors");
     return kExitFailed;

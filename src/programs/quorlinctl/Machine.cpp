@@ -1,5 +1,6 @@
 #include "quorlinctl/Machine.h"
 
+#include "platform/linux/CpuInfo.h"
 #include "platform/posix/TextFile.h"
 
 #include <algorithm>
@@ -10,27 +11,12 @@ namespace quorlin {
 
 std::string textIn(const std::filesystem::path& file) { return readText(file.string()).value_or(""); }
 
-std::string processorField(const SystemRoots& roots, std::string_view key) {
-  const std::string text = textIn(roots.procfs / "cpuinfo");
-  for (std::size_t start = 0; start < text.size();) {
-    const std::size_t end = std::min(text.find('\n', start), text.size());
-    const std::string_view line = std::string_view(text).substr(start, end - start);
-    const std::size_t colon = line.find(':');
-    if (line.starts_with(key) && colon != std::string_view::npos) {
-      const std::size_t value = line.find_first_not_of(" \t", colon + 1);
-      return value == std::string_view::npos ? std::string() : std::string(line.substr(value));
-    }
-    start = end + 1;
-  }
-  return {};
-}
-
 std::string signOfVirtualMachine(const SystemRoots& roots) {
   // Of the words that hypervisors write into the tables of firmware, those that no hardware maker uses.
   constexpr std::array<std::string_view, 10> words = {
       "QEMU",  "KVM",       "VMware",          "VirtualBox", "Xen",
       "Bochs", "Parallels", "Virtual Machine", "HVM domU",   "Compute Engine"};
-  const std::string flags = " " + processorField(roots, "flags") + " ";
+  const std::string flags = " " + processorField(roots.procfs, "flags") + " ";
   if (flags.find(" hypervisor ") != std::string::npos) return "the processor has the flag hypervisor";
   for (const char* const entry : {"product_name", "sys_vendor"}) {
     const std::string text = textIn(roots.sysfs / "class/dmi/id" / entry);

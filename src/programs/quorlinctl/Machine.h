@@ -8,9 +8,6 @@ namespace quorlin {
 /// The text of a small file; empty when it cannot be read.
 std::string textIn(const std::filesystem::path& file);
 
-/// The rest of the first line of /proc/cpuinfo that begins with a key: "vendor_id\t: GenuineIntel".
-std::string processorField(const SystemRoots& roots, std::string_view key);
-
 /// What makes this a virtual machine, or an empty text.
 std::string signOfVirtualMachine(const SystemRoots& roots);
 

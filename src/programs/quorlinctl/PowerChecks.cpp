@@ -1,4 +1,5 @@
 /// The checks of what the kernel offers for power metrics and for holding the charge.
+#include "platform/linux/CpuInfo.h"
 #include "platform/linux/PowerSources.h"
 #include "platform/linux/SystemBatteries.h"
 #include "platform/posix/TextFile.h"
@@ -51,9 +52,9 @@ CheckResult checkEnergyCounters(const SystemRoots& roots) {
   if (std::filesystem::exists(zone, ignored)) {
     return {CheckState::Ok, subject, "the energy counters of " + zone.string() + " are there", ""};
   }
-  const std::string vendor = processorField(roots, "vendor_id");
+  const std::string vendor = processorField(roots.procfs, "vendor_id");
   // arch/x86/events/rapl.c: AMD's processors have them since family 17h.
-  const std::string family = processorField(roots, "cpu family");
+  const std::string family = processorField(roots.procfs, "cpu family");
   const bool isTooOld = vendor == "AuthenticAMD" && std::strtol(family.c_str(), nullptr, 10) < 0x17;
   if (isTooOld || std::ranges::find(vendors, vendor) == vendors.end()) {
     return {CheckState::Note, subject, "no energy counters are known for this kind of processor", ""};

@@ -2,6 +2,7 @@
 #include "engine/DiskCounters.h"
 #include "engine/SensorDiscovery.h"
 #include "platform/posix/TextFile.h"
+#include "platform/linux/CpuInfo.h"
 #include "quorlinctl/Checks.h"
 #include "quorlinctl/Machine.h"
 #include "quorlinctl/QuietLog.h"
@@ -67,7 +68,7 @@ CheckResult checkProcessorDriver(const SystemRoots& roots) {
   constexpr std::array<std::pair<std::string_view, std::string_view>, 3> drivers = {
       {{"GenuineIntel", "coretemp"}, {"AuthenticAMD", "k10temp"}, {"HygonGenuine", "k10temp"}}};
   const std::string subject = "processor temperature";
-  const std::string vendor = processorField(roots, "vendor_id");
+  const std::string vendor = processorField(roots.procfs, "vendor_id");
   const auto* found =
       std::ranges::find(drivers, vendor, &std::pair<std::string_view, std::string_view>::first);
   if (found == drivers.end()) {
