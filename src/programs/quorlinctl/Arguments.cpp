@@ -39,6 +39,24 @@ std::optional<Integer> integerOf(std::string_view text, Integer least, Integer m
 
 bool isHelp(std::string_view argument) { return argument == "--help" || argument == "-h"; }
 
+constexpr std::string_view kTimeout = "--timeout";
+
+bool isTimeout(std::string_view argument) {
+  return argument == kTimeout || argument.starts_with(std::string(kTimeout) + "=");
+}
+
+/// Reads the option at an index, which then is that of the option's last argument.
+std::optional<UsageError> readTimeout(Arguments arguments, std::size_t& index,
+                                      std::chrono::milliseconds& timeout) {
+  const bool separate = arguments[index] == kTimeout;
+  if (separate && ++index == arguments.size()) return UsageError{"--timeout needs a number of seconds"};
+  const std::string_view value = separate ? arguments[index] : arguments[index].substr(kTimeout.size() + 1);
+  const std::optional<std::chrono::milliseconds> duration = durationOf(value);
+  if (!duration) return UsageError{"--timeout takes 0.001 to 86400 seconds, not " + quoted(value)};
+  timeout = *duration;
+  return std::nullopt;
+}
+
 enum class OptionsEnd { AtTwoDashes, AtFirstOperand };
 
 /// What is left without the options, of which there is only --help.
@@ -87,7 +105,6 @@ std::optional<std::string> textOf(std::string_view text) {
 }  // namespace
 
 std::variant<WatchOptions, UsageError> parseWatchArguments(Arguments arguments) {
-  constexpr std::string_view timeout = "--timeout";
   WatchOptions options;
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     const std::string_view argument = arguments[i];
@@ -99,13 +116,25 @@ std::variant<WatchOptions, UsageError> parseWatchArguments(Arguments arguments) 
       options.json = true;
     } else if (argument == "--widget") {
       options.widget = true;
-    } else if (argument == timeout || argument.starts_with("--timeout=")) {
-      const bool separate = argument == timeout;
-      if (separate && ++i == arguments.size()) return UsageError{"--timeout needs a number of seconds"};
-      const std::string_view value = separate ? arguments[i] : argument.substr(timeout.size() + 1);
-      const std::optional<std::chrono::milliseconds> duration = durationOf(value);
-      if (!duration) return UsageError{"--timeout takes 0.001 to 86400 seconds, not " + quoted(value)};
-      options.timeout = *duration;
+    } else if (isTimeout(argument)) {
+      if (auto error = readTimeout(arguments, i, options.timeout)) return *std::move(error);
+    } else {
+      return unknown(argument);
+    }
+  }
+  return options;
+}
+
+std::variant<NetOptions, UsageError> parseNetArguments(Arguments arguments) {
+  NetOptions options;
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    const std::string_view argument = arguments[i];
+    if (isHelp(argument)) {
+      options.help = true;
+    } else if (argument == "--json") {
+      options.json = true;
+    } else if (isTimeout(argument)) {
+      if (auto error = readTimeout(arguments, i, options.timeout)) return *std::move(error);
     } else {
       return unknown(argument);
     }

@@ -28,6 +28,13 @@ struct WatchOptions {
   std::chrono::milliseconds timeout = std::chrono::seconds(15);
 };
 
+struct NetOptions {
+  bool help = false;
+  bool json = false;
+  /// How long the agent's answer is waited for.
+  std::chrono::milliseconds timeout = std::chrono::seconds(15);
+};
+
 struct DoctorOptions {
   bool help = false;
   bool json = false;
@@ -63,6 +70,7 @@ struct HelperOptions {
 
 /// The arguments after the subcommand's name. A value follows its option as the next argument or after '='.
 std::variant<WatchOptions, UsageError> parseWatchArguments(Arguments arguments);
+std::variant<NetOptions, UsageError> parseNetArguments(Arguments arguments);
 std::variant<DoctorOptions, UsageError> parseDoctorArguments(Arguments arguments);
 
 /// One operand each; what follows "--" is no option. Unless help is asked for, the operand is there.

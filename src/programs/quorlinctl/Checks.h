@@ -58,6 +58,12 @@ CheckResult checkApplicationNames(const SystemRoots& roots);
 /// Whether a program that the agent runs is in one of the folders, which are separated by colons.
 CheckResult checkProgram(std::string_view program, std::string_view package, std::string_view folders);
 
+/// The processor, as the system's profiler names it.
+CheckResult checkProcessor();
+
+/// Whether the program that lists connections came with this one.
+CheckResult checkNetTop();
+
 /// Whether the settings switch the core helper on, which holds the charge and reads the power.
 CheckResult checkCoreSetting(const std::filesystem::path& settings);
 

@@ -3,6 +3,7 @@
 #include "quorlinctl/AgentCommands.h"
 #include "quorlinctl/Doctor.h"
 #include "quorlinctl/HelperCommand.h"
+#include "quorlinctl/Net.h"
 #include "quorlinctl/Output.h"
 #include "quorlinctl/Watch.h"
 
@@ -47,7 +48,7 @@ constexpr const char* kSentEnding =
     "\n"
     "Exit status: 0 sent, 1 not sent, 2 wrong usage.\n";
 
-constexpr std::array<Subcommand, 8> kSubcommands = {{
+constexpr std::array<Subcommand, 9> kSubcommands = {{
     {"watch", "show the machine's sensors and disk activity as they change",
      "Usage: quorlinctl watch [--once] [--json] [--widget] [--timeout SECONDS]\n"
      "\n"
@@ -67,6 +68,20 @@ constexpr std::array<Subcommand, 8> kSubcommands = {{
      "\n"
      "Exit status: 0 done, 1 no session bus or no sample in time, 2 wrong usage.\n",
      "", parseAndAct<parseWatchArguments, watch>},
+    {"net", "list the applications that use the network",
+     "Usage: quorlinctl net [--json] [--timeout SECONDS]\n"
+     "\n"
+     "Asks the agent once, and lists the applications that have connections over external\n"
+     "interfaces, with the bytes that these connections have received and sent so far, the\n"
+     "largest first. Only TCP is counted, and only the connections that are open now; the\n"
+     "processes of other users are left out, unless the agent runs as root.\n"
+     "\n"
+     "  --json             the agent's answer as one JSON object: name, object, userInfo\n"
+     "  --timeout SECONDS  how long the answer is waited for, 15 unless given\n"
+     "  --help             show this help\n"
+     "\n"
+     "Exit status: 0 done, 1 no session bus, no agent or no answer in time, 2 wrong usage.\n",
+     "", parseAndAct<parseNetArguments, showNetworkApplications>},
     {"doctor", "say what is missing on this machine, and why",
      "Usage: quorlinctl doctor [--json]\n"
      "\n"

@@ -96,11 +96,13 @@ std::vector<CheckResult> runChecks() {
       checkBus("session bus", Bus::openSession,
                "run this inside a user session, or set DBUS_SESSION_BUS_ADDRESS", {{"agent", checkAgent}});
   checks.push_back(checkSettings(settingsFile()));
+  checks.push_back(checkProcessor());
   for (const auto check : {checkMachine, checkSensors, checkProcessorDriver, checkDriveDriver,
                            checkDiskCounters, checkApplicationNames}) {
     checks.push_back(check(roots));
   }
   checks.push_back(checkProgram("ps", "procps", kProgramFolders));
+  checks.push_back(checkNetTop());
   std::ranges::move(checkPower(roots), std::back_inserter(checks));
   return checks;
 }
@@ -150,9 +152,7 @@ int examine(const DoctorOptions& options) {
   if (options.json) {
     text = jsonLineOf(checks) + "\n";
   } else {
-    const bool terminal = ::isatty(STDOUT_FILENO) == 1;
-    const Appearance appearance{.charset = charsetOfLocale(),
-                                .colour = terminal && terminalHasScreen() && userWantsColour()};
+    const Appearance appearance = reportAppearance();
     for (const CheckResult& check : checks) text += lineOf(check, appearance) + "\n";
   }
   if (const std::error_code error = writeAll(STDOUT_FILENO, text)) {

@@ -63,13 +63,10 @@ void ViewState::forgetOldPower(Clock::time_point now) {
 
 std::error_code ReportOutput::show(const Notification& notification) {
   if (!state_.take(notification)) return {};
-  const bool terminal = ::isatty(STDOUT_FILENO) == 1;
-  const Appearance appearance{.charset = charsetOfLocale(),
-                              .colour = terminal && terminalHasScreen() && userWantsColour()};
   const int columns = terminalSize(STDOUT_FILENO).value_or(ViewSize()).columns;
   std::string text = first_ ? "" : "\n";
   first_ = false;
-  for (const std::string& line : renderView(state_.view(), {.columns = columns}, appearance)) {
+  for (const std::string& line : renderView(state_.view(), {.columns = columns}, reportAppearance())) {
     text += line + "\n";
   }
   return writeAll(STDOUT_FILENO, text);

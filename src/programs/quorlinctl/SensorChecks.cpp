@@ -1,8 +1,8 @@
 /// The checks of what the kernel shows of the machine.
 #include "engine/DiskCounters.h"
 #include "engine/SensorDiscovery.h"
-#include "platform/posix/TextFile.h"
 #include "platform/linux/CpuInfo.h"
+#include "platform/posix/TextFile.h"
 #include "quorlinctl/Checks.h"
 #include "quorlinctl/Machine.h"
 #include "quorlinctl/QuietLog.h"

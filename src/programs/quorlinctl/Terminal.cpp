@@ -58,6 +58,11 @@ bool userWantsColour() {
   return refusal == nullptr || *refusal == '\0';
 }
 
+Appearance reportAppearance() {
+  const bool terminal = ::isatty(STDOUT_FILENO) == 1;
+  return {.charset = charsetOfLocale(), .colour = terminal && terminalHasScreen() && userWantsColour()};
+}
+
 Screen::Screen(RunLoop& loop, KeyHandler handler) {
   termios settings{};
   if (ownsTerminal() && ::tcgetattr(STDIN_FILENO, &settings) == 0) {

@@ -22,6 +22,9 @@ bool terminalHasScreen();
 /// Whether the user wants colours (no-color.org: a NO_COLOR that is not empty says no).
 bool userWantsColour();
 
+/// How text looks that is written to standard output from top to bottom: plain unless that is a terminal.
+Appearance reportAppearance();
+
 /// The alternate screen, without cursor, from construction to destruction. Keys are not echoed; if standard
 /// input is the terminal, the handler is called for each byte typed, on the main thread.
 class Screen {
