@@ -150,7 +150,7 @@ class Builder {
 }  // namespace
 
 std::optional<PropertyList> propertyListFromXml(const Data& document) {
-  if (document.size() > kMaximumSize) return std::nullopt;
+  if (document.empty() || document.size() > kMaximumSize) return std::nullopt;
   constexpr GMarkupParser parser = {
       .start_element =
           [](GMarkupParseContext*, const gchar* element, const gchar**, const gchar**, gpointer builder,

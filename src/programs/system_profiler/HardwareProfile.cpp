@@ -16,10 +16,10 @@ namespace {
 
 /// Makers pad names with blanks.
 std::string withSingleBlanks(const std::string& text) {
-  std::istringstream words(text);
+  std::istringstream words(displayText(text));
   std::string result;
   for (std::string word; words >> word;) result += (result.empty() ? "" : " ") + word;
-  return displayText(result);
+  return result;
 }
 
 /// The chip that a device tree is compatible with. The list goes from the board to what it is built on, as

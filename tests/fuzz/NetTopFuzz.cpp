@@ -1,0 +1,34 @@
+/// Any bytes as nettop's output: lines without white space around them, records of three numbers.
+#include "inspect/NetTop.h"
+#include "platform/Utf8.h"
+
+#include <cstdint>
+#include <cstdlib>
+
+namespace {
+
+void require(bool condition) {
+  if (!condition) std::abort();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  using namespace quorlin;
+  const std::vector<std::string> lines = formatLines(Data(data, data + size));
+  std::size_t total = 0;
+  for (const std::string& line : lines) {
+    total += line.size();
+    require(isUtf8(line) && line.find('\n') == std::string::npos);
+    // What was trimmed stays as it is.
+    require(formatLines(Data(line.begin(), line.end())) == std::vector{line});
+    const std::optional<Dictionary> record = parseNetTop(line);
+    require(!line.starts_with("time ") || !record);
+    if (!record) continue;
+    require(record->size() == 3 && *find(*record, "pid")->integer() >= 0);
+    require(find(*record, "bytesIn")->integer() != nullptr &&
+            find(*record, "bytesOut")->integer() != nullptr);
+  }
+  require(total <= size);
+  return 0;
+}
