@@ -66,6 +66,26 @@ TEST(Task, CapturesAllOfTheOutput) {
   EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child was not waited for";
 }
 
+TEST(Task, RunsCommandsThatComeWithTheProgramBeforeTheSystems) {
+  const TemporaryFolder folder;
+  const auto script = [&](const std::string& file) {
+    const auto path = folder.write(file, "#!/bin/sh\necho bundled \"$@\"\n");
+    std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+  };
+  script("libexec/quorlin-sensors/nettop");
+  script("libexec/quorlin-sensors/system_profiler");
+  LinuxTaskLauncher launcher(folder.path() / "bin");
+  EXPECT_EQ(text(launcher.standardOutputOf("/usr/bin/nettop", {"-a b"})), "bundled -a b\n");
+  EXPECT_EQ(
+      text(launcher.standardOutputOf("/bin/sh", {"-c", "system_profiler x; echo $PATH"})),
+      "bundled x\n" + (folder.path() / "libexec/quorlin-sensors").string() + ":" + getenv("PATH") + "\n");
+  script("bin/nettop");
+  EXPECT_EQ(launcher.standardOutputOf("/usr/local/bin/nettop", {}), std::nullopt)
+      << "another place was meant";
+  script("bin/printf");
+  EXPECT_EQ(text(LinuxTaskLauncher("/nonexistent").standardOutputOf("/usr/bin/printf", {"x"})), "x");
+}
+
 TEST(Task, SaysWhenAProgramCannotBeStarted) {
   LinuxTaskLauncher launcher;
   for (const char* path : {"/nonexistent", "/", "/etc/hostname"}) {

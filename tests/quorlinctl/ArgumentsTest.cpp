@@ -13,6 +13,9 @@ std::string textOf(const WatchOptions& options) {
   return std::string(options.once ? "once " : "") + (options.json ? "json " : "") +
          (options.widget ? "widget " : "") + std::to_string(options.timeout.count());
 }
+std::string textOf(const NetOptions& options) {
+  return (options.json ? "json " : "") + std::to_string(options.timeout.count());
+}
 std::string textOf(const DoctorOptions& options) { return options.json ? "json" : ""; }
 std::string textOf(const BatteryLimitOptions& options) { return std::to_string(options.percent); }
 std::string textOf(const ProcessOptions& options) { return std::to_string(options.process); }
@@ -31,6 +34,7 @@ std::string outcomeOf(const Words& words) {
 
 TEST(Arguments, AreUnderstoodOrNamedInTheError) {
   constexpr auto watch = outcomeOf<parseWatchArguments>;
+  constexpr auto net = outcomeOf<parseNetArguments>;
   constexpr auto doctor = outcomeOf<parseDoctorArguments>;
   constexpr auto batteryLimit = outcomeOf<parseBatteryLimitArguments>;
   constexpr auto process = outcomeOf<parseProcessArguments>;
@@ -47,6 +51,8 @@ TEST(Arguments, AreUnderstoodOrNamedInTheError) {
       {watch, {"--once", "--json", "--widget"}, "once json widget 15000"},
       {watch, {"--timeout", "2.5"}, "2500"},
       {watch, {"--timeout=1", "-h"}, "help"},
+      {net, {"--json", "--timeout=3"}, "json 3000"},
+      {net, {"--once"}, "error: unknown option '--once'"},
       {watch, {"--frequency"}, "error: unknown option '--frequency'"},
       {watch, {"--once", "now"}, "error: unexpected argument 'now'"},
       {watch, {""}, "error: unexpected argument ''"},
