@@ -76,6 +76,14 @@ std::int32_t processIdOf(std::string_view column) {
 
 }  // namespace
 
+std::optional<Data> outputOfNetTop(TaskLauncher& taskLauncher) {
+  return taskLauncher.standardOutputOf(
+      "/usr/bin/nettop",
+      {"-Px", "-k",
+       "interface,state,rx_ooo,rx_dupe,re-tx,rtt_avg,rcvsize,tx_win,tc_class,tc_mgt,cc_algo,P,C,R,W", "-l",
+       "1", "-t", "external"});
+}
+
 std::vector<std::string> formatLines(const Data& output) {
   std::string_view text(reinterpret_cast<const char*>(output.data()), output.size());
   std::vector<std::string> lines;

@@ -1,7 +1,9 @@
-/// What can be read from the table that nettop prints: one line a process, its columns apart by white space.
+/// nettop, and what can be read from the table that it prints: one line a process, its columns apart by white
+/// space.
 #pragma once
 
 #include "platform/PropertyList.h"
+#include "platform/Task.h"
 
 #include <optional>
 #include <string>
@@ -9,6 +11,10 @@
 #include <vector>
 
 namespace quorlin {
+
+/// One sample of the processes that have used an external interface: time, process, bytes in and bytes out.
+/// Blocks until nettop has ended; nothing when it could not be started.
+std::optional<Data> outputOfNetTop(TaskLauncher& taskLauncher);
 
 /// The lines without the white space around them, empty ones left out. None when the bytes are not UTF-8.
 std::vector<std::string> formatLines(const Data& output);

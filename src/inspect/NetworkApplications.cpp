@@ -12,12 +12,7 @@ void AppDelegate::getNetworkApps() {
 }
 
 Array AppDelegate::collectNetwork() {
-  // One sample, of external interfaces only, whose columns are time, process, bytes in and bytes out.
-  const std::optional<Data> output = services_.taskLauncher.standardOutputOf(
-      "/usr/bin/nettop",
-      {"-Px", "-k",
-       "interface,state,rx_ooo,rx_dupe,re-tx,rtt_avg,rcvsize,tx_win,tc_class,tc_mgt,cc_algo,P,C,R,W", "-l",
-       "1", "-t", "external"});
+  const std::optional<Data> output = outputOfNetTop(services_.taskLauncher);
   Array records;
   if (!output) return records;
   for (const std::string& line : formatLines(*output)) {

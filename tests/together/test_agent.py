@@ -206,7 +206,8 @@ def test_a_log_that_nobody_reads_does_not_end_the_agent(session):
     agent.stderr.close()
     listener = Consumer(session)
     listener.wait_for("QuorlinSensorsActiveM")
-    listener.post("QuorlinSensorsGetNetworkApp")  # it has something to say
+    listener.call(AGENT, "/brellwick/QuorlinSensors", "org.freedesktop.Application", "Activate",
+                  GLib.Variant("(a{sv})", ({"activation-token": GLib.Variant("s", "t")},)))  # it has something to say
     listener.wait_for("QuorlinSensorsActiveM", 2)
     terminate(agent)
 

@@ -61,7 +61,7 @@ CheckResult checkProgram(std::string_view program, std::string_view package, std
 /// The processor, as the system's profiler names it.
 CheckResult checkProcessor();
 
-/// Whether the program that lists connections came with this one.
+/// Whether the program that lists connections came with this one and works.
 CheckResult checkNetTop();
 
 /// Whether the settings switch the core helper on, which holds the charge and reads the power.

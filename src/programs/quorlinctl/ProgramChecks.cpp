@@ -1,4 +1,5 @@
 /// The checks of the programs that come with this one.
+#include "inspect/NetTop.h"
 #include "platform/linux/BundledPrograms.h"
 #include "platform/linux/Task.h"
 #include "probes/SystemInformation.h"
@@ -27,9 +28,13 @@ CheckResult checkProcessor() {
 }
 
 CheckResult checkNetTop() {
-  const std::filesystem::path program = bundledProgram("nettop");
-  if (program.empty()) return missing("program nettop", "nettop");
-  return {CheckState::Ok, "program nettop", program.string(), ""};
+  const std::string subject = "network applications";
+  if (bundledProgram("nettop").empty()) return missing(subject, "nettop");
+  LinuxTaskLauncher launcher;
+  const std::optional<Data> output = outputOfNetTop(launcher);
+  if (output && !output->empty()) return {CheckState::Ok, subject, "nettop lists them", ""};
+  return {CheckState::Missing, subject, "nettop cannot ask the kernel for its connections",
+          "sudo modprobe tcp_diag"};
 }
 
 }  // namespace quorlin
