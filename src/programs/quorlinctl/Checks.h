@@ -46,6 +46,9 @@ CheckResult checkMachine(const SystemRoots& roots);
 /// Whether the processor's temperature driver is there.
 CheckResult checkProcessorDriver(const SystemRoots& roots);
 
+/// Whether the driver of an Intel Mac's System Management Controller is there.
+CheckResult checkSmc(const SystemRoots& roots);
+
 /// Whether SATA disks have their temperature driver.
 CheckResult checkDriveDriver(const SystemRoots& roots);
 

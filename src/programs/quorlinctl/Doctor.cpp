@@ -97,7 +97,7 @@ std::vector<CheckResult> runChecks() {
                "run this inside a user session, or set DBUS_SESSION_BUS_ADDRESS", {{"agent", checkAgent}});
   checks.push_back(checkSettings(settingsFile()));
   checks.push_back(checkProcessor());
-  for (const auto check : {checkMachine, checkSensors, checkProcessorDriver, checkDriveDriver,
+  for (const auto check : {checkMachine, checkSensors, checkProcessorDriver, checkSmc, checkDriveDriver,
                            checkDiskCounters, checkApplicationNames}) {
     checks.push_back(check(roots));
   }
