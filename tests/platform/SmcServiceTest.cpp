@@ -69,6 +69,7 @@ class SmcServiceTest : public testing::Test {
     input.key = smcKeyFromText(key.name);
     input.keyInfo.dataSize = static_cast<std::uint32_t>(key.data.size());
     input.command = command;
+    errno = EIO;  // Of an earlier call.
     return static_cast<int>(connection->exchange(method, input, output));
   }
 
@@ -102,11 +103,15 @@ TEST_F(SmcServiceTest, FailsInsteadOfTellingAPart) {
   const std::string length = "key_at_index_data_length";
   // Without a text it is a folder, which opens and cannot be read.
   const std::tuple<std::string, std::string, int> cases[] = {
-      {"key_count", "", EISDIR},         {"key_count", "7", EBADMSG},
-      {"key_at_index", "\n", EBADMSG},   {"key_at_index_name", "FNu\n", EBADMSG},
-      {"key_at_index_type", "", EISDIR}, {"key_at_index_type", "ui8\n", EBADMSG},
-      {length, "33\n", EBADMSG},         {length, "1 \n", EBADMSG},
-      {length, "2\n", EBADMSG},          {"key_at_index_data", "\2\2", EBADMSG},
+      {"key_count", "", EISDIR},
+      {"key_count", "70", EBADMSG},
+      {"key_at_index", "\n", EBADMSG},
+      {"key_at_index_name", "FNu\n", EBADMSG},
+      {"key_at_index_type", "", EISDIR},
+      {"key_at_index_type", "ui8\n", EBADMSG},
+      {length, "1 \n", EBADMSG},
+      {length, "2\n", EBADMSG},
+      {"key_at_index_data", "\2\2", EBADMSG},
       {"key_at_index_data", "", EISDIR},
   };
   for (const auto& [name, text, result] : cases) {
@@ -118,6 +123,12 @@ TEST_F(SmcServiceTest, FailsInsteadOfTellingAPart) {
     if (text.empty()) std::filesystem::remove(file(name));
     write("key_count", "7\n");
   }
+  const std::string tooLong(33, 'x');
+  afterwards = [&] {
+    write(length, "33\n");
+    write("key_at_index_data", tooLong);
+  };
+  EXPECT_EQ(readBytes({"FNum", "", tooLong}), EBADMSG);
   afterwards = [] {};
   EXPECT_EQ(readBytes({"FNum", "", "12"}), EINVAL);
   EXPECT_EQ(readBytes(kNum, 1), ENOTSUP);
