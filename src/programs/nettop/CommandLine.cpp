@@ -1,0 +1,72 @@
+#include "nettop/CommandLine.h"
+
+#include "nettop/Connections.h"
+#include "nettop/ProcessTraffic.h"
+#include "nettop/TrafficTable.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <exception>
+
+#include <sysexits.h>
+#include <unistd.h>
+
+namespace quorlin {
+namespace {
+
+/// One sample of external traffic by process, without the columns that the agent does not read. Since they
+/// are not there in the first place, this is the only form.
+constexpr std::array<std::string_view, 7> kArguments = {
+    "-Px",
+    "-k",
+    "interface,state,rx_ooo,rx_dupe,re-tx,rtt_avg,rcvsize,tx_win,tc_class,tc_mgt,cc_algo,P,C,R,W",
+    "-l",
+    "1",
+    "-t",
+    "external"};
+
+constexpr const char* kUsage =
+    "Usage: nettop -Px -k "
+    "interface,state,rx_ooo,rx_dupe,re-tx,rtt_avg,rcvsize,tx_win,tc_class,tc_mgt,cc_algo,P,C,R,W\n"
+    "              -l 1 -t external\n"
+    "\n"
+    "Lists the processes that hold TCP connections, those of loopback aside, and the bytes that each has "
+    "received\n"
+    "and sent on them so far.\n"
+    "\n"
+    "  --help  show this text\n";
+
+/// Not stdio, which would write a long list in pieces.
+int print(std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t count = write(STDOUT_FILENO, text.data(), text.size());
+    if (count < 0) {
+      std::perror("nettop: the output cannot be written");
+      return EX_IOERR;
+    }
+    text.remove_prefix(static_cast<std::size_t>(count));
+  }
+  return EX_OK;
+}
+
+}  // namespace
+
+int runNettop(const std::filesystem::path& procfsRoot, std::span<const std::string_view> arguments) {
+  if (arguments.size() == 1 && arguments.front() == "--help") return print(kUsage);
+  if (!std::ranges::equal(arguments, kArguments)) {
+    std::fprintf(stderr, "nettop: wrong arguments\n\n%s", kUsage);
+    return EX_USAGE;
+  }
+  try {
+    const std::vector<ProcessTraffic> processes = trafficByProcess(procfsRoot, externalConnections());
+    return print(trafficTable(processes, std::chrono::system_clock::now()));
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "nettop: %s\n", error.what());
+    return EX_UNAVAILABLE;
+  }
+}
+
+}  // namespace quorlin

@@ -1,0 +1,142 @@
+#include "nettop/ProcessTraffic.h"
+
+#include "platform/posix/FileDescriptor.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <optional>
+#include <string_view>
+#include <system_error>
+
+#include <dirent.h>
+#include <fcntl.h>
+
+namespace quorlin {
+namespace {
+
+constexpr int kFolder = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+
+/// Some 340 descriptors: what the kernel has touched to list them is still in the processor's cache when
+/// their links are read.
+constexpr std::size_t kEntriesSize = std::size_t{8} * 1024;
+
+/// Visits the names in a folder until the visitor returns false. Not readdir: it would cost as much again as
+/// the listing itself.
+void forEachName(const FileDescriptor& folder, const auto& visit) {
+  alignas(dirent64) std::array<char, kEntriesSize> entries;
+  while (true) {
+    const ssize_t size = getdents64(folder.get(), entries.data(), entries.size());
+    if (size <= 0) return;
+    for (ssize_t offset = 0; offset < size;) {
+      const auto* entry = reinterpret_cast<const dirent64*>(entries.data() + offset);
+      offset += entry->d_reclen;
+      if (entry->d_name[0] != '.' && !visit(static_cast<const char*>(entry->d_name))) return;
+    }
+  }
+}
+
+std::vector<int> processIds(const FileDescriptor& procfs) {
+  std::vector<int> ids;
+  forEachName(procfs, [&](const char* name) {
+    int id = 0;
+    const char* const end = name + std::strlen(name);
+    if (std::from_chars(name, end, id).ptr == end && id > 0) ids.push_back(id);
+    return true;
+  });
+  std::ranges::sort(ids);
+  return ids;
+}
+
+FileDescriptor openOfProcess(const FileDescriptor& procfs, int id, std::string_view file, int flags) {
+  std::array<char, 32> path{};
+  std::ranges::copy(file, std::to_chars(path.begin(), path.end(), id).ptr);
+  return FileDescriptor(openat(procfs.get(), path.data(), flags));
+}
+
+std::optional<std::string> processName(const FileDescriptor& procfs, int id) {
+  const FileDescriptor file = openOfProcess(procfs, id, "/comm", O_RDONLY | O_CLOEXEC);
+  std::array<char, 64> name;
+  const ssize_t size = file ? read(file.get(), name.data(), name.size()) : -1;
+  if (size <= 0) return std::nullopt;
+  return std::string(name.data(), static_cast<std::size_t>(size - 1));  // without the line's end
+}
+
+class Search {
+ public:
+  Search(const FileDescriptor& procfs, std::span<const Connection> connections)
+      : procfs_(procfs),
+        connections_(connections),
+        isFound_(connections.size()),
+        missing_(connections.size()) {}
+
+  bool isOver() const { return missing_ == 0; }
+
+  /// Nothing for a process that holds none of the connections that are still missing.
+  std::optional<ProcessTraffic> look(int id) {
+    std::optional<ProcessTraffic> process;
+    const FileDescriptor folder = openOfProcess(procfs_, id, "/fd", kFolder);
+    if (!folder) return process;
+    forEachName(folder, [&](const char* descriptor) {
+      // Reads the link, since following it may wait for a server that a file is on.
+      std::array<char, 32> target;
+      const ssize_t size = readlinkat(folder.get(), descriptor, target.data(), target.size());
+      // None of this process's can be read.
+      if (size < 0 && (errno == EACCES || errno == EPERM)) return false;
+      const Connection* connection =
+          find({target.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0))});
+      if (connection == nullptr) return true;
+      if (!process) {
+        std::optional<std::string> name = processName(procfs_, id);
+        // It has just ended, and its connection may be another's as well.
+        if (!name) return false;
+        process = {.id = id, .name = *std::move(name)};
+      }
+      isFound_[static_cast<std::size_t>(connection - connections_.data())] = true;
+      process->bytesIn += connection->bytesIn;
+      process->bytesOut += connection->bytesOut;
+      return --missing_ > 0;
+    });
+    return process;
+  }
+
+ private:
+  /// The missing connection whose socket is the target of a link as "socket:[12345]", or null.
+  const Connection* find(std::string_view target) const {
+    constexpr std::string_view before = "socket:[";
+    std::uint32_t inode = 0;
+    if (!target.starts_with(before)) return nullptr;
+    std::from_chars(target.data() + before.size(), target.data() + target.size(), inode);
+    const auto found = std::ranges::lower_bound(connections_, inode, {}, &Connection::inode);
+    if (found == connections_.end() || found->inode != inode) return nullptr;
+    const auto index = static_cast<std::size_t>(found - connections_.begin());
+    return isFound_[index] ? nullptr : &connections_[index];
+  }
+
+  const FileDescriptor& procfs_;
+  std::span<const Connection> connections_;
+  std::vector<bool> isFound_;  // by the same index
+  std::size_t missing_;
+};
+
+}  // namespace
+
+std::vector<ProcessTraffic> trafficByProcess(const std::filesystem::path& procfsRoot,
+                                             std::span<const Connection> connections) {
+  std::vector<ProcessTraffic> processes;
+  if (connections.empty()) return processes;
+  const FileDescriptor procfs(open(procfsRoot.c_str(), kFolder));
+  if (!procfs) {
+    throw std::system_error(errno, std::generic_category(), procfsRoot.native() + " cannot be listed");
+  }
+  Search search(procfs, connections);
+  for (const int id : processIds(procfs)) {
+    if (search.isOver()) break;
+    if (std::optional<ProcessTraffic> process = search.look(id)) processes.push_back(*std::move(process));
+  }
+  return processes;
+}
+
+}  // namespace quorlin

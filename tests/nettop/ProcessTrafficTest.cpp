@@ -1,0 +1,58 @@
+#include "fakes/TemporaryFolder.h"
+#include "nettop/ProcessTraffic.h"
+#include "platform/posix/FileDescriptor.h"
+
+#include <system_error>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/inotify.h>
+
+namespace quorlin {
+namespace {
+
+using testing::ElementsAre;
+using testing::FieldsAre;
+
+class ProcessTrafficTest : public testing::Test {
+ protected:
+  void process(const std::string& id, const std::string& comm, const std::vector<std::string>& links) const {
+    if (!comm.empty()) procfs_.write(id + "/comm", comm);
+    const std::filesystem::path folder = procfs_.path() / id / "fd";
+    std::filesystem::create_directories(folder);
+    for (const std::string& link : links) {
+      std::filesystem::create_symlink(link, folder / std::to_string(&link - links.data()));
+    }
+  }
+
+  std::vector<ProcessTraffic> traffic() const { return trafficByProcess(procfs_.path(), connections_); }
+
+  TemporaryFolder procfs_;
+  std::vector<Connection> connections_ = {{7, 1, 2}, {70, 10, 20}, {4294967295, 100, 200}};
+};
+
+TEST_F(ProcessTrafficTest, IsSummedForTheLowestProcessThatHoldsAConnection) {
+  process("1", "", {"socket:[70]"});  // ended just now
+  procfs_.write("2/fd", "closed");
+  process("300", "third\n", {"socket:[7]", "socket:[70]"});
+  process("20", "second\n", {"/dev/null", "socket:[7]", "socket:[4294967295]", "socket:[7]", "socket:[8]"});
+  process("3", "first\n", {"pipe:[70]", "socket:[", "socket:[4294967296]"});
+  process("4x", "none\n", {"socket:[70]"});
+  EXPECT_THAT(traffic(), ElementsAre(FieldsAre(20, "second", 101, 202), FieldsAre(300, "third", 10, 20)));
+}
+
+TEST_F(ProcessTrafficTest, IsLookedForUntilAllIsFound) {
+  process("5", "all\n", {"socket:[7]", "socket:[70]", "socket:[4294967295]"});
+  process("6", "later\n", {});
+  const FileDescriptor events(inotify_init1(IN_NONBLOCK));
+  inotify_add_watch(events.get(), (procfs_.path() / "6/fd").c_str(), IN_OPEN);
+  for (const bool isFound : {true, false}) {
+    EXPECT_EQ(traffic().size(), 1U);
+    std::array<char, 4096> buffer;
+    EXPECT_EQ(read(events.get(), buffer.data(), buffer.size()) < 0, isFound);
+    connections_.insert(connections_.begin(), {6, 0, 0});
+  }
+}
+
+}  // namespace
+}  // namespace quorlin
