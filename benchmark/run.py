@@ -8,6 +8,7 @@ import sys
 import tempfile
 import time
 
+import connections
 import peers
 
 BUILD = pathlib.Path(sys.argv[1]).resolve()
@@ -65,6 +66,7 @@ def main():
         daemon = start_bus()
         try:
             tick = run_benchmark()
+            connections.run(BUILD)
             weigh()
             if "--peers" in sys.argv:
                 subprocess.run([BUILD / "benchmark/quorlin-bench", "--write-machine", folder / "machine"], check=True)

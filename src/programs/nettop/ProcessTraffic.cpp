@@ -42,8 +42,8 @@ std::vector<int> processIds(const FileDescriptor& procfs) {
   std::vector<int> ids;
   forEachName(procfs, [&](const char* name) {
     int id = 0;
-    const char* const end = name + std::strlen(name);
-    if (std::from_chars(name, end, id).ptr == end && id > 0) ids.push_back(id);
+    std::from_chars(name, name + std::strlen(name), id);
+    if (id > 0) ids.push_back(id);
     return true;
   });
   std::ranges::sort(ids);
@@ -126,7 +126,6 @@ class Search {
 std::vector<ProcessTraffic> trafficByProcess(const std::filesystem::path& procfsRoot,
                                              std::span<const Connection> connections) {
   std::vector<ProcessTraffic> processes;
-  if (connections.empty()) return processes;
   const FileDescriptor procfs(open(procfsRoot.c_str(), kFolder));
   if (!procfs) {
     throw std::system_error(errno, std::generic_category(), procfsRoot.native() + " cannot be listed");
