@@ -54,7 +54,7 @@ def main():
     for count, wanted in WANTED.items():
         with subprocess.Popen([sys.executable, "-B", __file__, "--hold", str(count)], stdin=subprocess.PIPE,
                               stdout=subprocess.PIPE) as holder:
-            holder.stdout.readline()
+            assert holder.stdout.readline(), "the connections could not be opened"
             rounds = [[microseconds(command) for command in commands] for _ in range(REPETITIONS)]
             holder.communicate()
         ours, peer = (statistics.median(column) for column in zip(*rounds))

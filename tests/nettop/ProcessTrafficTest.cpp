@@ -20,8 +20,8 @@ class ProcessTrafficTest : public testing::Test {
     if (!comm.empty()) procfs_.write(id + "/comm", comm);
     const std::filesystem::path folder = procfs_.path() / id / "fd";
     std::filesystem::create_directories(folder);
-    for (const std::string& link : links) {
-      std::filesystem::create_symlink(link, folder / std::to_string(&link - links.data()));
+    for (std::size_t i = 0; i < links.size(); ++i) {
+      std::filesystem::create_symlink(links[i], folder / std::to_string(i < 2 ? i : 10 * i));  // with a gap
     }
   }
 
