@@ -63,21 +63,20 @@ void forEachDescriptor(const FileDescriptor& folder, const auto& visit) {
     const bool goesOn = visit(std::string_view(target.data(), static_cast<std::size_t>(size)));
     return goesOn ? Outcome::kGoOn : Outcome::kOver;
   };
-  // Since Linux 6.2 the folder's size is the number of descriptors (proc_fd_getattr in fs/proc/fd.c). Where
-  // there is no gap among them, listing them would be a tenth of all work.
+  // Since Linux 6.2 the folder's size is the number of descriptors (proc_fd_getattr in fs/proc/fd.c). Trying
+  // one number after the other is then cheaper than listing them, as long as there are few gaps.
   struct stat status {};
   fstat(folder.get(), &status);
-  int next = 0;
-  for (; next < status.st_size; ++next) {
-    std::array<char, 16> name{};
+  off_t next = 0;
+  for (off_t found = 0; found < status.st_size && next - found <= status.st_size / 16; ++next) {
+    std::array<char, 24> name{};
     std::to_chars(name.begin(), name.end(), next);
     const Outcome outcome = look(name.data());
     if (outcome == Outcome::kOver) return;
-    if (outcome == Outcome::kAbsent) break;
+    if (outcome == Outcome::kGoOn && ++found == status.st_size) return;
   }
-  if (next > 0 && next == status.st_size) return;
   forEachName(folder, [&](const char* name) {
-    int number = 0;
+    off_t number = 0;
     std::from_chars(name, name + std::strlen(name), number);
     return number < next || look(name) != Outcome::kOver;
   });
