@@ -1,5 +1,6 @@
 /// Prints what the agent's work costs, beside the floor and beside ps, measured in one run. Each figure is
 /// the median of the repetitions; what is compared is measured in turns.
+#include "ChildOutput.h"
 #include "Fixture.h"
 #include "Floor.h"
 #include "Measure.h"
@@ -194,10 +195,16 @@ int main(int argc, char** argv) {
     writeMachine(argv[2], kTypicalInputs, 0);
     return 0;
   }
+  if (argc == 2 && actAsChild(argv[1])) return 0;
+  if (argc == 2 && std::string_view(argv[1]) == "--child-output") {
+    benchChildOutput();
+    return 0;
+  }
   std::printf("Processor time in microseconds, medians of %d.\n", kRepetitions);
   benchTick(true);
   benchTick(false);
   benchSensors();
   benchDisks();
   benchProcesses();
+  benchChildOutput();
 }

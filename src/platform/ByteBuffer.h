@@ -1,0 +1,51 @@
+/// Bytes that grow at their end.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <span>
+
+namespace quorlin {
+
+/// Grown with realloc(), which moves the pages of large blocks instead of copying them, and whose new room is
+/// not touched: large contents are never held twice, and spare room takes no memory. Throws std::bad_alloc.
+class ByteBuffer {
+ public:
+  std::span<const std::uint8_t> bytes() const { return {start_.get(), size_}; }
+
+  void append(std::span<const std::uint8_t> bytes) {
+    std::ranges::copy(bytes, spare(bytes.size()).begin());
+    extend(bytes.size());
+  }
+
+  /// Room for that many bytes behind the contents, to write to; until the next call.
+  std::span<std::uint8_t> spare(std::size_t size) {
+    if (capacity_ - size_ < size) grow(std::max(size_ + size, capacity_ * 2));
+    return {start_.get() + size_, size};
+  }
+
+  /// Takes the first bytes of the spare room to the contents.
+  void extend(std::size_t size) { size_ += size; }
+
+ private:
+  struct Free {
+    void operator()(std::uint8_t* start) const { std::free(start); }
+  };
+
+  void grow(std::size_t capacity) {
+    void* const moved = std::realloc(start_.get(), capacity);
+    if (moved == nullptr) throw std::bad_alloc();
+    static_cast<void>(start_.release());
+    start_.reset(static_cast<std::uint8_t*>(moved));
+    capacity_ = capacity;
+  }
+
+  std::unique_ptr<std::uint8_t, Free> start_;
+  std::size_t size_ = 0;
+  std::size_t capacity_ = 0;
+};
+
+}  // namespace quorlin

@@ -1,0 +1,86 @@
+/// One program run as a child process, and what it wrote.
+#pragma once
+
+#include "platform/ByteBuffer.h"
+#include "platform/PropertyList.h"
+
+#include <atomic>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace quorlin {
+
+/// An end that the output comes from, a matter of the implementation.
+struct ChildStream;
+
+/// Runs a program, waits for its end and collects its output. An instance may be used again and is never
+/// reset: output is added to what is there, and timedout stays true until the caller sets it back.
+///
+/// A run blocks until the child has exited. One thread drives an instance; others may read and write its
+/// properties meanwhile, but the contents of the buffers. Running out of memory throws std::bad_alloc, when
+/// the child is gone.
+///
+/// The path is not searched for, and is the child's argument zero. The environment, the standard input and
+/// the treatment of signals are the agent's own. So are its open descriptors, also the writing ends of
+/// another instance's pipes when both start a child at the same moment: that one's output ends when both
+/// children have.
+///
+/// The child keeps the ends that it writes to under numbers of their own beside 1 and 2. One that closes its
+/// output and lives on is therefore taken for silent, not for ended.
+class SubProcess {
+ public:
+  /// Runs fork() or forkpty(), as usePseudoTerminal says. With debug output set runs nothing, adds that to
+  /// the buffers and returns true.
+  bool execute(const std::string& path, const std::vector<std::string>& arguments);
+
+  /// Output and error stream through a pipe each. True when they were read to their end; false when timedout
+  /// is set, and when the program could not be started, which changes nothing here. That includes a path or
+  /// an argument with a zero byte, and descriptors beyond what select() can watch.
+  bool fork(const std::string& path, const std::vector<std::string>& arguments);
+
+  /// The same with the output on a pseudo-terminal; the error stream is the agent's own. The pseudo-terminal
+  /// is not the child's controlling terminal.
+  bool forkpty(const std::string& path, const std::vector<std::string>& arguments);
+
+  /// The child was silent for the time-out. It is not killed: nothing more is read, and the run goes on until
+  /// it exits.
+  bool timedout() const { return timedout_; }
+  void setTimedout(bool timedout) { timedout_ = timedout; }
+
+  /// The longest silence in whole seconds, of each wait for output. A negative one ends the reading at the
+  /// first wait, which counts as read to the end.
+  std::int32_t timeout() const { return timeout_; }
+  void setTimeout(std::int32_t seconds) { timeout_ = seconds; }
+
+  /// The status of the last child as waitpid() stores it, not decoded.
+  std::int32_t result() const { return result_; }
+
+  const ByteBuffer& standardOutput() const { return standardOutput_; }
+  const ByteBuffer& standardError() const { return standardError_; }
+
+  bool usePseudoTerminal() const { return usePseudoTerminal_; }
+  void setUsePseudoTerminal(bool use) { usePseudoTerminal_ = use; }
+
+  /// What to pretend that the child wrote; null for none.
+  PropertyList::SharedData debugStandardOutput() const { return debugStandardOutput_; }
+  void setDebugStandardOutput(PropertyList::SharedData data) { debugStandardOutput_ = std::move(data); }
+  PropertyList::SharedData debugStandardError() const { return debugStandardError_; }
+  void setDebugStandardError(PropertyList::SharedData data) { debugStandardError_ = std::move(data); }
+
+ private:
+  bool collect(int process, std::span<ChildStream> streams);
+
+  std::atomic<bool> timedout_ = false;
+  std::atomic<std::int32_t> timeout_ = 30;
+  std::atomic<std::int32_t> result_ = 0;
+  ByteBuffer standardOutput_;
+  ByteBuffer standardError_;
+  std::atomic<bool> usePseudoTerminal_ = false;
+  std::atomic<PropertyList::SharedData> debugStandardOutput_;
+  std::atomic<PropertyList::SharedData> debugStandardError_;
+};
+
+}  // namespace quorlin

@@ -1,0 +1,196 @@
+#include "platform/SubProcess.h"
+
+#include "platform/posix/FileDescriptor.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <optional>
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/select.h>
+#include <sys/wait.h>
+
+namespace quorlin {
+
+struct ChildStream {
+  void readBlock() {
+    constexpr std::size_t kBlock = 65'536;  // what a pipe holds on Linux, pipe(7)
+    const ssize_t size = read(end.get(), bytes.spare(kBlock).data(), kBlock);
+    open = size > 0;
+    if (open) bytes.extend(static_cast<std::size_t>(size));
+  }
+
+  FileDescriptor end;
+  ByteBuffer& bytes;
+  bool open = true;
+};
+
+namespace {
+
+/// A set of select() has no room for the others, and writing them to it is undefined.
+bool canBeSelected(const FileDescriptor& end) { return end && end.get() < FD_SETSIZE; }
+
+struct Pipe {
+  FileDescriptor readEnd;
+  FileDescriptor writeEnd;
+};
+
+std::optional<Pipe> makePipe() {
+  std::array<int, 2> ends{};
+  if (pipe(ends.data()) != 0) return std::nullopt;
+  Pipe made{FileDescriptor(ends[0]), FileDescriptor(ends[1])};
+  if (!canBeSelected(made.readEnd)) return std::nullopt;
+  return made;
+}
+
+/// What the child does before it becomes the program, in this order.
+class FileActions {
+ public:
+  FileActions() : error_(posix_spawn_file_actions_init(&actions_)) {}
+  ~FileActions() { posix_spawn_file_actions_destroy(&actions_); }
+  FileActions(const FileActions&) = delete;
+  FileActions& operator=(const FileActions&) = delete;
+
+  void close(const FileDescriptor& end) {
+    if (error_ == 0) error_ = posix_spawn_file_actions_addclose(&actions_, end.get());
+  }
+  void duplicate(int from, int onto) {
+    if (error_ == 0) error_ = posix_spawn_file_actions_adddup2(&actions_, from, onto);
+  }
+
+  explicit operator bool() const { return error_ == 0; }
+  const posix_spawn_file_actions_t* get() const { return &actions_; }
+
+ private:
+  posix_spawn_file_actions_t actions_{};
+  int error_;
+};
+
+bool hasZeroByte(const std::string& text) { return text.find('\0') != std::string::npos; }
+
+std::optional<pid_t> spawn(const std::string& path, const std::vector<std::string>& arguments,
+                           const FileActions& actions) {
+  // What stands behind a zero byte would be left out in silence.
+  if (!actions || hasZeroByte(path) || std::ranges::any_of(arguments, hasZeroByte)) return std::nullopt;
+  std::vector<char*> vector = {const_cast<char*>(path.c_str())};
+  for (const std::string& argument : arguments) vector.push_back(const_cast<char*>(argument.c_str()));
+  vector.push_back(nullptr);
+  pid_t process = 0;
+  if (posix_spawn(&process, path.c_str(), actions.get(), nullptr, vector.data(), environ) != 0) {
+    return std::nullopt;
+  }
+  return process;
+}
+
+/// Reads until every stream has ended. False when they were silent for the time-out.
+bool readToEnd(std::span<ChildStream> streams, const std::atomic<std::int32_t>& timeout) {
+  for (;;) {
+    fd_set ready;
+    FD_ZERO(&ready);
+    int count = 0;
+    for (const ChildStream& stream : streams) {
+      if (!stream.open) continue;
+      FD_SET(stream.end.get(), &ready);
+      count = std::max(count, stream.end.get() + 1);
+    }
+    if (count == 0) return true;
+    timeval silence{timeout, 0};
+    const int found = select(count, &ready, nullptr, nullptr, &silence);
+    if (found == 0) return false;
+    if (found < 0) {
+      if (errno != EINTR) return true;
+      continue;  // the set is as it was, which does not mean that there is something to read
+    }
+    for (ChildStream& stream : streams) {
+      if (FD_ISSET(stream.end.get(), &ready)) stream.readBlock();
+    }
+  }
+}
+
+/// At the end of a run, however it ends: closes our ends, so that the child does not write to them for ever,
+/// then waits for the child.
+class Ending {
+ public:
+  Ending(pid_t process, std::span<ChildStream> streams, std::atomic<std::int32_t>& result)
+      : process_(process), streams_(streams), result_(result) {}
+  ~Ending() {
+    for (ChildStream& stream : streams_) stream.end.reset();
+    int status = 0;
+    while (waitpid(process_, &status, 0) < 0) {
+      if (errno != EINTR) return;
+    }
+    result_ = status;
+  }
+  Ending(const Ending&) = delete;
+  Ending& operator=(const Ending&) = delete;
+
+ private:
+  pid_t process_;
+  std::span<ChildStream> streams_;
+  std::atomic<std::int32_t>& result_;
+};
+
+}  // namespace
+
+bool SubProcess::execute(const std::string& path, const std::vector<std::string>& arguments) {
+  const PropertyList::SharedData output = debugStandardOutput_;
+  const PropertyList::SharedData error = debugStandardError_;
+  if (output) standardOutput_.append(*output);
+  if (error) standardError_.append(*error);
+  if (output || error) return true;
+  return usePseudoTerminal_ ? forkpty(path, arguments) : fork(path, arguments);
+}
+
+bool SubProcess::fork(const std::string& path, const std::vector<std::string>& arguments) {
+  std::optional<Pipe> output = makePipe();
+  std::optional<Pipe> error = output ? makePipe() : std::nullopt;
+  if (!error) return false;
+  FileActions actions;
+  actions.close(output->readEnd);
+  actions.close(error->readEnd);
+  actions.duplicate(output->writeEnd.get(), STDOUT_FILENO);
+  actions.duplicate(error->writeEnd.get(), STDERR_FILENO);
+  const std::optional<pid_t> process = spawn(path, arguments, actions);
+  if (!process) return false;
+  output->writeEnd.reset();
+  error->writeEnd.reset();
+  std::array<ChildStream, 2> streams = {ChildStream{std::move(output->readEnd), standardOutput_},
+                                        ChildStream{std::move(error->readEnd), standardError_}};
+  return collect(*process, streams);
+}
+
+bool SubProcess::forkpty(const std::string& path, const std::vector<std::string>& arguments) {
+  FileDescriptor master(posix_openpt(O_RDWR));
+  if (!canBeSelected(master) || grantpt(master.get()) != 0 || unlockpt(master.get()) != 0) return false;
+  // Not ptsname(), whose text all threads share.
+  std::array<char, 64> name{};
+  if (ptsname_r(master.get(), name.data(), name.size()) != 0) return false;
+  // Opened by a session's leader that has none, it would become the agent's controlling terminal, and closing
+  // the master would hang up the agent.
+  const int slave = open(name.data(), O_RDWR | O_NOCTTY);
+  if (slave < 0) return false;
+  FileActions actions;
+  actions.close(master);
+  actions.duplicate(slave, STDOUT_FILENO);
+  if (!actions) return false;  // the slave stays open, which the callers of this class know
+  FileDescriptor closedSlave(slave);
+  const std::optional<pid_t> process = spawn(path, arguments, actions);
+  if (!process) return false;
+  closedSlave.reset();
+  std::array<ChildStream, 1> streams = {ChildStream{std::move(master), standardOutput_}};
+  return collect(*process, streams);
+}
+
+bool SubProcess::collect(int process, std::span<ChildStream> streams) {
+  {
+    const Ending ending(process, streams, result_);
+    for (const ChildStream& stream : streams) fcntl(stream.end.get(), F_SETFL, O_NONBLOCK);
+    if (!readToEnd(streams, timeout_)) timedout_ = true;
+  }
+  return !timedout_;
+}
+
+}  // namespace quorlin
