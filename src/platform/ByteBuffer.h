@@ -10,25 +10,18 @@
 
 namespace quorlin {
 
-/// Grown with realloc(), which moves the pages of large blocks instead of copying them, and whose new room is
-/// not touched: large contents are never held twice, and spare room takes no memory. Throws std::bad_alloc.
+/// Grown with realloc(), which in glibc moves the pages of large blocks instead of copying them, and whose
+/// new room is not touched: large contents are never held twice, and spare room takes no memory. Throws
+/// std::bad_alloc.
 class ByteBuffer {
  public:
   std::span<const std::uint8_t> bytes() const { return {start_.get(), size_}; }
 
   void append(std::span<const std::uint8_t> bytes) {
-    std::ranges::copy(bytes, spare(bytes.size()).begin());
-    extend(bytes.size());
+    if (capacity_ - size_ < bytes.size()) grow(std::max(size_ + bytes.size(), capacity_ * 2));
+    std::ranges::copy(bytes, start_.get() + size_);
+    size_ += bytes.size();
   }
-
-  /// Room for that many bytes behind the contents, to write to; until the next call.
-  std::span<std::uint8_t> spare(std::size_t size) {
-    if (capacity_ - size_ < size) grow(std::max(size_ + size, capacity_ * 2));
-    return {start_.get() + size_, size};
-  }
-
-  /// Takes the first bytes of the spare room to the contents.
-  void extend(std::size_t size) { size_ += size; }
 
  private:
   struct Free {

@@ -16,13 +16,6 @@
 namespace quorlin {
 
 struct ChildStream {
-  void readBlock() {
-    constexpr std::size_t kBlock = 65'536;  // what a pipe holds on Linux, pipe(7)
-    const ssize_t size = read(end.get(), bytes.spare(kBlock).data(), kBlock);
-    open = size > 0;
-    if (open) bytes.extend(static_cast<std::size_t>(size));
-  }
-
   FileDescriptor end;
   ByteBuffer& bytes;
   bool open = true;
@@ -85,8 +78,17 @@ std::optional<pid_t> spawn(const std::string& path, const std::vector<std::strin
   return process;
 }
 
+void readBlock(ChildStream& stream, std::span<std::uint8_t> block) {
+  const ssize_t size = read(stream.end.get(), block.data(), block.size());
+  stream.open = size > 0;
+  if (stream.open) stream.bytes.append(block.first(static_cast<std::size_t>(size)));
+}
+
 /// Reads until every stream has ended. False when they were silent for the time-out.
 bool readToEnd(std::span<ChildStream> streams, const std::atomic<std::int32_t>& timeout) {
+  // What a pipe holds on Linux, pipe(7). Reading straight to the end of the contents costs more: the pipe
+  // stays locked while the kernel finds memory for them.
+  std::vector<std::uint8_t> block(65'536);
   for (;;) {
     fd_set ready;
     FD_ZERO(&ready);
@@ -105,7 +107,7 @@ bool readToEnd(std::span<ChildStream> streams, const std::atomic<std::int32_t>& 
       continue;  // the set is as it was, which does not mean that there is something to read
     }
     for (ChildStream& stream : streams) {
-      if (FD_ISSET(stream.end.get(), &ready)) stream.readBlock();
+      if (FD_ISSET(stream.end.get(), &ready)) readBlock(stream, block);
     }
   }
 }
