@@ -126,8 +126,9 @@ class Builder {
       return true;
     }
     std::optional<PropertyList> value = leafOf(leaf, text_);
-    if (value) add(*std::move(value));
-    return value.has_value();
+    if (!value) return false;
+    add(*std::move(value));
+    return true;
   }
 
   void add(PropertyList value) {

@@ -60,10 +60,10 @@ std::string hardwareProfile(const SystemRoots& roots) {
   plist_t hardware = plist_new_dict();
   plist_array_append_item(profile.get(), hardware);
   addText(hardware, "_dataType", "SPHardwareDataType");
-  plist_t items = plist_new_array();
-  plist_dict_set_item(hardware, "_items", items);
+  plist_t machines = plist_new_array();
+  plist_dict_set_item(hardware, "_items", machines);
   plist_t machine = plist_new_dict();
-  plist_array_append_item(items, machine);
+  plist_array_append_item(machines, machine);
   addText(machine, "_name", "hardware_overview");
   const Processor processor = processorOf(roots);
   addText(machine, processor.key, processor.name);
