@@ -24,7 +24,7 @@ namespace {
 
 constexpr std::size_t kOutput = std::size_t{1} << 30;
 constexpr std::size_t kBlock = 65'536;
-constexpr int kRuns = 7;
+constexpr int kRuns = 7;  // printed
 constexpr const char* kThisProgram = "/proc/self/exe";
 constexpr const char* kWrite = "--write-output";
 constexpr const char* kMemory = "--print-memory";
@@ -135,8 +135,8 @@ void benchChildOutput() {
     }
     discarding.measure([&] { readLoop(false); });
   }
-  std::printf("\n%-46s %12s %12s %8s   wanted <= 1.2\n", "Collecting 1 GB of a child's output", "ours (us)",
-              "read() (us)", "ratio");
+  std::printf("\n%-46s %12s %12s %8s   wanted <= 1.2\n", "1 GB of a child's output, medians of 7",
+              "ours (us)", "read() (us)", "ratio");
   printRow("elapsed, loop that keeps it", ours.elapsed, keeping.elapsed);
   printRow("processor time, loop that keeps it", ours.processor, keeping.processor);
   printRow("elapsed, loop that throws it away", ours.elapsed, discarding.elapsed);

@@ -42,7 +42,8 @@ class SubProcess {
   bool fork(const std::string& path, const std::vector<std::string>& arguments);
 
   /// The same with the output on a pseudo-terminal; the error stream is the agent's own. The pseudo-terminal
-  /// is not the child's controlling terminal.
+  /// is not the child's controlling terminal. Where what the child does with its descriptors cannot be
+  /// written down, the slave stays open.
   bool forkpty(const std::string& path, const std::vector<std::string>& arguments);
 
   /// The child was silent for the time-out. It is not killed: nothing more is read, and the run goes on until
@@ -55,7 +56,8 @@ class SubProcess {
   std::int32_t timeout() const { return timeout_; }
   void setTimeout(std::int32_t seconds) { timeout_ = seconds; }
 
-  /// The status of the last child as waitpid() stores it, not decoded.
+  /// The status of the last child as waitpid() stores it, not decoded; unchanged where SIGCHLD is ignored,
+  /// since the system then keeps no status.
   std::int32_t result() const { return result_; }
 
   const ByteBuffer& standardOutput() const { return standardOutput_; }

@@ -177,7 +177,7 @@ bool SubProcess::forkpty(const std::string& path, const std::vector<std::string>
   FileActions actions;
   actions.close(master);
   actions.duplicate(slave, STDOUT_FILENO);
-  if (!actions) return false;  // the slave stays open, which the callers of this class know
+  if (!actions) return false;  // the slave stays open, as declared
   FileDescriptor closedSlave(slave);
   const std::optional<pid_t> process = spawn(path, arguments, actions);
   if (!process) return false;
