@@ -49,7 +49,7 @@ def main():
     if sys.argv[1] == "--hold":
         hold(int(sys.argv[2]))
         return
-    commands = [[f"{sys.argv[1]}/src/programs/nettop", *NETTOP], ["ss", "-tinpH"]]
+    commands = [[f"{sys.argv[1]}/src/libexec/quorlin-sensors/nettop", *NETTOP], ["ss", "-tinpH"]]
     print(f"\n{'Traffic by process, the whole command':46} {'ours (us)':>12} {'ss (us)':>12} {'ratio':>8}")
     for count, wanted in WANTED.items():
         with subprocess.Popen([sys.executable, "-B", __file__, "--hold", str(count)], stdin=subprocess.PIPE,

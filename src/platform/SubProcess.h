@@ -51,7 +51,8 @@ class SubProcess {
   bool timedout() const { return timedout_; }
   void setTimedout(bool timedout) { timedout_ = timedout; }
 
-  /// The longest silence in whole seconds, of each wait for output. A negative one ends the reading at the
+  /// The longest silence in whole seconds, of each wait for output. A signal that this process handles ends a
+  /// wait, and the next begins afresh; nothing is lost by it. A negative one ends the reading at the
   /// first wait, which counts as read to the end.
   std::int32_t timeout() const { return timeout_; }
   void setTimeout(std::int32_t seconds) { timeout_ = seconds; }

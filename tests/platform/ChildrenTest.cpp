@@ -151,7 +151,7 @@ TEST(HelperInstaller, RunsTheHelperAsItsOwnInstallerThroughPkexec) {
   script("bin/pkexec", "echo \"$@\" > \"$0.run\"; exec \"$@\"\n");
   const std::string path = std::getenv("PATH");
   setenv("PATH", ((folder.path() / "bin").string() + ":" + path).c_str(), 1);
-  EXPECT_EQ(bundledProgram(kHelperFileName, folder.path() / "bin"), helper);
+  EXPECT_EQ(bundledProgram(kHelperFileName, folder.path() / "libexec/quorlin-sensors"), helper);
   EXPECT_EQ(runHelperInstaller(helper, false), 3);
   EXPECT_EQ(folder.read("bin/pkexec.run"), helper.string() + " --install\n");
   EXPECT_EQ(runHelperInstaller(helper, true), 3);

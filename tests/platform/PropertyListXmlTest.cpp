@@ -8,7 +8,7 @@ namespace quorlin {
 namespace {
 
 std::optional<PropertyList> read(const std::string& inner) {
-  const std::string text = "<plist version=\"1.0\">" + inner + "</plist>";
+  const std::string text = "\xEF\xBB\xBF<plist version=\"1.0\">" + inner + "</plist>";
   return propertyListFromXml(Data(text.begin(), text.end()));
 }
 
@@ -24,7 +24,10 @@ TEST(PropertyListXml, HoldsEveryKindOfValue) {
       {"<string/>", ""},
       {"<string> &lt;&amp;&#65;<![CDATA[<b>]]><!-- c --> </string>", " <&A<b> "},
       {"<integer> -12 </integer>", -12},
-      {"<integer>0x1F</integer>", 31},
+      {"<integer>0X1F</integer>", 31},
+      {"<integer>+7</integer>", 7},
+      {"<integer>18446744073709551615</integer>", 18446744073709551615.0},
+      {"<real>-infinity</real>", -std::numeric_limits<double>::infinity()},
       {"<real>1.5e3</real>", 1500.0},
       {"<true/>", true},
       {"<false></false>", false},
@@ -52,7 +55,8 @@ TEST(PropertyListXml, RefusesWhatIsNone) {
            std::string("<array><key>a</key></array>"),
            std::string("<key>a</key>"),
            std::string("<string><true/></string>"),
-           std::string("<integer>9223372036854775808</integer>"),
+           std::string("<integer>0x-5</integer>"),
+           std::string("<integer>+-5</integer>"),
            std::string("<integer>1x</integer>"),
            std::string("<integer/>"),
            std::string("<real>one</real>"),

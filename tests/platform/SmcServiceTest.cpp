@@ -26,7 +26,7 @@ const std::vector<Key> kKeys = {{"#KEY", "ui32", {"\0\0\0\7", 4}},
                                 {"F0Ac", "fpe2", "\x17\x70"},
                                 {"F0ID", "{fds", {"\0\0\0\0Left side   ", 16}},
                                 {"F1Ac", "flt ", {"\0\0\xC8\x44", 4}},
-                                {"FNum", "ui8 ", "\2"},
+                                {"FNum", "ui8", "\2"},
                                 {"RPlt", "ch8*", std::string(32, 'j')},
                                 {"TC0P", "sp78", {"\x28\0", 2}}};
 const Key kNum = kKeys[4];
@@ -108,7 +108,7 @@ TEST_F(SmcServiceTest, FailsInsteadOfTellingAPart) {
       {"key_at_index", "\n", EBADMSG},
       {"key_at_index_name", "FNu\n", EBADMSG},
       {"key_at_index_type", "", EISDIR},
-      {"key_at_index_type", "ui8\n", EBADMSG},
+      {"key_at_index_type", "\n", EBADMSG},
       {length, "1 \n", EBADMSG},
       {length, "2\n", EBADMSG},
       {"key_at_index_data", "\2\2", EBADMSG},

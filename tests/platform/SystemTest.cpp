@@ -66,24 +66,28 @@ TEST(Task, CapturesAllOfTheOutput) {
   EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child was not waited for";
 }
 
-TEST(Task, RunsCommandsThatComeWithTheProgramBeforeTheSystems) {
+TEST(Task, RunsTheCommandsThatLinuxLacksFromTheBundleAlone) {
   const TemporaryFolder folder;
   const auto script = [&](const std::string& file) {
-    const auto path = folder.write(file, "#!/bin/sh\necho bundled \"$@\"\n");
-    std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+    std::filesystem::permissions(folder.write(file, "#!/bin/sh\necho bundled \"$@\"\n"),
+                                 std::filesystem::perms::owner_all);
   };
-  script("libexec/quorlin-sensors/nettop");
-  script("libexec/quorlin-sensors/system_profiler");
-  LinuxTaskLauncher launcher(folder.path() / "bin");
+  script("the bundle/nettop");
+  script("the bundle/system_profiler");
+  const std::string bundle = folder.path() / "the bundle";
+  LinuxTaskLauncher launcher(bundle);
   EXPECT_EQ(text(launcher.standardOutputOf("/usr/bin/nettop", {"-a b"})), "bundled -a b\n");
-  EXPECT_EQ(
-      text(launcher.standardOutputOf("/bin/sh", {"-c", "system_profiler x; echo $PATH"})),
-      "bundled x\n" + (folder.path() / "libexec/quorlin-sensors").string() + ":" + getenv("PATH") + "\n");
-  script("bin/nettop");
-  EXPECT_EQ(launcher.standardOutputOf("/usr/local/bin/nettop", {}), std::nullopt)
-      << "another place was meant";
-  script("bin/printf");
-  EXPECT_EQ(text(LinuxTaskLauncher("/nonexistent").standardOutputOf("/usr/bin/printf", {"x"})), "x");
+  EXPECT_EQ(text(launcher.standardOutputOf("/bin/sh", {"-c", "system_profiler x; echo $PATH"})),
+            "bundled x\n" + bundle + ":" + getenv("PATH") + "\n");
+  EXPECT_EQ(launcher.standardOutputOf("/usr/local/bin/nettop", {}), std::nullopt) << "another was meant";
+
+  script("a:b/nettop");
+  for (const std::filesystem::path& odd : {folder.path() / "a:b", std::filesystem::path()}) {
+    EXPECT_EQ(text(LinuxTaskLauncher(odd).standardOutputOf("/usr/bin/nettop", {})),
+              odd.empty() ? "not started" : "bundled \n");
+    EXPECT_EQ(text(LinuxTaskLauncher(odd).standardOutputOf("/bin/sh", {"-c", "echo $PATH"})),
+              getenv("PATH") + std::string("\n"));
+  }
 }
 
 TEST(Task, SaysWhenAProgramCannotBeStarted) {

@@ -32,7 +32,7 @@ TEST(NetworkApplications, OfOneNameAreOneAndTheLargestComesFirst) {
   for (const int columns : {0, 1, 20, 35, 50}) {
     for (const std::string& line : lines(columns, Charset::Ascii)) EXPECT_LE(line.size(), columns) << line;
   }
-  EXPECT_EQ(renderApplications(networkApplicationsOf({{"netapps", "none"}}, nameOf), 80, {}).size(), 1U);
+  EXPECT_EQ(renderApplications(networkApplicationsOf({{"netapps", "none"}}, nameOf), 80, {}).size(), 2U);
 }
 
 TEST(ProcessName, IsTheApplicationsElseTheProcesssOwn) {
@@ -45,13 +45,13 @@ TEST(ProcessName, IsTheApplicationsElseTheProcesssOwn) {
   folder.write("1/comm", "Socket Process\n");
   folder.write("2/cgroup", unit + "org.example.Unknown-2.scope\n");
   folder.write("2/comm", "a-program-with-\n");
-  std::filesystem::create_symlink("/opt/a-program-with-a-long-name", folder.path() / "2/exe");
-  folder.write("3/comm", "own name\n");
+  std::filesystem::create_symlink("/opt/a-program-with-a-long-name (deleted)", folder.path() / "2/exe");
+  folder.write("3/comm", "py\n");
   std::filesystem::create_symlink("/usr/bin/python3", folder.path() / "3/exe");
   const SystemRoots roots{.sysfs = {}, .procfs = folder.path()};
   EXPECT_EQ(nameOfProcess(1, roots), "Netz");
   EXPECT_EQ(nameOfProcess(2, roots), "a-program-with-a-long-name");
-  EXPECT_EQ(nameOfProcess(3, roots), "own name");
+  EXPECT_EQ(nameOfProcess(3, roots), "py");
   EXPECT_EQ(nameOfProcess(4, roots), "?") << "has ended";
   unsetenv("XDG_DATA_HOME");
   unsetenv("LANGUAGE");

@@ -8,7 +8,7 @@ import time
 import pytest
 from gi.repository import GLib
 
-from harness import PATIENCE, PROGRAMS, wait_until
+from harness import BUNDLE, PATIENCE, wait_until
 from sandbox import Sandbox
 from system_bus import HELPER, INTERFACE, NAME, OBJECT, PACKAGING, Client, Error, connect
 
@@ -389,7 +389,7 @@ def test_it_works_inside_what_its_unit_allows(system_bus):
 
 
 def test_the_installed_helper_takes_no_machine_from_its_environment():
-    installed = (PROGRAMS / "quorlin-core-helper").read_bytes()
+    installed = (BUNDLE / "quorlin-core-helper").read_bytes()
     for name in (b"QUORLIN_SYSFS_ROOT", b"QUORLIN_STATE_FOLDER", b"QUORLIN_INSTALL_ROOT"):
         assert name not in installed
         assert name in HELPER.read_bytes()

@@ -7,9 +7,9 @@ import subprocess
 import pytest
 
 from connections import EXTERNAL, LINKS, Network
-from harness import PATIENCE, PROGRAMS
+from harness import BUNDLE, PATIENCE
 
-NETTOP = str(PROGRAMS / "nettop")
+NETTOP = str(BUNDLE / "nettop")
 ARGUMENTS = ["-Px", "-k", "interface,state,rx_ooo,rx_dupe,re-tx,rtt_avg,rcvsize,tx_win,tc_class,tc_mgt,cc_algo,P,C,R,W",
              "-l", "1", "-t", "external"]
 

@@ -159,11 +159,13 @@ def test_doctor_tells_what_is_there_and_what_is_missing(session):
 
 def test_who_installs_the_helper_hears_that_a_running_agent_must_start_anew(session, tmp_path):
     programs = tmp_path / "bin"
+    bundle = tmp_path / "libexec/quorlin-sensors"
     programs.mkdir()
+    bundle.mkdir(parents=True)
     quorlinctl = shutil.copy(PROGRAMS / "quorlinctl", programs)
-    for name, text in (("quorlin-core-helper", "exit 0"), ("pkexec", 'exec "$@"')):
-        (programs / name).write_text(f"#!/bin/sh\n{text}\n")
-        (programs / name).chmod(0o755)
+    for program, text in ((bundle / "quorlin-core-helper", "exit 0"), (programs / "pkexec", 'exec "$@"')):
+        program.write_text(f"#!/bin/sh\n{text}\n")
+        program.chmod(0o755)
     session.environment["PATH"] = f"{programs}:{session.environment['PATH']}"
     assert "coreAutostart=1" in session.run(quorlinctl, "helper", "install").stdout
     session.configure(autostart=1, coreAutostart=1)

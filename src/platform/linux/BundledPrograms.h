@@ -1,4 +1,4 @@
-/// The programs that come with the one that runs.
+/// The programs that come with the one that runs and are not for the user's PATH.
 #pragma once
 
 #include <filesystem>
@@ -6,12 +6,12 @@
 
 namespace quorlin {
 
-/// Where the executable of this process is; empty when that cannot be told.
-std::filesystem::path programFolder();
+/// Their folder, known by its place beside that of this process's own executable; the build has the same
+/// places as an installation. Empty when it cannot be told.
+std::filesystem::path bundleFolder();
 
-/// The executable of that name: beside this process's own in a build, in ../libexec/quorlin-sensors where it
-/// is installed. Empty when there is none.
+/// The executable of that name in the folder. Empty when there is none.
 std::filesystem::path bundledProgram(std::string_view name,
-                                     const std::filesystem::path& folder = programFolder());
+                                     const std::filesystem::path& folder = bundleFolder());
 
 }  // namespace quorlin

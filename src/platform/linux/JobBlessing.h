@@ -10,7 +10,7 @@ class LinuxJobBlessing final : public JobBlessing {
  public:
   std::unique_ptr<Authorization> createAuthorization() override { return nullptr; }
 
-  /// Runs the helper that lies beside the agent or in ../libexec/quorlin-sensors as its own installer.
+  /// Runs the helper that came with the agent as its own installer.
   bool bless(std::string_view label, const Authorization* authorization) override;
 };
 

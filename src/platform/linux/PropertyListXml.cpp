@@ -31,11 +31,23 @@ std::optional<Number> numberOf(std::string_view text, auto... format) {
   return number;
 }
 
-std::optional<PropertyList> integerOf(std::string_view text) {
-  const bool isHexadecimal = text.starts_with("0x");
-  const auto number =
-      isHexadecimal ? numberOf<std::int64_t>(text.substr(2), 16) : numberOf<std::int64_t>(text, 10);
+std::string_view withoutPlus(std::string_view text) {
+  return text.starts_with('+') && !text.starts_with("+-") ? text.substr(1) : text;
+}
+
+std::optional<PropertyList> realOf(std::string_view text) {
+  const auto number = numberOf<double>(withoutPlus(text));
   return number ? std::optional<PropertyList>(*number) : std::nullopt;
+}
+
+/// A decimal number that 64 bits with a sign do not hold becomes a real.
+std::optional<PropertyList> integerOf(std::string_view text) {
+  if (text.starts_with("0x") || text.starts_with("0X")) {
+    const auto number = numberOf<std::uint64_t>(text.substr(2), 16);
+    return number ? std::optional<PropertyList>(static_cast<std::int64_t>(*number)) : std::nullopt;
+  }
+  if (const auto number = numberOf<std::int64_t>(withoutPlus(text))) return *number;
+  return text.find_first_not_of("+-0123456789") == std::string_view::npos ? realOf(text) : std::nullopt;
 }
 
 std::optional<PropertyList> dateOf(const std::string& text) {
@@ -61,9 +73,7 @@ std::optional<PropertyList> leafOf(std::string_view element, const std::string& 
   if (element == "true" || element == "false") {
     return inner.empty() ? std::optional<PropertyList>(element == "true") : std::nullopt;
   }
-  if (element != "real") return std::nullopt;
-  const auto number = numberOf<double>(inner);
-  return number ? std::optional<PropertyList>(*number) : std::nullopt;
+  return element == "real" ? realOf(inner) : std::nullopt;
 }
 
 /// Builds the value while the parser goes through the document. Each step tells whether it fits.
@@ -172,10 +182,11 @@ std::optional<PropertyList> propertyListFromXml(const Data& document) {
   const std::unique_ptr<GMarkupParseContext, decltype(&g_markup_parse_context_free)> context(
       g_markup_parse_context_new(&parser, G_MARKUP_TREAT_CDATA_AS_TEXT, &builder, nullptr),
       g_markup_parse_context_free);
-  const auto* text = reinterpret_cast<const gchar*>(document.data());
-  const bool isWhole =
-      g_markup_parse_context_parse(context.get(), text, static_cast<gssize>(document.size()), nullptr) != 0 &&
-      g_markup_parse_context_end_parse(context.get(), nullptr) != 0;
+  std::string_view text(reinterpret_cast<const char*>(document.data()), document.size());
+  if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);  // which only marks it as UTF-8
+  const bool isWhole = g_markup_parse_context_parse(context.get(), text.data(),
+                                                    static_cast<gssize>(text.size()), nullptr) != 0 &&
+                       g_markup_parse_context_end_parse(context.get(), nullptr) != 0;
   return isWhole ? std::move(builder).take() : std::nullopt;
 }
 

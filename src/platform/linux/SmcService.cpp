@@ -74,7 +74,8 @@ class SysfsSmcConnection final : public SmcConnection {
   /// Without its end: a type may itself end with a space.
   std::optional<std::string> line(const char* file) const;
   std::optional<std::uint32_t> number(const char* file) const;
-  std::optional<std::array<char, 4>> fourCharacters(const char* file) const;
+  /// Zeros at the end are where the driver's text ends.
+  std::optional<std::array<char, 4>> fourCharacters(const char* file, std::size_t least) const;
 
   std::optional<Key> chosenKey(std::uint32_t wanted, bool withBytes) const;
   std::optional<Key> keyAt(std::uint32_t index, std::uint32_t wanted, bool withBytes) const;
@@ -132,22 +133,23 @@ std::optional<std::uint32_t> SysfsSmcConnection::number(const char* file) const 
   return number;
 }
 
-std::optional<std::array<char, 4>> SysfsSmcConnection::fourCharacters(const char* file) const {
+std::optional<std::array<char, 4>> SysfsSmcConnection::fourCharacters(const char* file,
+                                                                      std::size_t least) const {
   const std::optional<std::string> text = line(file);
   if (!text) return std::nullopt;
   std::array<char, 4> characters{};
-  if (text->size() != characters.size()) return garbled();
+  if (text->size() < least || text->size() > characters.size()) return garbled();
   std::ranges::copy(*text, characters.begin());
   return characters;
 }
 
 std::optional<Key> SysfsSmcConnection::chosenKey(std::uint32_t wanted, bool withBytes) const {
-  const auto name = fourCharacters("key_at_index_name");
+  const auto name = fourCharacters("key_at_index_name", 4);
   if (!name) return std::nullopt;
   Key key;
   key.name = be32toh(std::bit_cast<std::uint32_t>(*name));
   if (key.name != wanted) return key;
-  const auto type = fourCharacters("key_at_index_type");
+  const auto type = fourCharacters("key_at_index_type", 1);
   const auto size = type ? number("key_at_index_data_length") : std::nullopt;
   if (!size) return std::nullopt;
   if (*size > SmcBytes().size()) return garbled();

@@ -1,6 +1,5 @@
 #include "platform/linux/Task.h"
 
-#include "platform/linux/BundledPrograms.h"
 #include "platform/linux/Spawn.h"
 #include "platform/posix/FileDescriptor.h"
 
@@ -14,8 +13,8 @@
 namespace quorlin {
 namespace {
 
-/// Of the programs that come with this one, the one that a shell looks for by its name.
-constexpr std::string_view kProfiler = "system_profiler";
+/// What Linux lacks, so that it comes with this program.
+constexpr std::string_view kNetTop = "/usr/bin/nettop";
 
 Data readToEnd(int descriptor) {
   Data output;
@@ -37,16 +36,14 @@ std::optional<Data> LinuxTaskLauncher::standardOutputOf(const std::string& launc
   const FileDescriptor readEnd(ends[0]);
   FileDescriptor writeEnd(ends[1]);
 
-  const std::filesystem::path path(launchPath);
-  const std::filesystem::path replacement = path.parent_path() == "/usr/bin"
-                                                ? bundledProgram(path.filename().native(), programFolder_)
-                                                : std::filesystem::path();
-  const std::optional<pid_t> child =
-      spawn(replacement.empty() ? launchPath : replacement.native(), arguments,
-            {.output = writeEnd.get(),
-             .folder = {},
-             .detached = false,
-             .searchedFirst = bundledProgram(kProfiler, programFolder_).parent_path().native()});
+  const std::string& path = launchPath == kNetTop ? (bundle_ / "nettop").native() : launchPath;
+  // A colon would end the folder's name in a PATH, and begin another's.
+  const bool canBeSearched = bundle_.is_absolute() && bundle_.native().find(':') == std::string::npos;
+  const std::optional<pid_t> child = spawn(path, arguments,
+                                           {.output = writeEnd.get(),
+                                            .folder = {},
+                                            .detached = false,
+                                            .searchedFirst = canBeSearched ? bundle_.native() : ""});
   writeEnd.reset();
   if (!child) return std::nullopt;
   Data output = readToEnd(readEnd.get());

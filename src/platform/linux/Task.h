@@ -10,11 +10,11 @@ namespace quorlin {
 
 class LinuxTaskLauncher final : public TaskLauncher {
  public:
-  explicit LinuxTaskLauncher(std::filesystem::path folder = programFolder())
-      : programFolder_(std::move(folder)) {}
+  explicit LinuxTaskLauncher(std::filesystem::path bundle = bundleFolder()) : bundle_(std::move(bundle)) {}
 
-  /// Commands that Linux lacks, or has by the same name for other things, come with this program: what is
-  /// asked for in /usr/bin is looked for among them first, and so is what a shell is asked for.
+  /// nettop and system_profiler, which Linux lacks or has by these names for other things, are those of the
+  /// bundle: the first is asked for by its path, the second is found by a shell, whose PATH begins with the
+  /// bundle.
   std::optional<Data> standardOutputOf(const std::string& launchPath,
                                        const std::vector<std::string>& arguments) override;
 
@@ -22,7 +22,7 @@ class LinuxTaskLauncher final : public TaskLauncher {
   bool launch(const std::string& launchPath, const std::vector<std::string>& arguments) override;
 
  private:
-  std::filesystem::path programFolder_;
+  std::filesystem::path bundle_;
 };
 
 }  // namespace quorlin

@@ -3,8 +3,8 @@
 
 namespace quorlin {
 
-/// Ends this process by SIGALRM that many seconds from now, whatever it waits for and whatever its parent
-/// made of that signal.
+/// Ends this process by SIGALRM that many seconds from now, whatever it waits for unless it is stopped, and
+/// whatever its parent made of that signal.
 void endAfter(unsigned seconds);
 
 }  // namespace quorlin

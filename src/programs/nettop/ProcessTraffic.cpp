@@ -82,10 +82,16 @@ void forEachDescriptor(const FileDescriptor& folder, const auto& visit) {
   });
 }
 
+/// Empty for a process that has ended or may not be looked into. Throws std::system_error for want of
+/// descriptors or memory, with which processes would be left out in silence.
 FileDescriptor openOfProcess(const FileDescriptor& procfs, int id, std::string_view file, int flags) {
   std::array<char, 32> path{};
   std::ranges::copy(file, std::to_chars(path.begin(), path.end(), id).ptr);
-  return FileDescriptor(openat(procfs.get(), path.data(), flags));
+  FileDescriptor opened(openat(procfs.get(), path.data(), flags));
+  if (!opened && (errno == EMFILE || errno == ENFILE || errno == ENOMEM)) {
+    throw std::system_error(errno, std::generic_category(), "the processes cannot be looked into");
+  }
+  return opened;
 }
 
 std::optional<std::string> processName(const FileDescriptor& procfs, int id) {

@@ -21,7 +21,7 @@ struct ProcessTraffic {
 /// The processes that hold the connections, which come by rising inode, by rising process id. A connection
 /// that several hold counts for the one with the lowest id, most often the oldest. Processes that end
 /// meanwhile or may not be looked into are passed over. Throws std::system_error where processes cannot be
-/// listed.
+/// listed, or looked into for want of descriptors or memory.
 std::vector<ProcessTraffic> trafficByProcess(const std::filesystem::path& procfsRoot,
                                              std::span<const Connection> connections);
 

@@ -40,15 +40,18 @@ bool mayNotShow(char32_t character) {
     char32_t first;
     char32_t last;
   };
-  constexpr std::array<Range, 9> ranges = {{{0, 0x20},
-                                            {0x7F, 0xA0},
-                                            {0x1680, 0x1680},
-                                            {0x2000, 0x200F},
-                                            {0x2028, 0x202F},
-                                            {0x205F, 0x206F},
-                                            {0x3000, 0x3000},
-                                            {0xFEFF, 0xFEFF},
-                                            {0xFFFD, 0xFFFD}}};
+  constexpr std::array<Range, 12> ranges = {{{0, 0x20},
+                                             {0x7F, 0xA0},
+                                             {0xAD, 0xAD},
+                                             {0x61C, 0x61C},
+                                             {0x1680, 0x1680},
+                                             {0x2000, 0x200F},
+                                             {0x2028, 0x202F},
+                                             {0x205F, 0x206F},
+                                             {0x3000, 0x3000},
+                                             {0xFEFF, 0xFEFF},
+                                             {0xFFFD, 0xFFFD},
+                                             {0xE0000, 0xE007F}}};
   return std::ranges::any_of(
       ranges, [=](const Range& range) { return range.first <= character && character <= range.last; });
 }

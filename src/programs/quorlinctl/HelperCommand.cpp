@@ -36,7 +36,7 @@ bool agentMayRun() {
 int install() {
   const std::filesystem::path helper = bundledProgram(kHelperFileName);
   if (helper.empty()) {
-    complain("there is no quorlin-core-helper beside this program and none in ../libexec/quorlin-sensors");
+    complain("there is no " + (bundleFolder() / kHelperFileName).native());
     return kExitFailed;
   }
   const bool isRoot = ::geteuid() == 0;

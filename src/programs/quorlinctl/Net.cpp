@@ -16,11 +16,18 @@
 namespace quorlin {
 namespace {
 
+/// Anybody may post a notification of that name.
+bool isAnswer(const Notification& received) {
+  const PropertyList* applications = find(received.userInfo, "netapps");
+  return received.object == kSensorsAgent && applications != nullptr && applications->array() != nullptr;
+}
+
 /// The agent's answer, or nothing when none came in time. Throws BusError.
 std::optional<Notification> ask(const Bus& bus, LinuxRunLoop& loop, std::chrono::milliseconds timeout) {
   BusNotificationCenter center(bus);
   std::optional<Notification> answer;
   const auto observation = center.addObserver(notification::kNetDataW, [&](const Notification& received) {
+    if (!isAnswer(received)) return;
     answer = received;
     loop.stop();
   });

@@ -72,7 +72,9 @@ std::vector<NetworkApplication> networkApplicationsOf(
 
 std::vector<std::string> renderApplications(const std::vector<NetworkApplication>& applications, int columns,
                                             Appearance appearance) {
-  if (applications.empty()) return {"No application has a connection over an external interface."};
+  if (applications.empty())
+    return {"No application is listed: none has a connection over an external interface,",
+            "or nettop fails, which quorlinctl doctor would tell."};
   std::vector<std::string> lines = {
       row(columns, appearance, Tone::Heading, "Application", "Process", "Received", "Sent")};
   for (const NetworkApplication& application : applications) {

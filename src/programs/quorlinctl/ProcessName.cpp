@@ -7,13 +7,16 @@
 namespace quorlin {
 namespace {
 
-/// Longer than comm, which the kernel cuts at 15 bytes; where that is no beginning of it, the process has
-/// named itself, as threads and interpreters do.
+/// The kernel cuts a program's name at 15 bytes, for comm; its whole name is that of its file. A process that
+/// has named itself otherwise, as threads do, is called as it wants.
 std::string ownName(const std::filesystem::path& folder) {
+  constexpr std::size_t longest = 15;
+  constexpr std::string_view replaced = " (deleted)";
   const std::string name = readText((folder / "comm").string()).value_or("");
   std::error_code error;
-  const std::string program = std::filesystem::read_symlink(folder / "exe", error).filename().string();
-  return !name.empty() && program.starts_with(name) ? program : name;
+  std::string program = std::filesystem::read_symlink(folder / "exe", error).filename().string();
+  if (program.ends_with(replaced)) program.resize(program.size() - replaced.size());
+  return name.size() == longest && program.starts_with(name) ? program : name;
 }
 
 }  // namespace

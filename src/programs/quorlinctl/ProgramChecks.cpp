@@ -8,11 +8,9 @@
 namespace quorlin {
 namespace {
 
-constexpr const char* kReinstall =
-    "install Quorlin Sensors anew; it belongs beside this program or in libexec";
-
-CheckResult missing(std::string subject, const std::string& program) {
-  return {CheckState::Missing, std::move(subject), program + " did not come with this program", kReinstall};
+CheckResult missing(std::string subject, const char* program) {
+  return {CheckState::Missing, std::move(subject), "there is no " + (bundleFolder() / program).native(),
+          "install Quorlin Sensors anew"};
 }
 
 }  // namespace
@@ -24,7 +22,7 @@ CheckResult checkProcessor() {
       LinuxTaskLauncher().standardOutputOf("/bin/sh", {"-c", std::string(kHardwareProfileCommand)});
   const std::string name = profile ? processorNameFromProfile(*profile) : "";
   if (!name.empty()) return {CheckState::Ok, subject, name, ""};
-  return {CheckState::Note, subject, "neither /proc/cpuinfo nor a device tree names it", ""};
+  return {CheckState::Note, subject, "system_profiler does not know it", ""};
 }
 
 CheckResult checkNetTop() {
