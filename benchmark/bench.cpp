@@ -1,5 +1,5 @@
-/// Prints what the agent's work costs, beside the floor and beside ps, measured in one run. Each figure is
-/// the median of the repetitions; what is compared is measured in turns.
+/// Prints what the agent's work costs, beside the floor, ps and a loop of read(), measured in one run. Each
+/// figure is the median of the repetitions; what is compared is measured in turns.
 #include "ChildOutput.h"
 #include "Fixture.h"
 #include "Floor.h"

@@ -8,8 +8,8 @@ import sys
 import tempfile
 import time
 
-import connections
 import peers
+import traffic
 
 BUILD = pathlib.Path(sys.argv[1]).resolve()
 TICKS = 4
@@ -66,7 +66,7 @@ def main():
         daemon = start_bus()
         try:
             tick = run_benchmark()
-            connections.run(BUILD)
+            traffic.run(BUILD)
             weigh()
             if "--peers" in sys.argv:
                 subprocess.run([BUILD / "benchmark/quorlin-bench", "--write-machine", folder / "machine"], check=True)

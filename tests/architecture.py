@@ -9,7 +9,7 @@ INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.MULTILINE)
 STANDARD = set(
     """algorithm array atomic bit cctype charconv chrono climits cmath compare concepts csignal cstddef cstdint cstdio
     cstdlib cstring deque exception filesystem fstream functional initializer_list iterator limits map memory mutex
-    numbers numeric optional ostream random ranges set span sstream stdexcept string string_view system_error thread
+    new numbers numeric optional ostream random ranges set span sstream stdexcept string string_view system_error thread
     tuple type_traits unordered_map unordered_set utility variant vector""".split()
 )
 

@@ -6,15 +6,11 @@
 
 #include <atomic>
 #include <cstdint>
-#include <span>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace quorlin {
-
-/// An end that the output comes from, a matter of the implementation.
-struct ChildStream;
 
 /// Runs a program, waits for its end and collects its output. An instance may be used again and is never
 /// reset: output is added to what is there, and timedout stays true until the caller sets it back.
@@ -74,8 +70,6 @@ class SubProcess {
   void setDebugStandardError(PropertyList::SharedData data) { debugStandardError_ = std::move(data); }
 
  private:
-  bool collect(int process, std::span<ChildStream> streams);
-
   std::atomic<bool> timedout_ = false;
   std::atomic<std::int32_t> timeout_ = 30;
   std::atomic<std::int32_t> result_ = 0;

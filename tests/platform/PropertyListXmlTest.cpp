@@ -62,6 +62,7 @@ TEST(PropertyListXml, RefusesWhatIsNone) {
            std::string("<real>one</real>"),
            std::string("<date>today</date>"),
            std::string("<true>yes</true>"),
+           std::string("<data>AA!A</data>"),
            std::string("<other/>"),
            std::string("<plist/>"),
            std::string("<string>&unknown;</string>"),
@@ -77,7 +78,8 @@ TEST(PropertyListXml, RefusesWhatIsNone) {
       "\"file:///etc/passwd\">]>";
   for (const std::string& text :
        {std::string("<string>a</string>"), std::string("<plist><true/></plist><plist><true/></plist>"),
-        std::string("bplist00"), entities + "<plist><string>&b;</string></plist>",
+        std::string("bplist00"), std::string("<plist><true/>"),
+        entities + "<plist><string>&b;</string></plist>",
         entities + "<plist><string>&file;</string></plist>"}) {
     EXPECT_EQ(propertyListFromXml(Data(text.begin(), text.end())), std::nullopt) << text;
   }

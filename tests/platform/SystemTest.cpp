@@ -77,14 +77,14 @@ TEST(Task, RunsTheCommandsThatLinuxLacksFromTheBundleAlone) {
   const std::string bundle = folder.path() / "the bundle";
   LinuxTaskLauncher launcher(bundle);
   EXPECT_EQ(text(launcher.standardOutputOf("/usr/bin/nettop", {"-a b"})), "bundled -a b\n");
-  EXPECT_EQ(text(launcher.standardOutputOf("/bin/sh", {"-c", "system_profiler x; echo $PATH"})),
-            "bundled x\n" + bundle + ":" + getenv("PATH") + "\n");
+  EXPECT_EQ(text(launcher.standardOutputOf("/bin/sh", {"-c", "system_profiler x; echo $PATH $HOME"})),
+            "bundled x\n" + bundle + ":" + getenv("PATH") + " " + getenv("HOME") + "\n");
   EXPECT_EQ(launcher.standardOutputOf("/usr/local/bin/nettop", {}), std::nullopt) << "another was meant";
 
   script("a:b/nettop");
   for (const std::filesystem::path& odd : {folder.path() / "a:b", std::filesystem::path()}) {
     EXPECT_EQ(text(LinuxTaskLauncher(odd).standardOutputOf("/usr/bin/nettop", {})),
-              odd.empty() ? "not started" : "bundled \n");
+              odd.empty() ? "not started" : "bundled\n");
     EXPECT_EQ(text(LinuxTaskLauncher(odd).standardOutputOf("/bin/sh", {"-c", "echo $PATH"})),
               getenv("PATH") + std::string("\n"));
   }

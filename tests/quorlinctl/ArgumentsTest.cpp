@@ -52,6 +52,8 @@ TEST(Arguments, AreUnderstoodOrNamedInTheError) {
       {watch, {"--timeout", "2.5"}, "2500"},
       {watch, {"--timeout=1", "-h"}, "help"},
       {net, {"--json", "--timeout=3"}, "json 3000"},
+      {net, {}, "15000"},
+      {net, {"--json", "-h"}, "help"},
       {net, {"--once"}, "error: unknown option '--once'"},
       {watch, {"--frequency"}, "error: unknown option '--frequency'"},
       {watch, {"--once", "now"}, "error: unexpected argument 'now'"},

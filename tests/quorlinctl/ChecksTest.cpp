@@ -61,6 +61,8 @@ TEST(Checks, TellMissingFromPresentAndFromNothingToMend) {
   const Files inApp = {{"proc/self/cgroup", "1:cpu:/\n0::" + slice + "app-x.scope\n"}};
   const Files inSystem = {{"proc/self/cgroup", "1:cpu:" + slice + "app-x.scope\n0::/system.slice\n"}};
   const std::string smc = "sys/devices/platform/applesmc.768/";
+  const auto smcOf = [](const SystemRoots& roots) { return checkSmc(roots).value(); };
+  EXPECT_FALSE(checkSmc(Machine(kIntel).roots()).has_value());
   const Files mac = {{"sys/class/dmi/id/sys_vendor", "Apple Inc.\n"}};
   const Files rapl = {{"sys/class/powercap/intel-rapl:0/name", "package-0\n"}};
   const Files withEnd = {{kBattery + "charge_behaviour", "[auto] inhibit-charge-awake\n"},
@@ -84,13 +86,8 @@ TEST(Checks, TellMissingFromPresentAndFromNothingToMend) {
       {checkProcessorDriver, with(kIntel, chip), CheckState::Ok, "coretemp", ""},
       {checkProcessorDriver, kGuest, CheckState::Note, "k10temp", ""},
       {checkProcessorDriver, {}, CheckState::Note, "no driver is known", ""},
-      {checkSmc,
-       {{smc + "key_count", "423\n"}},
-       CheckState::Ok,
-       "applesmc.768 with 423 keys, which cannot",
-       ""},
-      {checkSmc, mac, CheckState::Note, "a Mac without", "modprobe applesmc"},
-      {checkSmc, {}, CheckState::Note, "only Intel Macs", ""},
+      {smcOf, {{smc + "key_count", "423\n"}}, CheckState::Ok, "applesmc.768 with 423 keys, which cannot", ""},
+      {smcOf, mac, CheckState::Note, "a Mac without", "modprobe applesmc"},
       {checkDriveDriver, sata, CheckState::Missing, "(sda)", "modprobe drivetemp"},
       {checkDriveDriver, with(sata, kGuest), CheckState::Note, "(sda)", ""},
       {checkDriveDriver, with(sata, driveChip), CheckState::Ok, "drivetemp", ""},

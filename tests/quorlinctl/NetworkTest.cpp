@@ -18,9 +18,9 @@ TEST(NetworkApplications, OfOneNameAreOneAndTheLargestComesFirst) {
     return process % 2 == 0 ? "Even" : "Odd\x1b[2J of a name that has to be cut";
   };
   const Dictionary answer = {
-      {"netapps",
-       Array{record(1, 1500, 10), record(4, 1, 2), "text", record(2, 999'000, 1'000'000), record("6", 1, 2),
-             record(1LL << 32, 1, 2), record(-2, 1, 2), Dictionary{{"pid", 8}, {"bytesIn", 1}}}}};
+      {"netapps", Array{record(1, 1'500'000, 10), record(4, 1, 2), "text", record(2, 999'000, 1'000'000),
+                        record("6", 1, 2), record(1LL << 32, 1, 2), record(-2, 1, 2),
+                        Dictionary{{"pid", 8}, {"bytesIn", 1}}}}};
   const auto applications = networkApplicationsOf(answer, nameOf);
   const auto lines = [&](int columns, Charset charset) {
     return renderApplications(applications, columns, {.charset = charset, .colour = false});
@@ -28,8 +28,11 @@ TEST(NetworkApplications, OfOneNameAreOneAndTheLargestComesFirst) {
   EXPECT_THAT(lines(70, Charset::Ascii),
               ElementsAre("Application                              Process   Received       Sent",
                           "Even                                 2 processes     999 kB    1.00 MB",
-                          "Odd?[2J of a name that has to be.              1    1.50 kB       10 B"));
-  for (const int columns : {0, 1, 20, 35, 50}) {
+                          "Odd?[2J of a name that has to be.              1    1.50 MB       10 B"));
+  EXPECT_EQ(lines(50, Charset::Ascii).at(1), "Even                             999 kB    1.00 MB");
+  EXPECT_EQ(lines(30, Charset::Ascii).at(1), "Even                    999 kB");
+  EXPECT_EQ(lines(200, Charset::Ascii), lines(80, Charset::Ascii));
+  for (const int columns : {0, 1, 11}) {
     for (const std::string& line : lines(columns, Charset::Ascii)) EXPECT_LE(line.size(), columns) << line;
   }
   EXPECT_EQ(renderApplications(networkApplicationsOf({{"netapps", "none"}}, nameOf), 80, {}).size(), 2U);

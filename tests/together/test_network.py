@@ -1,11 +1,15 @@
 """quorlinctl net before the real agent, nettop and connections."""
+import fcntl
 import json
+import os
+import signal
 import subprocess
 
 import pytest
 
-from connections import EXTERNAL, LINKS, Network
-from harness import PROGRAMS, Consumer
+from connections import Network, traffic
+from harness import BUNDLE, PATIENCE, PROGRAMS, Consumer
+from test_nettop import ARGUMENTS
 
 
 @pytest.fixture
@@ -25,24 +29,59 @@ def network(session):
 def test_the_agent_tells_once_what_each_application_received_and_sent(session, network):
     answer = json.loads(session.run("quorlinctl", "net", "--json").stdout)
     assert (answer["name"], answer["object"]) == ("QuorlinSensorsNetDataW", "QuorlinSensorsAgent")
-    from_client, from_server = (sum(LINKS[address, address][i] for address in EXTERNAL) for i in range(2))
-    server, client = int(network.ids["server"]), int(network.ids["client"])
-    expected = [{"pid": server, "bytesIn": from_client, "bytesOut": from_server},
-                {"pid": client, "bytesIn": from_server, "bytesOut": from_client + len(EXTERNAL)}]
+    expected = [{"pid": int(network.ids[role]), "bytesIn": received, "bytesOut": sent}
+                for role, (received, sent) in traffic().items()]
     assert answer["userInfo"] == {"netapps": sorted(expected, key=lambda record: record["pid"]), "version": 12}
 
     lines = session.run("quorlinctl", "net").stdout.splitlines()
     assert [line.split() for line in lines] == [
         ["Application", "Process", "Received", "Sent"],
-        ["Soc", "ket.1\N{REPLACEMENT CHARACTER}", str(client), str(from_server), "B", str(from_client + 3), "B"],
-        ["server", str(server), str(from_client), "B", str(from_server), "B"]]
+        ["Soc", "ket.1\N{REPLACEMENT CHARACTER}", network.ids["client"], "70", "B", "11", "B"],
+        ["server", network.ids["server"], "8", "B", "70", "B"]]
+
+
+def test_what_is_installed_finds_what_belongs_to_it(session, tmp_path):
+    subprocess.run(["cmake", "--install", PROGRAMS.parents[1], "--prefix", tmp_path / "prefix"], check=True,
+                   stdout=subprocess.DEVNULL)
+    session.environment.pop("QUORLIN_PROCFS_ROOT")
+    doctor = session.run(tmp_path / "prefix/bin/quorlinctl", "doctor", "--json")
+    checks = {check["subject"]: check["state"] for check in json.loads(doctor.stdout)["checks"]}
+    assert (checks["processor"], checks["network applications"]) == ("ok", "ok")
+    (tmp_path / "prefix/libexec/quorlin-sensors/nettop").unlink()
+    doctor = session.run(tmp_path / "prefix/bin/quorlinctl", "doctor", "--json")
+    assert {"state": "missing", "subject": "network applications", "advice": "install Quorlin Sensors anew",
+            "finding": f"there is no {tmp_path}/prefix/libexec/quorlin-sensors/nettop"} in json.loads(doctor.stdout)["checks"]
+
+
+@pytest.mark.parametrize("program", ["nettop", "system_profiler"])
+def test_a_command_that_the_agent_waits_for_ends_by_itself(program):
+    arguments = ARGUMENTS if program == "nettop" else ["SPHardwareDataType", "-xml"]
+    read, write = os.pipe()
+    fcntl.fcntl(write, fcntl.F_SETFL, os.O_NONBLOCK)
+    with pytest.raises(BlockingIOError):
+        while True:
+            os.write(write, bytes(4096))
+    fcntl.fcntl(write, fcntl.F_SETFL, 0)  # and now it blocks whoever writes
+
+    def hide_alarms():
+        signal.signal(signal.SIGALRM, signal.SIG_IGN)
+        signal.pthread_sigmask(signal.SIG_BLOCK, [signal.SIGALRM])
+
+    ended = subprocess.run([BUNDLE / program, *arguments], stdout=write, timeout=PATIENCE, preexec_fn=hide_alarms)
+    assert ended.returncode == -signal.SIGALRM
+    os.close(read)
+    os.close(write)
 
 
 def test_without_an_answer_net_says_why(session):
     silent = session.run("quorlinctl", "net")
     assert (silent.returncode, silent.stdout) == (1, "")
     assert silent.stderr == "quorlinctl: the agent is not running; start it with: quorlin-sensors\n"
-    Consumer(session, "brellwick.QuorlinSensors")  # which answers nothing
-    late = session.run("quorlinctl", "net", "--timeout", "0.01")
-    assert (late.returncode, late.stdout) == (1, "")
-    assert late.stderr == "quorlinctl: the agent did not answer in time; it may be busy\n"
+    stranger = Consumer(session, "brellwick.QuorlinSensors")
+    asking = subprocess.Popen([PROGRAMS / "quorlinctl", "net", "--timeout", "1"], env=session.environment, text=True,
+                              stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+    stranger.wait_for("QuorlinSensorsGetNetworkApp")
+    stranger.post("QuorlinSensorsNetDataW")  # which has not the form of an answer
+    output, errors = asking.communicate(timeout=PATIENCE)
+    assert (asking.returncode, output) == (1, "")
+    assert errors == "quorlinctl: the agent did not answer in time; it may be busy\n"

@@ -4,6 +4,7 @@
 
 #include "platform/posix/TextFile.h"
 
+#include <algorithm>
 #include <charconv>
 #include <memory>
 #include <string>
@@ -57,7 +58,12 @@ std::optional<PropertyList> dateOf(const std::string& text) {
   return PropertyList(Date(std::chrono::seconds(g_date_time_to_unix(date.get()))));
 }
 
-PropertyList dataOf(const std::string& text) {
+std::optional<PropertyList> dataOf(const std::string& text) {
+  const bool isBase64 = std::ranges::all_of(text, [](unsigned char character) {
+    return g_ascii_isalnum(character) || g_ascii_isspace(character) || character == '+' || character == '/' ||
+           character == '=';
+  });
+  if (!isBase64) return std::nullopt;
   gsize size = 0;
   const std::unique_ptr<guchar, decltype(&g_free)> bytes(g_base64_decode(text.c_str(), &size), g_free);
   return Data(bytes.get(), bytes.get() + size);

@@ -1,43 +1,24 @@
 #include "platform/linux/Spawn.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <string_view>
+#include <vector>
 
 #include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace quorlin {
 namespace {
 
-/// What the child does before it becomes the program.
-class FileActions {
- public:
-  FileActions() { posix_spawn_file_actions_init(&actions_); }
-  ~FileActions() { posix_spawn_file_actions_destroy(&actions_); }
-  FileActions(const FileActions&) = delete;
-  FileActions& operator=(const FileActions&) = delete;
-
-  int add(const SpawnOptions& options) {
-    int error = 0;
-    if (options.output) error = posix_spawn_file_actions_adddup2(&actions_, *options.output, STDOUT_FILENO);
-    if (error == 0 && options.detached) {
-      error = posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    }
-    if (error == 0 && !options.folder.empty()) {
-      error = posix_spawn_file_actions_addchdir_np(&actions_, options.folder.c_str());
-    }
-    return error != 0 ? error : posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1);
+void addActions(const SpawnOptions& options, FileActions& actions) {
+  if (options.output) actions.add(posix_spawn_file_actions_adddup2, *options.output, STDOUT_FILENO);
+  if (options.detached) {
+    actions.add(posix_spawn_file_actions_addopen, STDIN_FILENO, "/dev/null", O_RDONLY, mode_t{0});
   }
-
-  const posix_spawn_file_actions_t* get() const { return &actions_; }
-
- private:
-  posix_spawn_file_actions_t actions_{};
-};
+  if (!options.folder.empty()) actions.add(posix_spawn_file_actions_addchdir_np, options.folder.c_str());
+  actions.add(posix_spawn_file_actions_addclosefrom_np, STDERR_FILENO + 1);
+}
 
 class Attributes {
  public:
@@ -91,42 +72,29 @@ class Environment {
   std::vector<char*> variables_;
 };
 
-bool hasZeroByte(const std::string& text) { return text.find('\0') != std::string::npos; }
-
 }  // namespace
 
 std::optional<pid_t> spawn(const std::string& program, const std::vector<std::string>& arguments,
                            const SpawnOptions& options) {
-  // What stands behind a zero byte would be left out in silence.
-  if (hasZeroByte(program) || std::any_of(arguments.begin(), arguments.end(), hasZeroByte)) {
+  std::optional<std::vector<char*>> vector = argumentVector(program, arguments);
+  if (!vector) {
     errno = EINVAL;
     return std::nullopt;
   }
-  std::vector<char*> vector = {const_cast<char*>(program.c_str())};
-  for (const std::string& argument : arguments) vector.push_back(const_cast<char*>(argument.c_str()));
-  vector.push_back(nullptr);
-
   FileActions actions;
+  addActions(options, actions);
   Attributes attributes;
   pid_t child = 0;
-  int error = actions.add(options);
+  int error = actions.error();
   if (error == 0) error = attributes.set(options.detached);
   if (error == 0) {
     std::optional<Environment> environment;
     if (!options.searchedFirst.empty()) environment.emplace(options.searchedFirst);
-    error = posix_spawnp(&child, program.c_str(), actions.get(), attributes.get(), vector.data(),
+    error = posix_spawnp(&child, program.c_str(), actions.get(), attributes.get(), vector->data(),
                          environment ? environment->get() : environ);
   }
   errno = error;
   return error == 0 ? std::optional(child) : std::nullopt;
-}
-
-std::optional<int> waitForEnd(pid_t child) {
-  int status = 0;
-  while (waitpid(child, &status, 0) < 0) {
-    if (errno != EINTR) return std::nullopt;
-  }
-  return status;
 }
 
 }  // namespace quorlin

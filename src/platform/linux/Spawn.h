@@ -1,6 +1,8 @@
 /// Starting child processes.
 #pragma once
 
+#include "platform/posix/ChildProcess.h"
+
 #include <optional>
 #include <string>
 #include <vector>
@@ -20,13 +22,10 @@ struct SpawnOptions {
   std::string searchedFirst = {};
 };
 
-/// Starts a program, looked for on the PATH where its name has no slash. The child gets the agent's
-/// environment and none of its descriptors but the three standard ones. Nothing when it could not be started;
-/// errno says why. Any thread.
+/// Starts a program, looked for on the PATH where its name has no slash. The child gets this process's
+/// environment, but for the PATH where a folder is searched first, and none of its descriptors but the three
+/// standard ones. Nothing when it could not be started; errno says why. Any thread.
 std::optional<pid_t> spawn(const std::string& program, const std::vector<std::string>& arguments,
                            const SpawnOptions& options);
-
-/// Waits for the child's end and returns its wait status, or nothing when it is not ours to wait for.
-std::optional<int> waitForEnd(pid_t child);
 
 }  // namespace quorlin

@@ -31,12 +31,14 @@ Data readToEnd(int descriptor) {
 
 std::optional<Data> LinuxTaskLauncher::standardOutputOf(const std::string& launchPath,
                                                         const std::vector<std::string>& arguments) {
+  // A name without its folder would be looked for on the PATH.
+  if (launchPath == kNetTop && !bundle_.is_absolute()) return std::nullopt;
   std::array<int, 2> ends{};
   if (pipe2(ends.data(), O_CLOEXEC) != 0) return std::nullopt;
   const FileDescriptor readEnd(ends[0]);
   FileDescriptor writeEnd(ends[1]);
 
-  const std::string& path = launchPath == kNetTop ? (bundle_ / "nettop").native() : launchPath;
+  const std::string path = launchPath == kNetTop ? (bundle_ / "nettop").native() : launchPath;
   // A colon would end the folder's name in a PATH, and begin another's.
   const bool canBeSearched = bundle_.is_absolute() && bundle_.native().find(':') == std::string::npos;
   const std::optional<pid_t> child = spawn(path, arguments,

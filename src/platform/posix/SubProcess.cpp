@@ -1,5 +1,6 @@
 #include "platform/SubProcess.h"
 
+#include "platform/posix/ChildProcess.h"
 #include "platform/posix/FileDescriptor.h"
 
 #include <algorithm>
@@ -7,21 +8,20 @@
 #include <cerrno>
 #include <cstdlib>
 #include <optional>
+#include <span>
 
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/select.h>
-#include <sys/wait.h>
 
 namespace quorlin {
+namespace {
 
+/// An end that the child's output comes from.
 struct ChildStream {
   FileDescriptor end;
   ByteBuffer& bytes;
   bool open = true;
 };
-
-namespace {
 
 /// A set of select() has no room for the others, and writing them to it is undefined.
 bool canBeSelected(const FileDescriptor& end) { return end && end.get() < FD_SETSIZE; }
@@ -39,40 +39,12 @@ std::optional<Pipe> makePipe() {
   return made;
 }
 
-/// What the child does before it becomes the program, in this order.
-class FileActions {
- public:
-  FileActions() : error_(posix_spawn_file_actions_init(&actions_)) {}
-  ~FileActions() { posix_spawn_file_actions_destroy(&actions_); }
-  FileActions(const FileActions&) = delete;
-  FileActions& operator=(const FileActions&) = delete;
-
-  void close(const FileDescriptor& end) {
-    if (error_ == 0) error_ = posix_spawn_file_actions_addclose(&actions_, end.get());
-  }
-  void duplicate(int from, int onto) {
-    if (error_ == 0) error_ = posix_spawn_file_actions_adddup2(&actions_, from, onto);
-  }
-
-  explicit operator bool() const { return error_ == 0; }
-  const posix_spawn_file_actions_t* get() const { return &actions_; }
-
- private:
-  posix_spawn_file_actions_t actions_{};
-  int error_;
-};
-
-bool hasZeroByte(const std::string& text) { return text.find('\0') != std::string::npos; }
-
 std::optional<pid_t> spawn(const std::string& path, const std::vector<std::string>& arguments,
                            const FileActions& actions) {
-  // What stands behind a zero byte would be left out in silence.
-  if (!actions || hasZeroByte(path) || std::ranges::any_of(arguments, hasZeroByte)) return std::nullopt;
-  std::vector<char*> vector = {const_cast<char*>(path.c_str())};
-  for (const std::string& argument : arguments) vector.push_back(const_cast<char*>(argument.c_str()));
-  vector.push_back(nullptr);
+  std::optional<std::vector<char*>> vector = argumentVector(path, arguments);
+  if (!vector || actions.error() != 0) return std::nullopt;
   pid_t process = 0;
-  if (posix_spawn(&process, path.c_str(), actions.get(), nullptr, vector.data(), environ) != 0) {
+  if (posix_spawn(&process, path.c_str(), actions.get(), nullptr, vector->data(), environ) != 0) {
     return std::nullopt;
   }
   return process;
@@ -120,11 +92,7 @@ class Ending {
       : process_(process), streams_(streams), result_(result) {}
   ~Ending() {
     for (ChildStream& stream : streams_) stream.end.reset();
-    int status = 0;
-    while (waitpid(process_, &status, 0) < 0) {
-      if (errno != EINTR) return;
-    }
-    result_ = status;
+    if (const std::optional<int> status = waitForEnd(process_)) result_ = *status;
   }
   Ending(const Ending&) = delete;
   Ending& operator=(const Ending&) = delete;
@@ -134,6 +102,14 @@ class Ending {
   std::span<ChildStream> streams_;
   std::atomic<std::int32_t>& result_;
 };
+
+/// Until the child has exited; that it was silent for the time-out is said before.
+void collect(pid_t process, std::span<ChildStream> streams, const std::atomic<std::int32_t>& timeout,
+             std::atomic<bool>& timedout, std::atomic<std::int32_t>& result) {
+  const Ending ending(process, streams, result);
+  for (const ChildStream& stream : streams) fcntl(stream.end.get(), F_SETFL, O_NONBLOCK);
+  if (!readToEnd(streams, timeout)) timedout = true;
+}
 
 }  // namespace
 
@@ -151,17 +127,18 @@ bool SubProcess::fork(const std::string& path, const std::vector<std::string>& a
   std::optional<Pipe> error = output ? makePipe() : std::nullopt;
   if (!error) return false;
   FileActions actions;
-  actions.close(output->readEnd);
-  actions.close(error->readEnd);
-  actions.duplicate(output->writeEnd.get(), STDOUT_FILENO);
-  actions.duplicate(error->writeEnd.get(), STDERR_FILENO);
+  actions.add(posix_spawn_file_actions_addclose, output->readEnd.get());
+  actions.add(posix_spawn_file_actions_addclose, error->readEnd.get());
+  actions.add(posix_spawn_file_actions_adddup2, output->writeEnd.get(), STDOUT_FILENO);
+  actions.add(posix_spawn_file_actions_adddup2, error->writeEnd.get(), STDERR_FILENO);
   const std::optional<pid_t> process = spawn(path, arguments, actions);
   if (!process) return false;
   output->writeEnd.reset();
   error->writeEnd.reset();
   std::array<ChildStream, 2> streams = {ChildStream{std::move(output->readEnd), standardOutput_},
                                         ChildStream{std::move(error->readEnd), standardError_}};
-  return collect(*process, streams);
+  collect(*process, streams, timeout_, timedout_, result_);
+  return !timedout_;
 }
 
 bool SubProcess::forkpty(const std::string& path, const std::vector<std::string>& arguments) {
@@ -175,23 +152,15 @@ bool SubProcess::forkpty(const std::string& path, const std::vector<std::string>
   const int slave = open(name.data(), O_RDWR | O_NOCTTY);
   if (slave < 0) return false;
   FileActions actions;
-  actions.close(master);
-  actions.duplicate(slave, STDOUT_FILENO);
-  if (!actions) return false;  // the slave stays open, as declared
+  actions.add(posix_spawn_file_actions_addclose, master.get());
+  actions.add(posix_spawn_file_actions_adddup2, slave, STDOUT_FILENO);
+  if (actions.error() != 0) return false;  // the slave stays open, as declared
   FileDescriptor closedSlave(slave);
   const std::optional<pid_t> process = spawn(path, arguments, actions);
   if (!process) return false;
   closedSlave.reset();
   std::array<ChildStream, 1> streams = {ChildStream{std::move(master), standardOutput_}};
-  return collect(*process, streams);
-}
-
-bool SubProcess::collect(int process, std::span<ChildStream> streams) {
-  {
-    const Ending ending(process, streams, result_);
-    for (const ChildStream& stream : streams) fcntl(stream.end.get(), F_SETFL, O_NONBLOCK);
-    if (!readToEnd(streams, timeout_)) timedout_ = true;
-  }
+  collect(*process, streams, timeout_, timedout_, result_);
   return !timedout_;
 }
 

@@ -33,9 +33,8 @@ constexpr const char* kUsage =
     "interface,state,rx_ooo,rx_dupe,re-tx,rtt_avg,rcvsize,tx_win,tc_class,tc_mgt,cc_algo,P,C,R,W\n"
     "              -l 1 -t external\n"
     "\n"
-    "Lists the processes that hold TCP connections, those of loopback aside, and the bytes that each has "
-    "received\n"
-    "and sent on them so far.\n"
+    "Lists the processes that hold TCP connections, those of loopback aside, and the bytes that\n"
+    "each has received and sent on them so far.\n"
     "\n"
     "  --help  show this text\n";
 

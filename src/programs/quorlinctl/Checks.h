@@ -5,6 +5,7 @@
 #include "quorlinctl/Agent.h"
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -47,7 +48,7 @@ CheckResult checkMachine(const SystemRoots& roots);
 CheckResult checkProcessorDriver(const SystemRoots& roots);
 
 /// Whether the driver of an Intel Mac's System Management Controller is there.
-CheckResult checkSmc(const SystemRoots& roots);
+std::optional<CheckResult> checkSmc(const SystemRoots& roots);
 
 /// Whether SATA disks have their temperature driver.
 CheckResult checkDriveDriver(const SystemRoots& roots);

@@ -97,10 +97,11 @@ std::vector<CheckResult> runChecks() {
                "run this inside a user session, or set DBUS_SESSION_BUS_ADDRESS", {{"agent", checkAgent}});
   checks.push_back(checkSettings(settingsFile()));
   checks.push_back(checkProcessor());
-  for (const auto check : {checkMachine, checkSensors, checkProcessorDriver, checkSmc, checkDriveDriver,
+  for (const auto check : {checkMachine, checkSensors, checkProcessorDriver, checkDriveDriver,
                            checkDiskCounters, checkApplicationNames}) {
     checks.push_back(check(roots));
   }
+  if (std::optional<CheckResult> smc = checkSmc(roots)) checks.push_back(*std::move(smc));
   checks.push_back(checkProgram("ps", "procps", kProgramFolders));
   checks.push_back(checkNetTop());
   std::ranges::move(checkPower(roots), std::back_inserter(checks));

@@ -3,13 +3,14 @@
 #include "quorlinctl/Figures.h"
 
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <optional>
 
 namespace quorlin {
 namespace {
 
-constexpr int kProcessesWidth = 14;
+constexpr int kProcessesWidth = 15;
 constexpr int kFigureWidth = 11;
 constexpr int kWidest = 80;
 
@@ -24,18 +25,28 @@ std::string processesText(const std::vector<std::int32_t>& processes) {
   return std::to_string(processes.size()) + " processes";
 }
 
+/// Where it is narrow, the name and what was received are left.
 std::string row(int columns, Appearance appearance, Tone tone, std::string_view name,
                 const std::string& processes, const std::string& received, const std::string& sent) {
-  const int sentEnd = std::min(columns, kWidest);
-  const int receivedEnd = sentEnd - kFigureWidth;
-  const int processesEnd = receivedEnd - kFigureWidth;
-  const int nameEnd = std::max(processesEnd - kProcessesWidth - 1, 0);
-  StyledLine label(nameEnd, appearance);
+  struct Column {
+    const std::string& text;
+    int width;
+    int leastColumns;
+  };
+  const std::array<Column, 3> figures = {
+      {{processes, kProcessesWidth, 56}, {received, kFigureWidth, 0}, {sent, kFigureWidth, 40}}};
+  const int end = std::min(columns, kWidest);
+  int width = 0;
+  for (const Column& column : figures) width += columns < column.leastColumns ? 0 : column.width;
+  StyledLine label(std::max(end - width, 0), appearance);
   StyledLine line(columns, appearance);
-  line.line(label.text(name, tone))
-      .textEndingAt(processesEnd, processes, tone)
-      .textEndingAt(receivedEnd, received, tone)
-      .textEndingAt(sentEnd, sent, tone);
+  line.line(label.text(name, tone));
+  int columnEnd = end - width;
+  for (const Column& column : figures) {
+    if (columns < column.leastColumns) continue;
+    columnEnd += column.width;
+    line.textEndingAt(columnEnd, column.text, tone);
+  }
   return line.bytes();
 }
 

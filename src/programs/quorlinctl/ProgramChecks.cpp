@@ -1,38 +1,39 @@
-/// The checks of the programs that come with this one.
+/// The checks of the programs that the agent runs.
 #include "inspect/NetTop.h"
 #include "platform/linux/BundledPrograms.h"
 #include "platform/linux/Task.h"
-#include "probes/SystemInformation.h"
 #include "quorlinctl/Checks.h"
 
+#include <algorithm>
+
+#include <unistd.h>
+
 namespace quorlin {
-namespace {
 
-CheckResult missing(std::string subject, const char* program) {
-  return {CheckState::Missing, std::move(subject), "there is no " + (bundleFolder() / program).native(),
-          "install Quorlin Sensors anew"};
-}
-
-}  // namespace
-
-CheckResult checkProcessor() {
-  const std::string subject = "processor";
-  if (bundledProgram("system_profiler").empty()) return missing(subject, "system_profiler");
-  const std::optional<Data> profile =
-      LinuxTaskLauncher().standardOutputOf("/bin/sh", {"-c", std::string(kHardwareProfileCommand)});
-  const std::string name = profile ? processorNameFromProfile(*profile) : "";
-  if (!name.empty()) return {CheckState::Ok, subject, name, ""};
-  return {CheckState::Note, subject, "system_profiler does not know it", ""};
+CheckResult checkProgram(std::string_view program, std::string_view package, std::string_view folders) {
+  const std::string subject = "program " + std::string(program);
+  for (std::string_view rest = folders; !rest.empty();) {
+    const std::string_view folder = rest.substr(0, rest.find(':'));
+    rest.remove_prefix(std::min(folder.size() + 1, rest.size()));
+    const std::string path = std::string(folder) + "/" + std::string(program);
+    if (::access(path.c_str(), X_OK) == 0) return {CheckState::Ok, subject, path, ""};
+  }
+  return {CheckState::Missing, subject, "not in " + std::string(folders),
+          "sudo apt install " + std::string(package)};
 }
 
 CheckResult checkNetTop() {
   const std::string subject = "network applications";
-  if (bundledProgram("nettop").empty()) return missing(subject, "nettop");
+  if (bundledProgram("nettop").empty()) {
+    return {CheckState::Missing, subject, "there is no " + (bundleFolder() / "nettop").native(),
+            "install Quorlin Sensors anew"};
+  }
   LinuxTaskLauncher launcher;
   const std::optional<Data> output = outputOfNetTop(launcher);
   if (output && !output->empty()) return {CheckState::Ok, subject, "nettop lists them", ""};
-  return {CheckState::Missing, subject, "nettop cannot ask the kernel for its connections",
-          "sudo modprobe tcp_diag"};
+  return {CheckState::Missing, subject, "nettop fails",
+          "it has said why on the error stream; a kernel that does not tell its connections may need: sudo "
+          "modprobe tcp_diag"};
 }
 
 }  // namespace quorlin

@@ -57,13 +57,6 @@ CheckResult checkSensors(const SystemRoots& roots) {
           ""};
 }
 
-CheckResult checkMachine(const SystemRoots& roots) {
-  const std::string sign = signOfVirtualMachine(roots);
-  if (sign.empty()) return {CheckState::Ok, "machine", "no sign of a virtual machine", ""};
-  return {CheckState::Note, "machine",
-          "this is a virtual machine (" + sign + "): it has no sensors of its own", ""};
-}
-
 CheckResult checkProcessorDriver(const SystemRoots& roots) {
   constexpr std::array<std::pair<std::string_view, std::string_view>, 3> drivers = {
       {{"GenuineIntel", "coretemp"}, {"AuthenticAMD", "k10temp"}, {"HygonGenuine", "k10temp"}}};

@@ -104,16 +104,4 @@ CheckResult checkApplicationNames(const SystemRoots& roots) {
           ""};
 }
 
-CheckResult checkProgram(std::string_view program, std::string_view package, std::string_view folders) {
-  const std::string subject = "program " + std::string(program);
-  for (std::string_view rest = folders; !rest.empty();) {
-    const std::string_view folder = rest.substr(0, rest.find(':'));
-    rest.remove_prefix(std::min(folder.size() + 1, rest.size()));
-    const std::string path = std::string(folder) + "/" + std::string(program);
-    if (::access(path.c_str(), X_OK) == 0) return {CheckState::Ok, subject, path, ""};
-  }
-  return {CheckState::Missing, subject, "not in " + std::string(folders),
-          "sudo apt install " + std::string(package)};
-}
-
 }  // namespace quorlin
