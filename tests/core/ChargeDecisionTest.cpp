@@ -7,14 +7,7 @@ namespace {
 
 TEST(ChargeDecision, FollowsLimitLevelStateAndHold) {
   using enum ChargeDecision;
-  struct Case {
-    std::int64_t limit;
-    std::int64_t level;
-    std::int32_t state;
-    bool holding;
-    ChargeDecision decision;
-  };
-  const Case cases[] = {
+  const std::tuple<std::int64_t, std::int64_t, std::int32_t, bool, ChargeDecision> cases[] = {
       {80, 80, kCharging, false, Hold},        {80, 100, kCharging, true, Hold},
       {80, 79, kCharging, false, Nothing},     {80, 79, kCharging, true, Release},
       {80, 80, kNotCharging, true, Nothing},   {80, 80, kOnBattery, true, Release},
@@ -25,10 +18,9 @@ TEST(ChargeDecision, FollowsLimitLevelStateAndHold) {
       {49, 90, kCharging, true, Release},      {100, 100, kNotCharging, true, Release},
       {100, 50, kNotCharging, false, Nothing}, {0, 0, kNoBattery, false, Nothing},
   };
-  for (const Case& with : cases) {
-    EXPECT_EQ(decideCharge(with.limit, with.level, with.state, with.holding), with.decision)
-        << with.limit << " " << with.level << " " << with.state << " " << with.holding;
-  }
+  for (const auto& [limit, level, state, holding, decision] : cases)
+    EXPECT_EQ(decideCharge(limit, level, state, holding), decision)
+        << limit << " " << level << " " << state << " " << holding;
 }
 
 }  // namespace

@@ -10,76 +10,48 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 TEST(Launch, SettingsAboveZeroSwitchAFeatureOn) {
-  struct Case {
-    std::optional<std::int64_t> stored;
-    bool enabled;
-  };
-  for (const Case& with :
-       {Case{std::nullopt, false}, Case{0, false}, Case{-1, false}, Case{1, true}, Case{7, true}}) {
-    SCOPED_TRACE(with.stored.value_or(-99));
+  for (const auto& [stored, enabled] :
+       {std::pair(std::optional<std::int64_t>(), false), {0, false}, {-1, false}, {1, true}, {7, true}}) {
+    SCOPED_TRACE(stored.value_or(-99));
     FakeMachine machine;
     machine.defaults.integers.clear();
-    if (with.stored) {
-      machine.defaults.integers = {{"autostart", *with.stored}, {"coreAutostart", *with.stored}};
-    }
+    if (stored) machine.defaults.integers = {{"autostart", *stored}, {"coreAutostart", *stored}};
     machine.delegate.applicationDidFinishLaunching();
-    EXPECT_EQ(machine.delegate.pluginEnabled(), with.enabled);
-    EXPECT_EQ(machine.delegate.coreEnabled(), with.enabled);
+    EXPECT_EQ(machine.delegate.pluginEnabled(), enabled);
+    EXPECT_EQ(machine.delegate.coreEnabled(), enabled);
   }
 }
 
 TEST(Launch, IsSilentByArgumentOrByTheLauncherAndElseOpensTheWindow) {
-  struct Case {
-    const char* argument;
-    const char* running;
-    bool silent;
-  };
-  for (const Case& with :
-       {Case{"-silent", "org.example.Other", true}, Case{"--verbose", "brellwick.QuorlinSensorsHelper", true},
-        Case{"--silent", "org.example.Other", false}}) {
-    SCOPED_TRACE(with.argument);
+  for (const auto& [argument, running, silent] : {std::tuple("-silent", "org.example.Other", true),
+                                                  {"--verbose", "brellwick.QuorlinSensorsHelper", true},
+                                                  {"--silent", "org.example.Other", false}}) {
+    SCOPED_TRACE(argument);
     FakeMachine machine;
-    machine.application.given = {"quorlin-sensors", with.argument};
-    machine.workspace.running = {{with.running}};
+    machine.application.given = {"quorlin-sensors", argument};
+    machine.workspace.running = {{running}};
     machine.delegate.applicationDidFinishLaunching();
 
-    EXPECT_EQ(machine.window.made, with.silent ? 0 : 1);
-    EXPECT_EQ(machine.delegate.openedWindows(), with.silent ? 0 : 1);
-    EXPECT_EQ(machine.application.foreground, !with.silent);
+    EXPECT_EQ(machine.window.made, silent ? 0 : 1);
+    EXPECT_EQ(machine.delegate.openedWindows(), silent ? 0 : 1);
+    EXPECT_EQ(machine.application.foreground, !silent);
     const Posted first = machine.center.posted.front();
-    EXPECT_EQ(first.name == "QRNSENSTERMINATEHELPER", with.silent);
-    if (with.silent) {
-      EXPECT_EQ(first.object, "brellwick.QuorlinSensors");
-      EXPECT_THAT(first.userInfo, IsEmpty());
-      EXPECT_EQ(first.delivery, Delivery::Default);
-    }
+    EXPECT_EQ(first.name == "QRNSENSTERMINATEHELPER", silent);
+    if (!silent) continue;
+    EXPECT_EQ(first.object, "brellwick.QuorlinSensors");
+    EXPECT_THAT(first.userInfo, IsEmpty());
+    EXPECT_EQ(first.delivery, Delivery::Default);
   }
 }
 
-TEST(Launch, GoesOnWhereThePlatformHasNoWindow) {
-  FakeMachine machine;
-  machine.application.given = {"quorlin-sensors"};
-  machine.hasWindow = false;
-  machine.delegate.applicationDidFinishLaunching();
-  EXPECT_EQ(machine.delegate.openedWindows(), 0);
-  EXPECT_THAT(machine.log.lines, Contains(testing::HasSubstr("configuration window is not available")));
-  EXPECT_THAT(machine.center.names(), Contains("QuorlinSensorsActive"));
-}
-
 TEST(Launch, SilentWithEverythingOffAsksToTerminateAndOnlyThen) {
-  struct Case {
-    bool silent;
-    std::int64_t plugin;
-    std::int64_t core;
-    int requests;
-  };
-  for (const Case& with :
-       {Case{true, 0, 0, 1}, Case{true, 1, 0, 0}, Case{true, 0, 1, 0}, Case{false, 0, 0, 0}}) {
+  for (const auto& [silent, plugin, core, requests] :
+       {std::tuple(true, 0, 0, 1), {true, 1, 0, 0}, {true, 0, 1, 0}, {false, 0, 0, 0}}) {
     FakeMachine machine;
-    if (!with.silent) machine.application.given.pop_back();
-    machine.defaults.integers = {{"autostart", with.plugin}, {"coreAutostart", with.core}};
+    if (!silent) machine.application.given.pop_back();
+    machine.defaults.integers = {{"autostart", plugin}, {"coreAutostart", core}};
     machine.delegate.applicationDidFinishLaunching();
-    EXPECT_EQ(machine.application.terminateRequests, with.requests);
+    EXPECT_EQ(machine.application.terminateRequests, requests);
   }
 }
 
@@ -103,57 +75,44 @@ TEST(Launch, TakesNoteOfAPeacefulEndOnce) {
 }
 
 TEST(Launch, ChecksForUpdatesWhenTheLastCheckIsMoreThanTwoDaysOld) {
-  struct Case {
-    std::optional<std::int64_t> secondsAgo;
-    bool checks;
-  };
-  for (const Case& with :
-       {Case{std::nullopt, true}, Case{172800, false}, Case{172801, true}, Case{-50, false}}) {
-    SCOPED_TRACE(with.secondsAgo.value_or(0));
+  for (const auto& [secondsAgo, checks] :
+       {std::pair(std::optional<std::int64_t>(), 1U), {172800, 0}, {172801, 1}, {-50, 0}}) {
+    SCOPED_TRACE(secondsAgo.value_or(0));
     FakeMachine machine;
+    const Date now = machine.clock.time;
     machine.defaults.dates.clear();
-    if (with.secondsAgo) {
-      machine.defaults.setDate("lastUpdateCheck",
-                               machine.clock.time - std::chrono::seconds(*with.secondsAgo));
-    }
+    if (secondsAgo) machine.defaults.setDate("lastUpdateCheck", now - std::chrono::seconds(*secondsAgo));
     machine.delegate.applicationDidFinishLaunching();
-    EXPECT_EQ(machine.updateChecks,
-              with.checks ? std::vector<std::string>{"background"} : std::vector<std::string>{});
-    EXPECT_EQ(machine.defaults.date("lastUpdateCheck") == machine.clock.time, with.checks);
+    EXPECT_EQ(machine.updateChecks, std::vector<std::string>(checks, "background"));
+    EXPECT_EQ(machine.defaults.date("lastUpdateCheck") == now, checks == 1);
   }
 }
 
 TEST(Updates, ShareOneUpdaterAndRecordEveryRequest) {
   FakeMachine machine;
   machine.launchAndForget();
+  machine.delegate.checkForUpdates(true);
   machine.clock.time += std::chrono::hours(1);
   machine.delegate.checkForUpdates(false);
-  machine.delegate.checkForUpdates(true);
-  EXPECT_THAT(machine.updateChecks, ElementsAre("interactive", "background"));
+  EXPECT_THAT(machine.updateChecks, ElementsAre("background", "interactive"));
   EXPECT_EQ(machine.updatersMade, 1);
   EXPECT_EQ(machine.defaults.date("lastUpdateCheck"), machine.clock.time);
 }
 
-TEST(Launch, AMissingHelperSwitchesTheCoreOffForThisRunOnly) {
-  FakeMachine machine;
-  machine.application.given = {"quorlin-sensors"};
-  machine.delegate.applicationDidFinishLaunching();
-  EXPECT_THAT(machine.helper.texts(), ElementsAre("version"));
-  machine.helper.answerAll(std::nullopt);
-  EXPECT_TRUE(machine.delegate.coreEnabled()) << "state changes on the main thread only";
-  machine.runLoop.runQueue();
-  EXPECT_FALSE(machine.delegate.coreEnabled());
-  EXPECT_TRUE(machine.window.coreSwitchUnchecked);
-  EXPECT_EQ(machine.defaults.integer("coreAutostart"), 1);
-}
-
-TEST(Launch, AHelperOfAnyVersionIsTakenNoteOf) {
-  FakeMachine machine;
-  machine.delegate.applicationDidFinishLaunching();
-  machine.helper.answerAll("");
-  machine.runLoop.runQueue();
-  EXPECT_THAT(machine.log.lines, ElementsAre("Core helper is installed"));
-  EXPECT_TRUE(machine.delegate.coreEnabled());
+TEST(Launch, AMissingHelperUnlikeOneOfAnyVersionSwitchesTheCoreOffForThisRunOnly) {
+  for (const auto& version : {std::optional<std::string>(), {""}}) {
+    FakeMachine machine;
+    machine.application.given = {"quorlin-sensors"};
+    machine.delegate.applicationDidFinishLaunching();
+    EXPECT_THAT(machine.helper.texts(), ElementsAre("version"));
+    machine.helper.answerAll(version);
+    EXPECT_TRUE(machine.delegate.coreEnabled()) << "state changes on the main thread only";
+    machine.runLoop.runQueue();
+    EXPECT_EQ(machine.delegate.coreEnabled(), version.has_value());
+    EXPECT_EQ(machine.window.coreSwitchUnchecked, !version.has_value());
+    EXPECT_THAT(machine.log.lines, Contains("Core helper is installed").Times(version ? 1 : 0));
+    EXPECT_EQ(machine.defaults.integer("coreAutostart"), 1);
+  }
 }
 
 TEST(Launch, WithoutPowerWorkTheHelperIsLeftAlone) {

@@ -9,90 +9,79 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
+using Processes = std::vector<std::optional<std::string>>;
+using Names = std::vector<std::string>;
+
 constexpr const char* kMainApp = "brellwick.Quorlin";
 constexpr const char* kWidget = "brellwick.Quorlin-Pro.QuorlinWidget";
-const std::vector<std::string> kHeartbeat = {"QuorlinSensorsActive", "QuorlinSensorsActiveW",
-                                             "QuorlinSensorsActiveM"};
+const Names kHeartbeat = {"QuorlinSensorsActive", "QuorlinSensorsActiveW", "QuorlinSensorsActiveM"};
 
-const Dictionary kVersionOnly = {{"version", 12}};
-
-TEST(SamplingLoop, HeartbeatIsPostedInOrderWithTheVersionAlone) {
-  FakeMachine machine;
-  machine.launchAndForget();
-  machine.delegate.updateData();
-  EXPECT_EQ(machine.center.names(), kHeartbeat);
-  for (const Posted& posted : machine.center.posted) {
-    EXPECT_EQ(posted.object, "QuorlinSensorsAgent");
-    EXPECT_EQ(posted.userInfo, kVersionOnly);
-    EXPECT_EQ(posted.delivery, Delivery::Immediate);
-  }
-  EXPECT_THAT(machine.engine.calls, IsEmpty()) << "nobody wants a sample";
-}
-
-TEST(SamplingLoop, SamplesForTheConsumersThatRunAndWantThem) {
-  struct Case {
-    const char* description;
-    std::vector<std::optional<std::string>> processes;
-    std::vector<RunningApplication> applications;
-    bool active;
-    bool sampled;
-    std::vector<std::string> posted;
-  };
-  const std::vector<std::string> main = {"QuorlinSensorsDataM", "QuorlinSensorsDataMMini"};
-  const std::vector<std::string> widget = {"QuorlinSensorsDataW", "QuorlinSensorsDataWMini"};
-  const std::vector<std::string> both = {"QuorlinSensorsDataM", "QuorlinSensorsDataMMini",
-                                         "QuorlinSensorsDataW", "QuorlinSensorsDataWMini"};
-  const std::vector<Case> cases = {
-      {"nobody", {std::nullopt, "org.example.Other"}, {{"org.example.Other"}}, true, false, {}},
-      {"active main application", {std::nullopt, kMainApp}, {}, true, true, main},
-      {"second main application", {"brellwick.Quorlin-Pro"}, {}, true, true, main},
-      {"inactive main application", {kMainApp}, {}, false, true, {}},
-      {"widget alone", {"brellwick.Quorlin.QuorlinWidget"}, {}, false, true, widget},
-      {"widget, main application active but gone", {kWidget}, {}, true, true, both},
-      {"both", {kWidget, std::nullopt, kMainApp}, {}, true, true, both},
-      {"main application in the workspace only", {std::nullopt}, {{kMainApp}}, true, true, main},
-      {"widget in the workspace only", {std::nullopt}, {{kWidget}}, true, false, {}},
-      {"similar name", {"brellwick.Quorlin.Other", "brellwick.QuorlinSensors"}, {}, true, false, {}},
-  };
-  for (const Case& with : cases) {
-    SCOPED_TRACE(with.description);
-    FakeMachine machine;
+/// A machine with the sensors alone on.
+class SamplingLoop : public testing::Test {
+ protected:
+  SamplingLoop() {
     machine.defaults.integers = {{"autostart", 1}};
     machine.launchAndForget();
-    machine.center.receive(with.active ? "QuorlinActive" : "QuorlinInactive");
-    machine.processes.processes = with.processes;
-    machine.workspace.running = with.applications;
-    machine.delegate.updateData();
+  }
 
-    std::vector<std::string> expected = kHeartbeat;
-    expected.insert(expected.end(), with.posted.begin(), with.posted.end());
+  /// What one tick posts.
+  const std::vector<Posted>& tick(Processes processes) {
+    machine.forget();
+    machine.processes.processes = std::move(processes);
+    machine.delegate.updateData();
+    return machine.center.posted;
+  }
+
+  FakeMachine machine;
+};
+
+TEST_F(SamplingLoop, HeartbeatIsPostedWithTheVersionAlone) {
+  for (const Posted& posted : tick({})) {
+    EXPECT_EQ(posted.object, "QuorlinSensorsAgent");
+    EXPECT_EQ(posted.userInfo, (Dictionary{{"version", 12}}));
+    EXPECT_EQ(posted.delivery, Delivery::Immediate);
+  }
+}
+
+TEST_F(SamplingLoop, SamplesForTheConsumersThatRunAndWantThemAfterTheHeartbeat) {
+  const Names main = {"QuorlinSensorsDataM", "QuorlinSensorsDataMMini"};
+  const Names widget = {"QuorlinSensorsDataW", "QuorlinSensorsDataWMini"};
+  const Names both = {main[0], main[1], widget[0], widget[1]};
+  const struct {
+    const char* description;
+    const char* heard;  // from the main application, since the case before
+    Processes processes;
+    std::vector<RunningApplication> applications;
+    bool sampled;
+    Names posted;
+  } cases[] = {
+      {"main application, not heard of", "", {kMainApp}, {}, true, {}},
+      {"nobody", "QuorlinActive", {std::nullopt, "org.example.Other"}, {{"org.example.Other"}}, false, {}},
+      {"active main application", "", {std::nullopt, kMainApp}, {}, true, main},
+      {"second main application", "", {"brellwick.Quorlin-Pro"}, {}, true, main},
+      {"widget, main application active but gone", "", {kWidget}, {}, true, both},
+      {"both", "", {kWidget, std::nullopt, kMainApp}, {}, true, both},
+      {"main application in the workspace only", "", {std::nullopt}, {{kMainApp}}, true, main},
+      {"widget in the workspace only", "", {std::nullopt}, {{kWidget}}, false, {}},
+      {"similar names", "", {"brellwick.Quorlin.Other", "brellwick.QuorlinSensors"}, {}, false, {}},
+      {"inactive main application", "QuorlinInactive", {kMainApp}, {}, true, {}},
+      {"widget alone", "", {"brellwick.Quorlin.QuorlinWidget"}, {}, true, widget},
+  };
+  for (const auto& [description, heard, processes, applications, sampled, posted] : cases) {
+    SCOPED_TRACE(description);
+    if (*heard != '\0') machine.center.receive(heard);
+    machine.workspace.running = applications;
+    tick(processes);
+    Names expected = kHeartbeat;
+    expected.insert(expected.end(), posted.begin(), posted.end());
     EXPECT_EQ(machine.center.names(), expected);
-    EXPECT_EQ(!machine.engine.calls.empty(), with.sampled);
+    EXPECT_EQ(!machine.engine.calls.empty(), sampled);
   }
 }
 
-TEST(SamplingLoop, FollowsActiveAndInactiveOfTheMainApplication) {
-  FakeMachine machine;
-  machine.defaults.integers = {{"autostart", 1}};
-  machine.launchAndForget();
-  machine.processes.processes = {kMainApp};
-  for (const bool active : {false, true, false}) {
-    if (active) machine.center.receive("QuorlinActive");
-    machine.center.posted.clear();
-    machine.delegate.updateData();
-    EXPECT_EQ(machine.center.posted.size(), active ? 5U : 3U);
-    machine.center.receive("QuorlinInactive");
-  }
-}
-
-TEST(SamplingLoop, SamplesHoldTheEnginesValuesReadInOrder) {
-  FakeMachine machine;
-  machine.defaults.integers = {{"autostart", 1}};
-  machine.launchAndForget();
+TEST_F(SamplingLoop, SamplesHoldTheEnginesValuesReadInOrder) {
   machine.center.receive("QuorlinActive");
-  machine.processes.processes = {kMainApp};
-  machine.delegate.updateData();
-
+  const std::vector<Posted>& posted = tick({kMainApp});
   EXPECT_THAT(machine.engine.calls,
               ElementsAre("getSensorsInfo", "populate", "activities", "temperature", "temperatureData",
                           "fans", "fansData", "read", "write", "temperatureMini", "temperatureMiniData",
@@ -103,71 +92,49 @@ TEST(SamplingLoop, SamplesHoldTheEnginesValuesReadInOrder) {
       {"sensors", "temperature"},  {"sensorsData", "temperatureData"}, {"fans", "fans"},
       {"fansData", "fansData"},    {"readDiskIOData", readActivity},   {"writeDiskIOData", writeActivity},
       {"readDiskIOBytes", "read"}, {"writeDiskIOBytes", "write"},      {"version", 12}};
-  EXPECT_EQ(machine.center.posted[3].userInfo, expected);
+  EXPECT_EQ(posted[3].userInfo, expected);
   expected[0].second = "temperatureMini";
   expected[1].second = "temperatureMiniData";
-  EXPECT_EQ(machine.center.posted[4].userInfo, expected);
-  EXPECT_EQ(machine.center.posted[4].object, "QuorlinSensorsAgent");
-  EXPECT_EQ(machine.center.posted[4].delivery, Delivery::Immediate);
+  EXPECT_EQ(posted[4].userInfo, expected);
+  EXPECT_EQ(posted[4].object, "QuorlinSensorsAgent");
+  EXPECT_EQ(posted[4].delivery, Delivery::Immediate);
 }
 
-TEST(SamplingLoop, AMissingValueEndsTheSampleBeforeIt) {
-  struct Case {
-    const char* missing;
-    std::size_t full;
-    std::size_t reduced;
-  };
-  for (const Case& with : {Case{"temperature", 0, 9}, Case{"temperatureMiniData", 9, 1}, Case{"fans", 2, 2},
-                           Case{"write", 7, 7}}) {
-    SCOPED_TRACE(with.missing);
-    FakeMachine machine;
-    machine.launchAndForget();
-    machine.engine.missing = with.missing;
-    machine.processes.processes = {kWidget};
-    machine.delegate.updateData();
-    EXPECT_EQ(machine.center.posted[3].userInfo.size(), with.full);
-    EXPECT_EQ(machine.center.posted[4].userInfo.size(), with.reduced);
+TEST_F(SamplingLoop, AMissingValueEndsTheSampleBeforeIt) {
+  for (const auto& [missing, full, reduced] :
+       {std::tuple("temperature", 0U, 9U), {"temperatureMiniData", 9, 1}, {"fans", 2, 2}, {"write", 7, 7}}) {
+    machine.engine.missing = missing;
+    const std::vector<Posted>& posted = tick({kWidget});
+    EXPECT_EQ(posted[3].userInfo.size(), full) << missing;
+    EXPECT_EQ(posted[4].userInfo.size(), reduced) << missing;
   }
 }
 
-TEST(SamplingLoop, ActivitiesOtherThanTwoAreArchivedAsEmpty) {
-  const PropertyList empty = archivedDataWithRootObject(Array{});
+TEST_F(SamplingLoop, ActivitiesOtherThanTwoAreArchivedAsEmpty) {
   for (const std::size_t count : {0U, 1U, 3U}) {
-    FakeMachine machine;
-    machine.launchAndForget();
     machine.engine.activities = Array(count, PropertyList(Array{1.0}));
-    machine.processes.processes = {kWidget};
-    machine.delegate.updateData();
-    EXPECT_EQ(*find(machine.center.posted[3].userInfo, "readDiskIOData"), empty);
-    EXPECT_EQ(*find(machine.center.posted[3].userInfo, "writeDiskIOData"), empty);
+    const Dictionary& sample = tick({kWidget})[3].userInfo;
+    for (const char* key : {"readDiskIOData", "writeDiskIOData"})
+      EXPECT_EQ(*find(sample, key), PropertyList(archivedDataWithRootObject(Array{})));
   }
 }
 
-TEST(SamplingLoop, WithEverythingOffATickDoesNothing) {
-  FakeMachine machine;
-  machine.defaults.integers.clear();
-  machine.launchAndForget();
-  machine.processes.processes = {kMainApp, kWidget};
-  machine.delegate.updateData();
-  EXPECT_THAT(machine.center.posted, IsEmpty());
-}
-
-/// A machine that holds its charge at 80 percent, with the core (else the sensors) alone on and the main
+/// A machine that holds its charge at a limit, with the core (else the sensors) alone on and the main
 /// application running.
 struct Laptop : FakeMachine {
-  explicit Laptop(std::int64_t limit = 80, bool holding = false, bool core = true) {
+  explicit Laptop(std::int64_t limit = 80, bool holding = false, bool core = true, bool battery = true) {
     defaults.integers = {{core ? "coreAutostart" : "autostart", 1}, {"batterylimit", limit}};
-    power.setBattery(50, true, true);
+    if (battery) power.setBattery(50, true, true);
     launchAndForget();
     delegate.setPowerLimitEnabled(holding);
     processes.processes = {kMainApp};
   }
 
   /// The charge messages of one tick.
-  std::vector<std::string> tick() {
+  Names tick() {
     helper.messages.clear();
     delegate.updateData();
-    std::vector<std::string> charge;
+    Names charge;
     for (const std::string& text : helper.texts()) {
       if (text.starts_with("charge")) charge.push_back(text.substr(text.rfind(' ') + 1));
     }
@@ -201,12 +168,11 @@ TEST(PowerWork, MetricsAreFetchedEverySecondTickAndPublished) {
 }
 
 TEST(PowerWork, AStoredLimitBelowOneMeansAHundred) {
-  for (const std::int64_t stored : {0, -3, 1, 100}) {
+  for (const auto& [stored, limit] : {std::pair(0, 100), {-3, 100}, {1, 1}, {100, 100}}) {
     Laptop machine(stored);
     machine.tick();
     machine.helper.answerAll("metrics");
-    EXPECT_EQ(*find(machine.center.posted.front().userInfo, "batteryLimit"),
-              PropertyList(stored < 1 ? 100 : stored));
+    EXPECT_EQ(*find(machine.center.posted.front().userInfo, "batteryLimit"), PropertyList(limit));
   }
 }
 
@@ -214,6 +180,7 @@ TEST(PowerWork, HoldsAtTheLimitAndReleasesBelowItWhateverTheHelperAnswers) {
   Laptop machine;
   machine.power.setBattery(80, true, true);
   EXPECT_THAT(machine.tick(), ElementsAre("hold"));
+  EXPECT_THAT(machine.helper.texts().back(), testing::StartsWith("metrics"));
   EXPECT_FALSE(machine.delegate.powerLimitEnabled()) << "noted before the helper has answered";
   machine.helper.answerAll(std::nullopt);
   EXPECT_TRUE(machine.delegate.powerLimitEnabled());
@@ -225,14 +192,6 @@ TEST(PowerWork, HoldsAtTheLimitAndReleasesBelowItWhateverTheHelperAnswers) {
   EXPECT_THAT(machine.tick(), ElementsAre("release"));
   machine.helper.answerAll("ok");
   EXPECT_FALSE(machine.defaults.boolean("powerLimitEnabled"));
-}
-
-TEST(PowerWork, AHoldIsReleasedOnceTheBatteryIsInUse) {
-  Laptop machine(80, true);
-  machine.power.setBattery(85, false, false);
-  EXPECT_THAT(machine.tick(), ElementsAre("release"));
-  EXPECT_THAT(machine.helper.texts(),
-              ElementsAre(testing::StartsWith("charge"), testing::StartsWith("metrics")));
 }
 
 TEST(PowerWork, WithoutConsumersAHoldIsReleasedAndTheReplyLogged) {
@@ -258,13 +217,9 @@ TEST(PowerWork, IsNotDoneOnAnOlderSystemOrWithoutTheCore) {
 }
 
 TEST(PowerWork, AMachineWithoutABatteryIsNotAskedAgain) {
-  FakeMachine machine;
-  machine.defaults.integers = {{"coreAutostart", 1}, {"batterylimit", 80}};
-  machine.launchAndForget();
+  Laptop machine(80, false, true, false);
   machine.power.setBattery(90, true, true);
-  machine.processes.processes = {kMainApp};
-  machine.delegate.updateData();
-  EXPECT_EQ(machine.helper.messages.size(), 1U) << "metrics only";
+  EXPECT_THAT(machine.tick(), IsEmpty());
 }
 
 }  // namespace
