@@ -43,11 +43,7 @@ std::vector<FoundChip> chipsFrom(const std::string& text) {
 }
 
 TEST(ReducedSet, IsWhatAPersonLooksAtFirst) {
-  struct Case {
-    const char* chips;
-    std::vector<std::size_t> chosen;
-  };
-  const Case cases[] = {
+  const std::pair<const char*, std::vector<std::size_t>> cases[] = {
       {"", {}},
       {"thinkpad: fan", {}},
       {"it87: fan,-,-", {0}},

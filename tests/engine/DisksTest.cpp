@@ -28,14 +28,8 @@ DiskCounters disk(const char* name, std::uint64_t read, std::uint64_t written) {
 }
 
 TEST(DiskRates, AreSummedOverTheDisksThatBothReadingsHave) {
-  struct Case {
-    const char* what;
-    std::vector<DiskCounters> before;
-    std::vector<DiskCounters> after;
-    milliseconds elapsed;
-    DiskRates rates;
-  };
-  const Case cases[] = {
+  using Counters = std::vector<DiskCounters>;
+  const std::tuple<const char*, Counters, Counters, milliseconds, DiskRates> cases[] = {
       {"no disk", {}, {}, seconds(3), {0, 0}},
       {"one disk", {disk("a", 10, 20)}, {disk("a", 16, 32)}, seconds(3), {1024, 2048}},
       {"the real time", {disk("a", 0, 0)}, {disk("a", 10, 5)}, milliseconds(2500), {2048, 1024}},

@@ -9,13 +9,14 @@ namespace quorlin {
 /// While it lives, pread() of a file counts, and fails where an error is set for the file. One at a time.
 class FailingReads {
  public:
-  FailingReads();
+  FailingReads() { active = this; }
   FailingReads(const FailingReads&) = delete;
   FailingReads& operator=(const FailingReads&) = delete;
-  ~FailingReads();
+  ~FailingReads() { active = nullptr; }
 
   std::map<std::string, int> errors;
   std::map<std::string, int> counts;
+  static inline FailingReads* active = nullptr;
 };
 
 }  // namespace quorlin
