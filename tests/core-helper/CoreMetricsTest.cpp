@@ -18,13 +18,8 @@ constexpr MetricsRequest kAll = {true, true, true, true, milliseconds(1000)};
 
 TEST(Energy, BecomesWattsOverTheTimeThatElapsed) {
   constexpr std::uint64_t most = 262'143'328'850;
-  const struct {
-    std::optional<std::uint64_t> before;
-    std::optional<std::uint64_t> after;
-    std::uint64_t range;
-    nanoseconds elapsed;
-    std::optional<double> watts;
-  } cases[] = {
+  using Count = std::optional<std::uint64_t>;
+  const std::tuple<Count, Count, std::uint64_t, nanoseconds, std::optional<double>> cases[] = {
       {1'000'000, 6'210'000, most, seconds(1), 5.21},
       {0, 6'000'000, most, milliseconds(1500), 4.0},
       {7, 7, 100, seconds(1), 0.0},
@@ -45,16 +40,12 @@ TEST(Energy, BecomesWattsOverTheTimeThatElapsed) {
 }
 
 TEST(Throttling, CountsEachPackageOnceAndTakesTheWorst) {
-  const std::vector<ThrottleCounter> before = {{"cpu0", "0", {5, 10}, {10, 100}},
-                                               {"cpu1", "0", {5, 10}, {10, 100}},
-                                               {"cpu2", "1", {0, 0}, {0, 0}},
-                                               {"cpu3", "2", {1, 1}, {9, 9}}};
-  const struct {
-    std::vector<ThrottleCounter> after;
-    seconds elapsed;
-    std::optional<std::uint64_t> events;
-    std::optional<double> share;
-  } cases[] = {
+  using Counters = std::vector<ThrottleCounter>;
+  const Counters before = {{"cpu0", "0", {5, 10}, {10, 100}},
+                           {"cpu1", "0", {5, 10}, {10, 100}},
+                           {"cpu2", "1", {0, 0}, {0, 0}},
+                           {"cpu3", "2", {1, 1}, {9, 9}}};
+  const std::tuple<Counters, seconds, std::optional<std::uint64_t>, std::optional<double>> cases[] = {
       {before, seconds(1), 0, 0.0},
       {{{"cpu0", "0", {6, 15}, {13, 220}}, {"cpu1", "0", {5, 10}, {12, 150}}}, seconds(1), 3, 12.0},
       {{{"cpu0", "0", {5, 10}, {11, 200}}, {"cpu2", "1", {0, 0}, {2, 300}}}, seconds(2), 3, 15.0},
@@ -65,10 +56,10 @@ TEST(Throttling, CountsEachPackageOnceAndTakesTheWorst) {
       {{{"cpu2", "1", {3, nothing}, {nothing, nothing}}}, seconds(1), 3, nothing},
       {{{"cpu3", "2", {0, 0}, {0, 0}}, {"cpu4", "0", {9, 9}, {9, 9}}}, seconds(1), nothing, nothing},
   };
-  for (std::size_t i = 0; i < std::size(cases); ++i) {
-    const Throttling throttling = throttlingBetween(before, cases[i].after, cases[i].elapsed);
-    EXPECT_EQ(throttling.events, cases[i].events) << i;
-    EXPECT_EQ(throttling.share, cases[i].share) << i;
+  for (const auto& [after, elapsed, events, share] : cases) {
+    const Throttling throttling = throttlingBetween(before, after, elapsed);
+    EXPECT_EQ(throttling.events, events);
+    EXPECT_EQ(throttling.share, share);
   }
 }
 

@@ -145,34 +145,30 @@ class Installation : public testing::Test {
   const path root = folder_.path() / "root";
 };
 
-TEST_F(Installation, PutsFiveFilesInTheirPlacesWhateverTheMask) {
-  umask(0077);
-  install();
-  umask(022);
+TEST_F(Installation, PutsFiveFilesInTheirPlacesWhateverTheMaskAndWhatAnInterruptedOneLeft) {
   const std::string owner = std::to_string(geteuid()) + ":" + std::to_string(getegid()) + " ";
   const auto file = [&owner](const std::string& mode, const std::string& contents) {
     return AllOf(StartsWith("100" + mode + " " + owner), HasSubstr(contents));
   };
-  auto entries = snapshot(root);
-  EXPECT_EQ(entries[kProgram], "100755 " + owner + "the program");
-  EXPECT_THAT(entries[kUnit], file("644", "ExecStart=/" + kProgram.string() + "\n"));
-  EXPECT_THAT(entries[kBusPolicy], file("644", "<busconfig>"));
-  EXPECT_THAT(entries[kActions], file("644", "<policyconfig>"));
-  EXPECT_THAT(entries[kActivation], file("644", "SystemdService=quorlin-core-helper.service\n"));
-  for (const path& name : kFiles) entries.erase(name);
-  for (const auto& [name, entry] : entries) EXPECT_EQ(entry, "40755 " + owner) << name;
-}
-
-TEST_F(Installation, ReplacesAnOlderOneAndWhatAnInterruptedOneLeft) {
-  install();
-  const auto wanted = snapshot(root);
-  for (const path& file : kFiles) {
-    writeFile(root / file, "older");
-    chmod((root / file).c_str(), 0600);
-    for (const char* suffix : {".new", ".old"}) writeFile(hidden(root / file, suffix), "cut short");
+  for (const bool isFirst : {true, false}) {
+    umask(0077);
+    install();
+    umask(022);
+    auto entries = snapshot(root);
+    EXPECT_EQ(entries[kProgram], "100755 " + owner + "the program");
+    EXPECT_THAT(entries[kUnit], file("644", "ExecStart=/" + kProgram.string() + "\n"));
+    EXPECT_THAT(entries[kBusPolicy], file("644", "<busconfig>"));
+    EXPECT_THAT(entries[kActions], file("644", "<policyconfig>"));
+    EXPECT_THAT(entries[kActivation], file("644", "SystemdService=quorlin-core-helper.service\n"));
+    for (const path& name : kFiles) entries.erase(name);
+    for (const auto& [name, entry] : entries) EXPECT_EQ(entry, "40755 " + owner) << name;
+    if (!isFirst) break;
+    for (const path& name : kFiles) {
+      writeFile(root / name, "older");
+      chmod((root / name).c_str(), 0600);
+      for (const char* suffix : {".new", ".old"}) writeFile(hidden(root / name, suffix), "cut short");
+    }
   }
-  install();
-  EXPECT_EQ(snapshot(root), wanted);
 }
 
 TEST_F(Installation, LeavesEverythingAsItWasWhereverItFails) {
@@ -198,12 +194,7 @@ TEST_F(Installation, RefusesWhatIsInTheWay) {
   for (const path& file : kFiles) {
     const path target = root / file;
     const path folder = target.parent_path();
-    struct Case {
-      path named;
-      std::string reason;
-      std::function<void()> obstruct;
-    };
-    const std::vector<Case> cases = {
+    const std::vector<std::tuple<path, std::string, std::function<void()>>> cases = {
         {target, "is not a regular file", [&] { create_symlink("/etc/passwd", target); }},
         {hidden(target, ".new"), "Is a directory", [&] { create_directory(hidden(target, ".new")); }},
         {folder, "is not a folder", [&] { remove(folder), create_directory_symlink("/", folder); }},
@@ -229,9 +220,11 @@ TEST_F(Installation, RefusesAFolderOfAnotherUser) {
               StartsWith(foreign.string() + ": belongs to another user"));
 }
 
-TEST_F(Installation, SaysWhenTheProgramCannotBeRead) {
-  EXPECT_EQ(failure([this] { installHelper(root, root / "absent"); }),
-            (root / "absent").string() + ": No such file or directory");
+TEST_F(Installation, SaysWhenThereIsNoProgramOrNoRoot) {
+  const path absent = root / "absent";
+  const std::string reason = absent.string() + ": No such file or directory";
+  EXPECT_EQ(failure([&] { installHelper(root, absent); }), reason);
+  EXPECT_EQ(failure([&] { installHelper(absent); }), reason);
 }
 
 TEST_F(Installation, LeavesNoTraceWhenItIsRemovedAndWhatOthersInstalledStays) {
@@ -241,12 +234,15 @@ TEST_F(Installation, LeavesNoTraceWhenItIsRemovedAndWhatOthersInstalledStays) {
       if (thereAreOthers) writeFile(root / file.parent_path() / "of-others", "stays");
     }
     const auto before = snapshot(root);
-    removeHelper(root);
+    EXPECT_EQ(run("--remove"), EX_OK);
     EXPECT_EQ(snapshot(root), before);
     install();
+    const auto installed = snapshot(root);
+    EXPECT_EQ(run("--after-stop"), EX_OK);
+    EXPECT_EQ(snapshot(root), installed) << "the service has ended, no more";
     writeFile(root / kState / "held", "BAT0");
     writeFile(hidden(root / kProgram, ".new"), "cut short");
-    removeHelper(root);
+    EXPECT_EQ(run("--remove"), EX_OK);
     EXPECT_EQ(snapshot(root), before);
   }
 }

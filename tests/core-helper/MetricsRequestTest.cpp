@@ -13,10 +13,7 @@ using std::chrono::milliseconds;
 
 TEST(MetricsRequest, IsUnderstoodOrRefusedWithTheParameterThatIsWrong) {
   const MetricsRequest thermal = {false, false, false, true, milliseconds(500)};
-  const struct {
-    std::vector<std::string> parameters;
-    std::variant<MetricsRequest, std::string> expected;
-  } cases[] = {
+  const std::pair<std::vector<std::string>, std::variant<MetricsRequest, std::string>> cases[] = {
       {{"--samplers", "cpu_power,gpu_power,ane_power,thermal", "-i", "1000"},
        MetricsRequest{true, true, true, true, milliseconds(1000)}},
       {{"-i", "10000", "--samplers", "gpu_power,cpu_power"},

@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace quorlin {
@@ -12,10 +13,10 @@ namespace quorlin {
 /// the file says, or does what is set for the file. One at a time.
 class PretendDriver {
  public:
-  explicit PretendDriver(std::string folder);
+  explicit PretendDriver(const std::string& path) : folder(path + "/") { active = this; }
   PretendDriver(const PretendDriver&) = delete;
   PretendDriver& operator=(const PretendDriver&) = delete;
-  ~PretendDriver();
+  ~PretendDriver() { active = nullptr; }
 
   /// What one write() does, given the value without its line end: 0, or the error with which it fails.
   using Store = std::function<int(const std::string& value)>;
@@ -28,12 +29,8 @@ class PretendDriver {
   /// Sets a file as the firmware does by itself.
   void set(const std::string& path, const std::string& value) const;
 
-  int store(const std::string& path, const std::string& value);
-
-  const std::string& folder() const { return folder_; }
-
- private:
-  std::string folder_;
+  const std::string folder;
+  static inline PretendDriver* active = nullptr;
 };
 
 }  // namespace quorlin
