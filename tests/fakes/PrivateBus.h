@@ -1,17 +1,19 @@
 /// A session bus of the test's own.
 #pragma once
 
+#include "platform/linux/Spawn.h"
+
 #include <array>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <functional>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include <glib.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace quorlin {
@@ -22,14 +24,11 @@ class PrivateBus {
   PrivateBus() {
     std::array<int, 2> ends{};
     if (pipe(ends.data()) != 0) throw std::runtime_error("no pipe");
-    const std::string print = "--print-address=" + std::to_string(ends[1]);
-    std::array<char*, 5> arguments = {const_cast<char*>("dbus-daemon"), const_cast<char*>("--session"),
-                                      const_cast<char*>("--nofork"), const_cast<char*>(print.c_str()),
-                                      nullptr};
-    const int error = posix_spawnp(&daemon_, "dbus-daemon", nullptr, nullptr, arguments.data(), environ);
+    daemon_ =
+        spawn("dbus-daemon", {"--session", "--nofork", "--print-address"}, {.output = ends[1], .folder = {}});
     close(ends[1]);
     std::string address;
-    for (char byte = 0; error == 0 && read(ends[0], &byte, 1) == 1 && byte != '\n';) address += byte;
+    for (char byte = 0; read(ends[0], &byte, 1) == 1 && byte != '\n';) address += byte;
     close(ends[0]);
     if (address.empty()) throw std::runtime_error("dbus-daemon did not start");
     setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
@@ -39,14 +38,13 @@ class PrivateBus {
   PrivateBus& operator=(const PrivateBus&) = delete;
 
   void stop() {
-    if (daemon_ <= 0) return;
-    kill(daemon_, SIGTERM);
-    waitpid(daemon_, nullptr, 0);
-    daemon_ = 0;
+    if (!daemon_) return;
+    kill(*daemon_, SIGTERM);
+    waitForEnd(*std::exchange(daemon_, std::nullopt));
   }
 
  private:
-  pid_t daemon_ = 0;
+  std::optional<pid_t> daemon_;
 };
 
 /// Runs the main loop until the condition holds. False when it does not in a minute.
