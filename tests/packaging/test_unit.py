@@ -12,11 +12,9 @@ from gi.repository import Gio, GLib
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "fixtures"))
 from sandbox import Sandbox  # noqa: E402
+from system_bus import INTERFACE, NAME, PACKAGING, ask_bus, connect, start_bus  # noqa: E402
 
-PACKAGING = pathlib.Path(os.environ["QUORLIN_PACKAGING"])
 UNIT = PACKAGING / "quorlin-core-helper.service"
-NAME = "com.brellwick.Quorlin-Core-Helper"
-INTERFACE = "com.brellwick.HelperToolProtocol"
 PATIENCE = 90
 TAKE_NAME = ("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "RequestName")
 IS_ROOT = os.geteuid() == 0
@@ -60,32 +58,10 @@ def test_polkit_knows_an_action_for_each_method():
 @pytest.fixture
 def bus(tmp_path):
     """The address of a bus that refuses, as the system bus does, what no policy allows."""
-    policy = (PACKAGING / f"{NAME}.conf").read_text()
-    if not IS_ROOT:  # nobody else can be root
-        policy = policy.replace('user="root"', f'user="{os.geteuid()}"')
-    (tmp_path / "helper.conf").write_text(policy)
-    (tmp_path / "bus.conf").write_text(f"""<busconfig>
-      <listen>unix:abstract=quorlin-packaging-{os.getpid()}</listen>
-      <policy context="default">
-        <allow user="*"/> <deny own="*"/> <deny send_type="method_call"/> <allow send_type="signal"/>
-        <allow send_destination="org.freedesktop.DBus" send_interface="org.freedesktop.DBus"/>
-        <allow send_requested_reply="true" send_type="method_return"/>
-        <allow send_requested_reply="true" send_type="error"/>
-        <allow receive_type="method_call"/> <allow receive_type="method_return"/> <allow receive_type="error"/>
-        <allow receive_type="signal"/>
-      </policy>
-      <include>{tmp_path}/helper.conf</include>
-    </busconfig>""")
-    with subprocess.Popen(["dbus-daemon", f"--config-file={tmp_path}/bus.conf", "--nofork", "--nosyslog",
-                           "--print-address"], stdout=subprocess.PIPE, text=True) as daemon:
-        yield daemon.stdout.readline().strip()
+    address = f"unix:abstract={tmp_path}"  # other users cannot look into the folder
+    with start_bus(tmp_path, address) as daemon:
+        yield address
         daemon.terminate()
-
-
-def connect(bus):
-    flags = Gio.DBusConnectionFlags
-    return Gio.DBusConnection.new_for_address_sync(bus, flags.AUTHENTICATION_CLIENT | flags.MESSAGE_BUS_CONNECTION,
-                                                   None, None)
 
 
 @pytest.fixture
@@ -95,7 +71,7 @@ def owner(bus):
     connection.signal_subscribe(None, None, None, None, None, Gio.DBusSignalFlags.NONE,
                                 lambda *signal: arrived.append((signal[4], *signal[5])))
     # Answered after the subscription was taken.
-    connection.call_sync(*TAKE_NAME, GLib.Variant("(su)", (NAME, 0)), None, 0, PATIENCE * 1000, None)
+    ask_bus(connection, "RequestName", "(su)", NAME, 0)
     yield arrived
     connection.close_sync(None)
 
