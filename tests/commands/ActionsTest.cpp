@@ -49,36 +49,34 @@ TEST(AWorkflow, IsRunAtOnceAndAlwaysSucceeds) {
 }
 
 TEST(TheBatteryLimit, IsStoredAndSampledWithWithinItsBounds) {
-  struct Case {
-    const char* argument;
-    bool stored;
-    bool released;
-  };
-  for (const Case& with : {Case{"50", false, false}, Case{"51", true, false}, Case{"99", true, false},
-                           Case{"100", true, true}, Case{"101", false, false}, Case{"x", false, false}}) {
-    SCOPED_TRACE(with.argument);
+  for (const auto& [argument, stored, released] : {std::tuple("50", false, false),
+                                                   {"51", true, false},
+                                                   {"99", true, false},
+                                                   {"100", true, true},
+                                                   {"101", false, false},
+                                                   {"x", false, false}}) {
+    SCOPED_TRACE(argument);
     FakeMachine machine;
     machine.processes.processes = {"brellwick.Quorlin"};
     machine.launchAndForget();  // which asked for metrics, so that the next tick would not
     machine.defaults.booleans["powerLimitEnabled"] = true;
-    machine.delegate.handleURLEvent(urlFor(machine, std::string("batterylimit/") + with.argument));
+    machine.delegate.handleURLEvent(urlFor(machine, std::string("batterylimit/") + argument));
 
-    EXPECT_EQ(machine.defaults.integers.contains("batterylimit"), with.stored);
-    EXPECT_EQ(machine.defaults.integer("batterylimit"), with.stored ? std::atoi(with.argument) : 0);
+    EXPECT_EQ(machine.defaults.integers.contains("batterylimit"), stored);
+    EXPECT_EQ(machine.defaults.integer("batterylimit"), stored ? std::atoi(argument) : 0);
     const std::string key = *machine.delegate.getKey();
     std::vector<std::string> expected;
-    if (with.released) expected.push_back("charge " + key + " release");
-    if (with.stored) {
+    if (released) expected.push_back("charge " + key + " release");
+    if (stored) {
       expected.push_back("metrics " + key + " --samplers cpu_power,gpu_power,ane_power,thermal -i 1000");
     }
     EXPECT_EQ(machine.helper.texts(), expected);
-    EXPECT_EQ(machine.center.posted.empty(), !with.stored);
+    EXPECT_EQ(machine.center.posted.empty(), !stored);
 
     EXPECT_TRUE(machine.defaults.boolean("powerLimitEnabled")) << "noted before the helper has answered";
     machine.helper.answerAll(std::nullopt);
-    EXPECT_EQ(machine.defaults.boolean("powerLimitEnabled"), !with.released);
-    EXPECT_EQ(machine.log.lines,
-              with.released ? std::vector<std::string>{"(null)"} : std::vector<std::string>{});
+    EXPECT_EQ(machine.defaults.boolean("powerLimitEnabled"), !released);
+    EXPECT_EQ(machine.log.lines, released ? std::vector<std::string>{"(null)"} : std::vector<std::string>{});
   }
 }
 

@@ -10,11 +10,7 @@ namespace {
 constexpr const char* kKey = "0123abcd";
 
 TEST(UrlCommand, IsReadFromTheTextOfAUrl) {
-  struct Case {
-    const char* afterTheKey;
-    std::optional<UrlCommand> command;
-  };
-  const std::vector<Case> cases = {
+  const std::pair<const char*, std::optional<UrlCommand>> cases[] = {
       {"/terminateapp/123", TerminateApp{123}},
       {"/terminateapp/ \t\n\v\f\r+123abc", TerminateApp{123}},
       {"/terminateapp/99999999999", TerminateApp{std::numeric_limits<std::int32_t>::max()}},
@@ -53,32 +49,23 @@ TEST(UrlCommand, IsReadFromTheTextOfAUrl) {
       {"//", std::nullopt},
       {"", std::nullopt},
   };
-  for (const Case& with : cases) {
-    EXPECT_EQ(urlCommand(std::string("scheme://") + kKey + with.afterTheKey, kKey), with.command)
-        << with.afterTheKey;
+  for (const auto& [afterTheKey, command] : cases) {
+    EXPECT_EQ(urlCommand(std::string("scheme://") + kKey + afterTheKey, kKey), command) << afterTheKey;
   }
 }
 
 TEST(UrlCommand, NeedsTheKeyInItsPlaceUnlessThereIsNone) {
-  struct Case {
-    const char* url;
-    std::optional<std::string> expectedKey;
-    bool accepted;
-  };
-  for (const Case& with : {
-           Case{"scheme://0123abcd/batterylimit/80", "0123abcd", true},
-           Case{"://0123abcd/batterylimit/80", "0123abcd", true},
-           Case{"any/thing/0123abcd/batterylimit/80", "0123abcd", true},
-           Case{"scheme://0123ABCD/batterylimit/80", "0123abcd", false},
-           Case{"scheme://0123abcde/batterylimit/80", "0123abcd", false},
-           Case{"scheme://0123abc/batterylimit/80", "0123abcd", false},
-           Case{"scheme:///batterylimit/80", "0123abcd", false},
-           Case{"scheme:/0123abcd/batterylimit/80", "0123abcd", false},
-           Case{"scheme://whatever/batterylimit/80", std::nullopt, true},
-           Case{"scheme:///batterylimit/80", std::nullopt, true},
-       }) {
-    EXPECT_EQ(urlCommand(with.url, with.expectedKey).has_value(), with.accepted) << with.url;
-  }
+  for (const auto& [url, accepted] : {std::pair("scheme://0123abcd/batterylimit/80", true),
+                                      {"://0123abcd/batterylimit/80", true},
+                                      {"any/thing/0123abcd/batterylimit/80", true},
+                                      {"scheme://0123ABCD/batterylimit/80", false},
+                                      {"scheme://0123abcde/batterylimit/80", false},
+                                      {"scheme://0123abc/batterylimit/80", false},
+                                      {"scheme:///batterylimit/80", false},
+                                      {"scheme:/0123abcd/batterylimit/80", false}})
+    EXPECT_EQ(urlCommand(url, "0123abcd").has_value(), accepted) << url;
+  for (const char* url : {"scheme://whatever/batterylimit/80", "scheme:///batterylimit/80"})
+    EXPECT_TRUE(urlCommand(url, std::nullopt).has_value()) << url;
 }
 
 TEST(UrlCommand, OfAMegabyteIsReadOrRefusedAsAnyOther) {

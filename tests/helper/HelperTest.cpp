@@ -8,48 +8,39 @@ namespace {
 using testing::ElementsAre;
 
 TEST(InstallingTheHelper, SaysHowItWentAndHandsOnWhatTheLaunchWasGiven) {
-  struct Case {
-    bool powerWork;
-    bool hasAuthorizations;
-    bool succeeds;
-    const char* blessed;
-    const char* line;
-  };
   const std::string label = "com.brellwick.Quorlin-Core-Helper";
-  for (const Case& with : {Case{true, true, true, " with authorization", "installed"},
-                           Case{true, true, false, " with authorization", "install failed!"},
-                           Case{true, false, true, " without authorization", "installed"},
-                           Case{false, true, true, " without authorization", "installed"}}) {
+  for (const auto& [powerWork, hasAuthorizations, succeeds, blessed, line] :
+       {std::tuple(true, true, true, " with authorization", "installed"),
+        {true, true, false, " with authorization", "install failed!"},
+        {true, false, true, " without authorization", "installed"},
+        {false, true, true, " without authorization", "installed"}}) {
     FakeMachine machine;
-    machine.system.powerWork = with.powerWork;
-    machine.blessing.hasAuthorizations = with.hasAuthorizations;
-    machine.blessing.succeeds = with.succeeds;
+    machine.system.powerWork = powerWork;
+    machine.blessing.hasAuthorizations = hasAuthorizations;
+    machine.blessing.succeeds = succeeds;
     machine.launchAndForget();
     EXPECT_THAT(machine.blessing.blessed, testing::IsEmpty()) << "blessed at launch";
-    EXPECT_EQ(machine.delegate.installHelper(), with.succeeds);
-    EXPECT_THAT(machine.blessing.blessed, ElementsAre(label + with.blessed));
-    EXPECT_THAT(machine.log.lines, ElementsAre(with.line));
+    EXPECT_EQ(machine.delegate.installHelper(), succeeds);
+    EXPECT_THAT(machine.blessing.blessed, ElementsAre(label + blessed));
+    EXPECT_THAT(machine.log.lines, ElementsAre(line));
   }
 }
 
 TEST(CallsOfTheHelper, SendTheKeyOfTheMomentAndUninstallingWaitsForNothing) {
-  struct Case {
-    void (*call)(AppDelegate&);
-    std::string beforeTheKey;
-    std::string afterTheKey;
-  };
+  using Call = void (*)(AppDelegate&);
+  const std::tuple<Call, std::string, std::string> cases[] = {
+      {[](AppDelegate& agent) { agent.limitCharge([](const auto&) {}, true); }, "charge ", " release"},
+      {[](AppDelegate& agent) { agent.getStatisticsData([](const auto&) {}); }, "metrics ",
+       " --samplers cpu_power,gpu_power,ane_power,thermal -i 1000"},
+      {[](AppDelegate& agent) { agent.uninstallHelper(); }, "uninstall ", ""}};
   for (const std::optional<std::string>& name : {std::optional<std::string>("renamed"), {}}) {
-    for (const Case& with : {Case{[](AppDelegate& agent) { agent.limitCharge([](const auto&) {}, true); },
-                                  "charge ", " release"},
-                             Case{[](AppDelegate& agent) { agent.getStatisticsData([](const auto&) {}); },
-                                  "metrics ", " --samplers cpu_power,gpu_power,ane_power,thermal -i 1000"},
-                             Case{[](AppDelegate& agent) { agent.uninstallHelper(); }, "uninstall ", ""}}) {
+    for (const auto& [call, beforeTheKey, afterTheKey] : cases) {
       FakeMachine machine;
       machine.launchAndForget();
       machine.system.name = name;
-      with.call(machine.delegate);
+      call(machine.delegate);
       const std::string key = machine.delegate.getKey().value_or("");
-      EXPECT_THAT(machine.helper.texts(), ElementsAre(with.beforeTheKey + key + with.afterTheKey));
+      EXPECT_THAT(machine.helper.texts(), ElementsAre(beforeTheKey + key + afterTheKey));
       machine.helper.answerAll(std::nullopt);
       EXPECT_THAT(machine.log.lines, testing::IsEmpty());
     }

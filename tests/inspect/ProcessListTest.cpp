@@ -18,16 +18,13 @@ TEST(ProcessList, HasOneEntryAProcessInOrder) {
 }
 
 TEST(ProcessorShare, IsTheNumberInTheSecondLine) {
-  struct Case {
-    std::string_view output;
-    float share;
-  };
-  const Case cases[] = {{"%CPU\n12.5\n", 12.5F}, {"%CPU\n 0.3", 0.3F},   {"%CPU\n", 0.0F},
-                        {"%CPU\nnone\n", 0.0F},  {"%CPU\ninf\n", 0.0F},  {"%CPU\nnan\n", 0.0F},
-                        {"%CPU\n\n7\n", 0.0F},   {"%CPU", -1.0F},        {"", -1.0F},
-                        {"%CPU\n\xFF\n", -1.0F}, {"%CPU\n250,5\n", 250}, {"%CPU\n1.5abc", 1.5F}};
-  for (const Case& with : cases)
-    EXPECT_EQ(processorShareFromPsOutput(bytes(with.output)), with.share) << with.output;
+  const std::pair<std::string_view, float> cases[] = {
+      {"%CPU\n12.5\n", 12.5F}, {"%CPU\n 0.3", 0.3F},   {"%CPU\n", 0.0F},
+      {"%CPU\nnone\n", 0.0F},  {"%CPU\ninf\n", 0.0F},  {"%CPU\nnan\n", 0.0F},
+      {"%CPU\n\n7\n", 0.0F},   {"%CPU", -1.0F},        {"", -1.0F},
+      {"%CPU\n\xFF\n", -1.0F}, {"%CPU\n250,5\n", 250}, {"%CPU\n1.5abc", 1.5F}};
+  for (const auto& [output, share] : cases)
+    EXPECT_EQ(processorShareFromPsOutput(bytes(output)), share) << output;
 }
 
 TEST(ProcessorShare, AsksPsThroughTheShell) {

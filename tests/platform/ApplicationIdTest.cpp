@@ -6,11 +6,7 @@ namespace quorlin {
 namespace {
 
 TEST(ApplicationId, StandsInTheNameOfAnApplicationsUnit) {
-  struct Case {
-    const char* unit;
-    std::optional<std::string> id;
-  };
-  const Case cases[] = {
+  const std::pair<const char*, std::optional<std::string>> cases[] = {
       {"app-gnome-org.gnome.Terminal-2417.scope", "org.gnome.Terminal"},
       {"app-org.kde.konsole-2417.scope", "org.kde.konsole"},
       {"app-flatpak-org.example.App-99.scope", "org.example.App"},
@@ -33,14 +29,10 @@ TEST(ApplicationId, StandsInTheNameOfAnApplicationsUnit) {
       {"session-2.scope", std::nullopt},
       {"", std::nullopt},
   };
-  for (const Case& with : cases) EXPECT_EQ(applicationIdOfUnit(with.unit), with.id) << with.unit;
+  for (const auto& [unit, id] : cases) EXPECT_EQ(applicationIdOfUnit(unit), id) << unit;
 }
 
 TEST(ApplicationId, IsTakenFromTheInnermostUnitOfSystemdsHierarchy) {
-  struct Case {
-    const char* groups;
-    std::optional<std::string> id;
-  };
   const std::string slice = "/user.slice/user-1000.slice/user@1000.service/app.slice";
   const std::string unit = slice + "/app-org.example.One-1.scope";
   const std::pair<std::string, std::optional<std::string>> cases[] = {

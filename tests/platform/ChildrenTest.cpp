@@ -88,24 +88,20 @@ std::string described(const std::variant<WorkflowCommand, std::string>& found) {
 
 TEST(WorkflowCommand, OfADesktopEntryIsItsExecLineWithoutFieldCodes) {
   const std::string application = "[Desktop Entry]\nType=Application\nName=My Work\n";
-  struct Case {
-    std::string entry;
-    std::string command;
+  const std::pair<std::string, std::string> cases[] = {
+      {application + "Exec=work %U --name=%c %% %i done\n", "work|--name=My Work|%|done"},
+      {application + "Exec=\"/opt/my work/do\" \"a \\\\$b\" %f\nPath=/tmp\n", "/opt/my work/do|a $b in /tmp"},
+      {application + "Exec=work \"\" x%fy 100%\n", "work||xy|100%"},
+      {application + "Exec=work\nTerminal=true\n", "no: it needs a terminal"},
+      {application + "Exec=work\nHidden=true\n", "no: its entry counts as deleted"},
+      {application + "Exec=work \"open\n", "no: its entry has no proper command line"},
+      {application, "no: its entry has no proper command line"},
+      {"[Desktop Entry]\nType=Link\nURL=file:///\n", "no: it is no application's entry"},
+      {"", "no: it is no application's entry"},
   };
-  for (const Case& with : {
-           Case{application + "Exec=work %U --name=%c %% %i done\n", "work|--name=My Work|%|done"},
-           Case{application + "Exec=\"/opt/my work/do\" \"a \\\\$b\" %f\nPath=/tmp\n",
-                "/opt/my work/do|a $b in /tmp"},
-           Case{application + "Exec=work \"\" x%fy 100%\n", "work||xy|100%"},
-           Case{application + "Exec=work\nTerminal=true\n", "no: it needs a terminal"},
-           Case{application + "Exec=work\nHidden=true\n", "no: its entry counts as deleted"},
-           Case{application + "Exec=work \"open\n", "no: its entry has no proper command line"},
-           Case{application, "no: its entry has no proper command line"},
-           Case{"[Desktop Entry]\nType=Link\nURL=file:///\n", "no: it is no application's entry"},
-           Case{"", "no: it is no application's entry"},
-       }) {
+  for (const auto& [entry, command] : cases) {
     const TemporaryFolder folder;
-    EXPECT_EQ(described(workflowCommand(folder.write("a.desktop", with.entry))), with.command) << with.entry;
+    EXPECT_EQ(described(workflowCommand(folder.write("a.desktop", entry))), command) << entry;
   }
 }
 

@@ -57,11 +57,7 @@ TEST(SystemBatteries, AreThoseOfTheComputerItselfByTheNumbersInTheirNames) {
 }
 
 TEST(PowerSources, DescribeABatteryByTheFirstPairThatIsWhole) {
-  const struct {
-    Supply attributes;
-    std::optional<std::int32_t> maximum;
-    std::optional<std::int32_t> current;
-  } cases[] = {
+  const std::tuple<Supply, std::int32_t, std::optional<std::int32_t>> cases[] = {
       {{{"energy_full", "50"}, {"energy_now", "5"}, {"charge_full", "4"}, {"charge_now", "1"}}, 50, 5},
       {{{"energy_full", "0"}, {"energy_now", "0"}, {"charge_full", "4"}, {"charge_now", "0"}}, 4, 0},
       {{{"energy_full", "-5"}, {"energy_now", "-5"}, {"charge_full", "4"}, {"charge_now", "2"}}, 4, 2},
@@ -103,11 +99,7 @@ TEST(PowerSources, KeepThePlaceOfOneThatCannotBeReadAndAreUnknownWithoutTheClass
 TEST(PowerSources, KnowExternalPowerByTheSuppliesAndElseByTheBatteries) {
   const Supply mainsOn = {{"type", "Mains"}, {"online", "1"}};
   const Supply mainsOff = {{"type", "Mains"}, {"online", "0"}};
-  const struct {
-    const char* what;
-    std::map<std::string, Supply> supplies;
-    bool isExternal;
-  } cases[] = {
+  const std::tuple<const char*, std::map<std::string, Supply>, bool> cases[] = {
       {"mains", {{"AC", mainsOn}, {"BAT0", battery({{"status", "Discharging"}})}}, true},
       {"no mains", {{"AC", mainsOff}, {"BAT0", battery({{"status", "Full"}})}}, false},
       {"USB beside mains", {{"AC", mainsOff}, {"ucsi", {{"type", "USB"}, {"online", "2"}}}}, true},

@@ -7,7 +7,6 @@ namespace quorlin {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 /// A /proc of plain files, and the names on a bus.
 class ProcessManagerTest : public testing::Test {
@@ -30,7 +29,7 @@ class ProcessManagerTest : public testing::Test {
   ProcfsProcessManager manager_{folder_.path(), names_};
 };
 
-TEST_F(ProcessManagerTest, ListsProcessesByRisingIdAndSkipsWhatIsNone) {
+TEST_F(ProcessManagerTest, ListsProcessesThatComeAndGoByRisingIdAndSkipsWhatIsNone) {
   start(1, "");
   start(300, "org.example.Late");
   start(20, "org.example.Early");
@@ -39,16 +38,10 @@ TEST_F(ProcessManagerTest, ListsProcessesByRisingIdAndSkipsWhatIsNone) {
   }
   std::filesystem::create_directory(folder_.path() / "400");  // ended while it was listed
   EXPECT_THAT(list(), ElementsAre("-", "org.example.Early", "org.example.Late"));
-}
-
-TEST_F(ProcessManagerTest, FollowsProcessesThatComeAndGo) {
-  start(1, "");
-  EXPECT_THAT(list(), ElementsAre("-"));
-  start(5, "org.example.One");
-  start(3, "org.example.Two");
-  EXPECT_THAT(list(), ElementsAre("-", "org.example.Two", "org.example.One"));
-  end(3);
-  EXPECT_THAT(list(), ElementsAre("-", "org.example.One"));
+  start(3, "org.example.New");
+  EXPECT_THAT(list(), ElementsAre("-", "org.example.New", "org.example.Early", "org.example.Late"));
+  end(20);
+  EXPECT_THAT(list(), ElementsAre("-", "org.example.New", "org.example.Late"));
 }
 
 TEST_F(ProcessManagerTest, LooksTwiceForAUnitAndThenRemembersIt) {

@@ -96,31 +96,24 @@ std::atomic<int> terminations = 0;
 /// The owner of a name in this test is the test itself.
 TEST_F(WorkspaceTest, ReachesTheOwnersOfApplicationNamesAndOfNoOthers) {
   const auto before = std::signal(SIGTERM, [](int) { ++terminations; });
-  struct Case {
-    const char* name;
-    bool reached;
-  };
-  for (const Case& with : {Case{"org.example.Service", false}, Case{"org.example.Viewer", true},
-                           Case{"org.example.Own", true}, Case{"brellwick.Quorlin", true}}) {
-    SCOPED_TRACE(with.name);
+  for (const auto& [name, times] : {std::pair("org.example.Service", 0),
+                                    {"org.example.Viewer", 1},
+                                    {"org.example.Own", 1},
+                                    {"brellwick.Quorlin", 1}}) {
+    SCOPED_TRACE(name);
     terminations = 0;
     const Bus owner = Bus::openSession();
-    sd_bus_request_name(owner.get(), with.name, 0);
-    EXPECT_EQ(workspace_.terminateApplication(getpid()), with.reached ? std::optional(true) : std::nullopt);
-    EXPECT_TRUE(runUntil([&] { return terminations == (with.reached ? 1 : 0); }));
+    sd_bus_request_name(owner.get(), name, 0);
+    EXPECT_EQ(workspace_.terminateApplication(getpid()), times == 1 ? std::optional(true) : std::nullopt);
+    EXPECT_TRUE(runUntil([expected = times] { return terminations == expected; }));
   }
   std::signal(SIGTERM, before);
 }
 
 TEST(DefaultUrlHandler, StandsFirstForBothSpellingsAndLeavesTheRest) {
   const std::string both = "x-scheme-handler/A.Scheme=me.desktop\nx-scheme-handler/a.scheme=me.desktop\n";
-  struct Case {
-    const char* what;
-    std::string before;
-    std::string after;
-  };
   const std::string group = "[Default Applications]\n";
-  const std::vector<Case> cases = {
+  const std::tuple<const char*, std::string, std::string> cases[] = {
       {"nothing", "", group + both},
       {"itself", group + both, group + both},
       {"another",
@@ -131,20 +124,20 @@ TEST(DefaultUrlHandler, StandsFirstForBothSpellingsAndLeavesTheRest) {
        "# mine\n\n[Added Associations]\ntext/plain=a.desktop;\n\n" + group + "text/html=b.desktop\n",
        "# mine\n\n[Added Associations]\ntext/plain=a.desktop;\n\n" + group + "text/html=b.desktop\n" + both},
   };
-  for (const Case& with : cases) {
+  for (const auto& [what, before, after] : cases) {
     const TemporaryFolder folder;
     FakeLog log;
     const std::filesystem::path file = folder.path() / "mimeapps.list";
     const std::filesystem::path former = folder.path() / "former";
-    if (!with.before.empty()) {
-      std::filesystem::create_hard_link(folder.write("dotfiles/list", with.before), former);
+    if (!before.empty()) {
+      std::filesystem::create_hard_link(folder.write("dotfiles/list", before), former);
       std::filesystem::create_symlink("dotfiles/list", file);
     }
     setDefaultUrlHandler(file, "A.Scheme", "me", log);
-    EXPECT_EQ(folder.read("mimeapps.list"), with.after) << with.what;
-    EXPECT_EQ(std::filesystem::is_symlink(file), !with.before.empty()) << "the link replaced";
-    const bool untouched = !with.before.empty() && std::filesystem::equivalent(file, former);
-    EXPECT_EQ(untouched, with.after == with.before);
+    EXPECT_EQ(folder.read("mimeapps.list"), after) << what;
+    EXPECT_EQ(std::filesystem::is_symlink(file), !before.empty()) << "the link replaced";
+    const bool untouched = !before.empty() && std::filesystem::equivalent(file, former);
+    EXPECT_EQ(untouched, after == before);
     EXPECT_THAT(log.lines, IsEmpty());
   }
 }

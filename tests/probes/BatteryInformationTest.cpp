@@ -8,12 +8,7 @@ namespace {
 TEST(BatteryInformation, CondensesTheFirstSource) {
   constexpr double unlimited = PowerSources::kTimeRemainingUnlimited;
   using Source = PowerSourceDescription;
-  struct Case {
-    std::optional<PowerSourceList> sources;
-    double estimate;
-    std::vector<std::int32_t> info;
-  };
-  const Case cases[] = {
+  const std::tuple<std::optional<PowerSourceList>, double, std::vector<std::int32_t>> cases[] = {
       {std::nullopt, unlimited, {0, 0}},
       {PowerSourceList{}, unlimited, {0, 0}},
       {PowerSourceList{std::nullopt, Source{100, 50, true}}, unlimited, {0, 0}},
@@ -34,9 +29,8 @@ TEST(BatteryInformation, CondensesTheFirstSource) {
       {PowerSourceList{Source{std::nullopt, std::nullopt, false}}, unlimited, {3, 0}},
       {PowerSourceList{Source{100, 70, false}, Source{100, 20, true}}, -1.0, {1, 70}},
   };
-  for (std::size_t i = 0; i < std::size(cases); ++i) {
-    EXPECT_EQ(batteryInfo(cases[i].sources, cases[i].estimate), cases[i].info) << "case " << i;
-  }
+  for (const auto& [sources, estimate, info] : cases)
+    EXPECT_EQ(batteryInfo(sources, estimate), info) << "estimated at " << estimate;
 }
 
 }  // namespace

@@ -77,11 +77,7 @@ TEST(AgentCommands, ReachTheAgentAsUrlsAndSayWhatWasSent) {
   const std::string start =
       "brellwick.QuorlinSensors.quorlinio://" + *requestKey(LinuxSystem().localizedHostName()) + "/";
   const std::string process = " was sent to the agent (process " + std::to_string(getpid()) + ").\n";
-  const struct {
-    std::function<int()> send;
-    std::string url;
-    std::string what;
-  } cases[] = {
+  const std::tuple<std::function<int()>, std::string, std::string> cases[] = {
       {[] { return sendBatteryLimit({.help = false, .percent = 80}); }, "batterylimit/80",
        "The charge limit of 80 %"},
       {[] { return sendTerminate({.help = false, .process = 1}); }, "terminateapp/1",
@@ -93,7 +89,8 @@ TEST(AgentCommands, ReachTheAgentAsUrlsAndSayWhatWasSent) {
       {[&] { return sendWorkflow({.help = false, .file = script}); }, "runworkflow/" + percentEncoded(script),
        "The workflow " + script},
   };
-  EXPECT_THAT(whatIsSaidBy(cases[1].send).complaints, HasSubstr("no agent runs in this session"));
+  const std::function<int()>& terminate = std::get<0>(cases[1]);
+  EXPECT_THAT(whatIsSaidBy(terminate).complaints, HasSubstr("no agent runs in this session"));
   FakeAgent agent;
   for (const auto& [send, url, what] : cases) {
     agent.opened.clear();
@@ -103,7 +100,7 @@ TEST(AgentCommands, ReachTheAgentAsUrlsAndSayWhatWasSent) {
     EXPECT_THAT(agent.opened, ElementsAre(start + url));
   }
   agent.refuses = true;
-  const Said refused = whatIsSaidBy(cases[1].send);
+  const Said refused = whatIsSaidBy(terminate);
   EXPECT_EQ(refused.status, kExitFailed);
   EXPECT_THAT(refused.complaints, HasSubstr("not today"));
   EXPECT_THAT(refused.output, IsEmpty());

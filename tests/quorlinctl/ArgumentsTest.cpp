@@ -42,11 +42,7 @@ TEST(Arguments, AreUnderstoodOrNamedInTheError) {
   constexpr auto workflow = outcomeOf<parseWorkflowArguments>;
   constexpr auto helper = outcomeOf<parseHelperArguments>;
   const std::string noDuration = "error: --timeout takes 0.001 to 86400 seconds, not ";
-  const struct {
-    std::string (*parse)(const Words&);
-    Words words;
-    std::string outcome;
-  } cases[] = {
+  const std::tuple<std::string (*)(const Words&), Words, std::string> cases[] = {
       {watch, {}, "15000"},
       {watch, {"--once", "--json", "--widget"}, "once json widget 15000"},
       {watch, {"--timeout", "2.5"}, "2500"},

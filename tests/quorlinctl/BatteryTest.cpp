@@ -26,12 +26,7 @@ FakePowerSources sourcesWith(PowerSourceDescription source,
 TEST(Battery, IsReadWithAWordForItsState) {
   constexpr double unlimited = PowerSources::kTimeRemainingUnlimited;
   constexpr double unknown = PowerSources::kTimeRemainingUnknown;
-  const struct {
-    PowerSourceDescription source;
-    double remaining;
-    Battery battery;
-    std::string_view word;
-  } cases[] = {
+  const std::tuple<PowerSourceDescription, double, Battery, std::string_view> cases[] = {
       {{std::nullopt, std::nullopt, std::nullopt}, unknown, {kNoBattery, std::nullopt}, "none"},
       {{200, 126, false}, unknown, {kOnBattery, 63}, "on-battery"},
       {{200, 126, true}, unlimited, {kCharging, 63}, "charging"},

@@ -125,13 +125,10 @@ TEST(Checks, TellMissingFromPresentAndFromNothingToMend) {
 }
 
 TEST(Checks, TellWhatTheSettingsSwitchOn) {
-  const struct {
-    std::string_view contents;
-    CheckState sensors;
-    CheckState core;
-  } cases[] = {{"[Settings]\nautostart=1\n", CheckState::Ok, CheckState::Note},
-               {"[Settings]\nautostart=0\ncoreAutostart=1\n", CheckState::Missing, CheckState::Ok},
-               {"nonsense\n", CheckState::Missing, CheckState::Note}};
+  const std::tuple<std::string_view, CheckState, CheckState> cases[] = {
+      {"[Settings]\nautostart=1\n", CheckState::Ok, CheckState::Note},
+      {"[Settings]\nautostart=0\ncoreAutostart=1\n", CheckState::Missing, CheckState::Ok},
+      {"nonsense\n", CheckState::Missing, CheckState::Note}};
   for (const auto& [contents, sensors, core] : cases) {
     const TemporaryFolder folder;
     const auto file = folder.write("settings.conf", contents);

@@ -36,13 +36,8 @@ struct SystemBus : PrivateBus {
 
 TEST(Helper, IsToldFromOneThatIsAbsentRefusesOrFails) {
   using enum HelperAnswer::Kind;
-  const struct {
-    std::string error;
-    HelperAnswer::Kind kind;
-    CheckState state;
-    std::string_view finding;
-    std::string_view advice;
-  } cases[] = {
+  using Text = std::string_view;
+  const std::tuple<std::string, HelperAnswer::Kind, CheckState, Text, Text> cases[] = {
       {"", Answered, CheckState::Ok, "version 1.2", ""},
       {SD_BUS_ERROR_ACCESS_DENIED, NotAllowed, CheckState::Missing, "may not ask it (because)", "polkit"},
       {SD_BUS_ERROR_INTERACTIVE_AUTHORIZATION_REQUIRED, NotAllowed, CheckState::Missing, "(because)",

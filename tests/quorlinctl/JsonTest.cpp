@@ -12,10 +12,7 @@ namespace {
 Date dateOf(std::int64_t microseconds) { return Date(std::chrono::microseconds(microseconds)); }
 
 TEST(Json, IsWrittenForEveryKindOfValue) {
-  const struct {
-    PropertyList value;
-    std::string_view text;
-  } cases[] = {
+  const std::pair<PropertyList, std::string_view> cases[] = {
       {std::numeric_limits<std::int64_t>::min(), "-9223372036854775808"},
       {42.5, "42.5"},
       {std::nan(""), "null"},
