@@ -1,18 +1,10 @@
 /// Any texts as parameters: a request within its bounds, or a short sentence.
+#include "Require.h"
 #include "core-helper/MetricsRequest.h"
 #include "platform/Utf8.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <vector>
-
-namespace {
-
-void require(bool condition) {
-  if (!condition) std::abort();
-}
-
-}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace quorlin;

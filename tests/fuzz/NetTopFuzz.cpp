@@ -1,17 +1,9 @@
 /// Any bytes as nettop's output: lines without white space around them, records of three numbers.
+#include "Require.h"
 #include "inspect/NetTop.h"
 #include "platform/Utf8.h"
 
 #include <cstdint>
-#include <cstdlib>
-
-namespace {
-
-void require(bool condition) {
-  if (!condition) std::abort();
-}
-
-}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace quorlin;

@@ -1,19 +1,15 @@
 /// Any bytes as a property list in XML: a value within its bounds, or nothing.
+#include "Require.h"
 #include "platform/PropertyListXml.h"
 #include "platform/Utf8.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
 namespace {
 
 using namespace quorlin;
-
-void require(bool condition) {
-  if (!condition) std::abort();
-}
 
 void requireWellFormed(const PropertyList& value, int depth) {
   require(depth <= 65);

@@ -1,20 +1,16 @@
 /// Any text as a URL: what comes out is an order that could have been meant, or nothing.
+#include "Require.h"
 #include "commands/PercentEncoding.h"
 #include "commands/UrlCommand.h"
 #include "platform/Utf8.h"
 
 #include <cstdint>
-#include <cstdlib>
 
 namespace {
 
 using namespace quorlin;
 
 constexpr const char* kKey = "0123abcd";
-
-void require(bool condition) {
-  if (!condition) std::abort();
-}
 
 void requireText(const std::string& text) {
   require(!text.empty() && text.find('\0') == std::string::npos && isUtf8(text));

@@ -1,6 +1,7 @@
 #include "platform/linux/ProcessManager.h"
 
 #include "platform/linux/ApplicationId.h"
+#include "platform/linux/DirectoryEntries.h"
 
 #include <algorithm>
 #include <array>
@@ -8,7 +9,6 @@
 #include <charconv>
 #include <cstring>
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -58,18 +58,12 @@ void ProcfsProcessManager::listProcesses() {
     entries_.resize(kEntriesSize);
   }
   if (!directory_ || lseek(directory_.get(), 0, SEEK_SET) < 0) return;
-  // Not readdir: it would cost as much again as the listing itself.
-  while (true) {
-    const ssize_t size = getdents64(directory_.get(), entries_.data(), entries_.size());
-    if (size <= 0) break;
-    for (ssize_t offset = 0; offset < size;) {
-      const auto* entry = reinterpret_cast<const dirent64*>(entries_.data() + offset);
-      offset += entry->d_reclen;
-      if (const std::int32_t id = processId(entry->d_name); id != 0) {
-        listed_.push_back({.inode = entry->d_ino, .id = id, .looks = 0, .hasApplication = false});
-      }
+  forEachEntry(directory_.get(), entries_, [this](const dirent64& entry) {
+    if (const std::int32_t id = processId(entry.d_name); id != 0) {
+      listed_.push_back({.inode = entry.d_ino, .id = id, .looks = 0, .hasApplication = false});
     }
-  }
+    return true;
+  });
   // The kernel lists them by rising id; what stands in for it may not.
   if (!std::ranges::is_sorted(listed_, {}, &Process::id)) std::ranges::sort(listed_, {}, &Process::id);
 }

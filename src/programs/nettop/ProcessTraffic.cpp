@@ -1,5 +1,6 @@
 #include "nettop/ProcessTraffic.h"
 
+#include "platform/linux/DirectoryEntries.h"
 #include "platform/posix/FileDescriptor.h"
 
 #include <algorithm>
@@ -11,7 +12,6 @@
 #include <string_view>
 #include <system_error>
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -24,19 +24,11 @@ constexpr int kFolder = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 /// read.
 constexpr std::size_t kEntriesSize = std::size_t{4} * 1024;
 
-/// Visits the names in a folder, hidden ones aside, until the visitor returns false. Not readdir: it would
-/// cost as much again as the listing itself.
+/// Visits the names in a folder, hidden ones aside, until the visitor returns false.
 void forEachName(const FileDescriptor& folder, const auto& visit) {
   alignas(dirent64) std::array<char, kEntriesSize> entries;
-  while (true) {
-    const ssize_t size = getdents64(folder.get(), entries.data(), entries.size());
-    if (size <= 0) return;
-    for (ssize_t offset = 0; offset < size;) {
-      const auto* entry = reinterpret_cast<const dirent64*>(entries.data() + offset);
-      offset += entry->d_reclen;
-      if (entry->d_name[0] != '.' && !visit(static_cast<const char*>(entry->d_name))) return;
-    }
-  }
+  forEachEntry(folder.get(), entries,
+               [&](const dirent64& entry) { return entry.d_name[0] == '.' || visit(entry.d_name); });
 }
 
 std::vector<int> processIds(const FileDescriptor& procfs) {
