@@ -3,9 +3,12 @@
 #include "commands/UrlScheme.h"
 #include "platform/Utf8.h"
 
+#include <algorithm>
 #include <charconv>
+#include <initializer_list>
 #include <limits>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace quorlin {
@@ -54,6 +57,27 @@ std::optional<UsageError> readTimeout(Arguments arguments, std::size_t& index,
   const std::optional<std::chrono::milliseconds> duration = durationOf(value);
   if (!duration) return UsageError{"--timeout takes 0.001 to 86400 seconds, not " + quoted(value)};
   timeout = *duration;
+  return std::nullopt;
+}
+
+using Flag = std::pair<std::string_view, bool&>;
+
+/// Reads the options of a subcommand that takes no operand: flags, and a time-out where it has one.
+std::optional<UsageError> readOptions(Arguments arguments, bool& help, std::initializer_list<Flag> flags,
+                                      std::chrono::milliseconds* timeout = nullptr) {
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    const std::string_view argument = arguments[i];
+    const auto* flag = std::ranges::find(flags, argument, &Flag::first);
+    if (isHelp(argument)) {
+      help = true;
+    } else if (flag != flags.end()) {
+      flag->second = true;
+    } else if (timeout != nullptr && isTimeout(argument)) {
+      if (auto error = readTimeout(arguments, i, *timeout)) return error;
+    } else {
+      return unknown(argument);
+    }
+  }
   return std::nullopt;
 }
 
@@ -106,53 +130,24 @@ std::optional<std::string> textOf(std::string_view text) {
 
 std::variant<WatchOptions, UsageError> parseWatchArguments(Arguments arguments) {
   WatchOptions options;
-  for (std::size_t i = 0; i < arguments.size(); ++i) {
-    const std::string_view argument = arguments[i];
-    if (isHelp(argument)) {
-      options.help = true;
-    } else if (argument == "--once") {
-      options.once = true;
-    } else if (argument == "--json") {
-      options.json = true;
-    } else if (argument == "--widget") {
-      options.widget = true;
-    } else if (isTimeout(argument)) {
-      if (auto error = readTimeout(arguments, i, options.timeout)) return *std::move(error);
-    } else {
-      return unknown(argument);
-    }
-  }
+  auto error = readOptions(arguments, options.help,
+                           {{"--once", options.once}, {"--json", options.json}, {"--widget", options.widget}},
+                           &options.timeout);
+  if (error) return *std::move(error);
   return options;
 }
 
 std::variant<NetOptions, UsageError> parseNetArguments(Arguments arguments) {
   NetOptions options;
-  for (std::size_t i = 0; i < arguments.size(); ++i) {
-    const std::string_view argument = arguments[i];
-    if (isHelp(argument)) {
-      options.help = true;
-    } else if (argument == "--json") {
-      options.json = true;
-    } else if (isTimeout(argument)) {
-      if (auto error = readTimeout(arguments, i, options.timeout)) return *std::move(error);
-    } else {
-      return unknown(argument);
-    }
-  }
+  auto error = readOptions(arguments, options.help, {{"--json", options.json}}, &options.timeout);
+  if (error) return *std::move(error);
   return options;
 }
 
 std::variant<DoctorOptions, UsageError> parseDoctorArguments(Arguments arguments) {
   DoctorOptions options;
-  for (const std::string_view argument : arguments) {
-    if (isHelp(argument)) {
-      options.help = true;
-    } else if (argument == "--json") {
-      options.json = true;
-    } else {
-      return unknown(argument);
-    }
-  }
+  auto error = readOptions(arguments, options.help, {{"--json", options.json}});
+  if (error) return *std::move(error);
   return options;
 }
 
