@@ -1,4 +1,4 @@
-/// What it costs to collect the output of a child process.
+/// The cost of collecting the output of a child process.
 #pragma once
 
 #include <string_view>

@@ -3,7 +3,7 @@
 /// device.
 #pragma once
 
-#include "platform/linux/Bus.h"
+#include "platform/linux/bus/Bus.h"
 
 #include <cstdint>
 #include <filesystem>

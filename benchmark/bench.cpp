@@ -1,13 +1,13 @@
-/// Prints what the agent's work costs, beside the floor, ps and a loop of read(), measured in one run. Each
-/// figure is the median of the repetitions; what is compared is measured in turns.
+/// Prints the cost of the agent's work, compared with the floor, ps and a loop of read(), measured in one
+/// run. Each figure is the median of the repetitions; both sides of a comparison are measured in turns.
 #include "ChildOutput.h"
 #include "Fixture.h"
 #include "Floor.h"
 #include "Measure.h"
-#include "agent/Agent.h"
-#include "engine/SensorsEngineFactory.h"
-#include "platform/linux/Log.h"
-#include "platform/linux/ProcessManager.h"
+#include "platform/linux/processes/ProcessManager.h"
+#include "platform/linux/sensors/SensorsEngineFactory.h"
+#include "platform/linux/system/Log.h"
+#include "programs/agent/Agent.h"
 
 #include <chrono>
 #include <cstdio>
@@ -41,7 +41,7 @@ Pair inTurns(const Action& prepare, const std::function<double()>& ours,
     const double ourTime = ours();
     prepare();
     const double otherTime = other();
-    if (i == 0) continue;  // the first time finds everything anew
+    if (i == 0) continue;  // the first time fills the caches
     left.push_back(ourTime);
     right.push_back(otherTime);
   }
@@ -164,7 +164,7 @@ void benchDisks() {
 }
 
 /// Hot, each in a row of its own, so that neither pays for the other's traces in the caches; then cold,
-/// beside the kernel's own listing, which is the floor.
+/// compared with the kernel's own listing, which is the floor.
 void benchProcesses() {
   printHeader("Listing the processes", "other (us)");
   const std::set<std::string, std::less<>> names;

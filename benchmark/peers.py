@@ -52,7 +52,7 @@ def collectd(build, machine, folder):
     config.write_text(COLLECTD.format(folder=folder, pace=PACE))
     script = 'mount --rbind "$1" /sys && export LD_PRELOAD=$2 && exec collectd -f -C "$3"'
     peer = subprocess.Popen(["unshare", "--mount", "--propagation", "private", "bash", "-c", script, "bash",
-                             machine / "sys", build / "benchmark/libpretend-sysfs.so", config],
+                             machine / "sys", build / "benchmark/libfake-sysfs.so", config],
                             stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     try:
         time.sleep(2.5 * PACE)
@@ -84,7 +84,7 @@ def node_exporter(_build, machine, _folder):
 
 
 def compare(tick, build, machine, folder):
-    """Prints what a sample costs the peers, beside the agent's whole tick in microseconds."""
+    """Prints the cost of a sample to the peers, compared with the agent's whole tick, in microseconds."""
     print(f"\n{'The whole tick beside peers':46} {'ours (us)':>12} {'peer (us)':>12} {'ratio':>8}")
     for name, measure, wanted in (("collectd, sensors and disks", collectd, 0.35),
                                   ("node_exporter, a scrape of sensors and disks", node_exporter, 0.25)):

@@ -1,4 +1,4 @@
-"""nettop beside ss at three numbers of connections, in a network namespace of its own: python3 traffic.py BUILD
+"""nettop compared with ss at three numbers of connections, in a network namespace of its own: python3 traffic.py BUILD
 
 Each connection is one end of a pair that a process of its own holds, on an address that is not loopback.
 """

@@ -1,12 +1,10 @@
-/// What the commands by URL do.
-#include "commands/UrlScheme.h"
+/// The actions of the commands by URL.
 #include "core/AppDelegate.h"
-#include "core/Settings.h"
 
 namespace quorlin {
 
 bool AppDelegate::terminateAppByPID(std::int32_t pid) {
-  // An application that is not there needs no ending.
+  // If there is no such application, there is nothing to end.
   return services_.workspace.terminateApplication(pid).value_or(true);
 }
 
@@ -26,11 +24,7 @@ bool AppDelegate::runWorkflow(const std::string& path) {
 }
 
 void AppDelegate::setBatteryLimit(std::int64_t percent) {
-  // The sampling loop also honours 50, which only the settings can hold.
-  if (percent < kLowestBatteryLimit || percent > kHighestBatteryLimit) return;
-  powerLimit_ = percent;
-  services_.userDefaults.setInteger(setting::kBatteryLimit, percent);
-  if (percent == kHighestBatteryLimit) limitChargeThenRecord(true);
+  if (!chargeHold_.setLimit(percent)) return;
   skipPowerMetrics_ = 0;
   updateData();
 }

@@ -1,7 +1,6 @@
 #include "commands/UrlCommand.h"
 
 #include "commands/PercentEncoding.h"
-#include "commands/UrlScheme.h"
 
 #include <algorithm>
 #include <charconv>
@@ -26,14 +25,14 @@ std::vector<std::string_view> split(std::string_view url) {
   return pieces;
 }
 
-/// White space, a sign and digits, up to the first other character; 0 without digits. What the type cannot
-/// hold becomes its nearest value.
+/// White space, a sign and digits, up to the first other character; 0 without digits. A number out
+/// of range becomes the nearest value of the type.
 template <typename Integer>
 Integer leadingInteger(std::string_view text) {
   text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
   const bool negative = text.starts_with('-');
   if (negative || text.starts_with('+')) text.remove_prefix(1);
-  // A second sign is no digit.
+  // A second sign is not a digit.
   if (text.starts_with('-')) return 0;
   // Read with its sign, so that the most negative value fits too.
   const std::string digits = (negative ? "-" : "") + std::string(text);
@@ -43,39 +42,28 @@ Integer leadingInteger(std::string_view text) {
   return negative ? std::numeric_limits<Integer>::min() : std::numeric_limits<Integer>::max();
 }
 
-template <typename Command>
-std::optional<UrlCommand> withProcess(std::string_view argument) {
-  const auto processId = leadingInteger<std::int32_t>(argument);
-  if (processId <= 0) return std::nullopt;
-  return Command{processId};
-}
-
-template <typename Command>
-std::optional<UrlCommand> withText(std::string_view argument) {
-  if (argument.empty()) return std::nullopt;
-  std::optional<std::string> text = percentDecoded(argument);
-  if (!text) return std::nullopt;
-  return Command{std::move(*text)};
-}
-
 }  // namespace
 
 std::optional<UrlCommand> urlCommand(std::string_view url, const std::optional<std::string>& expectedKey) {
   const std::vector<std::string_view> pieces = split(url);
   if (pieces.size() < 4) return std::nullopt;
   if (expectedKey && pieces[2] != *expectedKey) return std::nullopt;
-  const std::string_view word = pieces[3];
-  // An argument with a slash of its own is not the one that was meant.
-  const std::string_view argument = pieces.size() == kPiecesWithArgument ? pieces[4] : std::string_view();
+  // An argument with an unescaped slash counts as absent.
+  return UrlCommand{.word = pieces[3],
+                    .argument = pieces.size() == kPiecesWithArgument ? pieces[4] : std::string_view()};
+}
 
-  if (word == urlcommand::kTerminateApp) return withProcess<TerminateApp>(argument);
-  if (word == urlcommand::kForceTerminateApp) return withProcess<ForceTerminateApp>(argument);
-  if (word == urlcommand::kTerminalCommand) return withText<RunTerminal>(argument);
-  if (word == urlcommand::kRunWorkflow) return withText<RunWorkflow>(argument);
-  if (word == urlcommand::kBatteryLimit && !argument.empty()) {
-    return SetBatteryLimit{leadingInteger<std::int64_t>(argument)};
-  }
-  return std::nullopt;
+std::optional<std::int32_t> processIdArgument(std::string_view argument) {
+  const auto processId = leadingInteger<std::int32_t>(argument);
+  return processId > 0 ? std::optional(processId) : std::nullopt;
+}
+
+std::optional<std::int64_t> numberArgument(std::string_view argument) {
+  return argument.empty() ? std::nullopt : std::optional(leadingInteger<std::int64_t>(argument));
+}
+
+std::optional<std::string> textArgument(std::string_view argument) {
+  return argument.empty() ? std::nullopt : percentDecoded(argument);
 }
 
 }  // namespace quorlin

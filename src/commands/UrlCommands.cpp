@@ -1,19 +1,35 @@
-/// Commands of the main application, which arrive as URLs of the agent's scheme. A URL that is no command, or
-/// has not this computer's key, does nothing and is not answered.
+/// Commands of the main application, which arrive as URLs of the agent's scheme. The agent ignores URLs that
+/// are malformed or have another key.
 #include "commands/RequestKey.h"
 #include "commands/UrlCommand.h"
+#include "commands/UrlScheme.h"
 #include "core/AppDelegate.h"
+
+#include <algorithm>
+#include <array>
 
 namespace quorlin {
 namespace {
 
-template <typename... Actions>
-struct Overloaded : Actions... {
-  using Actions::operator()...;
+/// A word and its action on an argument.
+struct Row {
+  std::string_view word;
+  void (*perform)(AppDelegate& delegate, std::string_view argument);
 };
-// clang deduces it without help from version 17 on.
-template <typename... Actions>
-Overloaded(Actions...) -> Overloaded<Actions...>;
+
+/// Performs an action for an argument of the right form, and nothing for any other.
+template <auto form, auto action>
+void with(AppDelegate& delegate, std::string_view argument) {
+  if (const auto value = form(argument)) (delegate.*action)(*value);
+}
+
+constexpr std::array kCommands = {
+    Row{urlcommand::kTerminateApp, with<processIdArgument, &AppDelegate::terminateAppByPID>},
+    Row{urlcommand::kForceTerminateApp, with<processIdArgument, &AppDelegate::forceTerminateAppByPID>},
+    Row{urlcommand::kTerminalCommand, with<textArgument, &AppDelegate::runTerminal>},
+    Row{urlcommand::kRunWorkflow, with<textArgument, &AppDelegate::runWorkflow>},
+    Row{urlcommand::kBatteryLimit, with<numberArgument, &AppDelegate::setBatteryLimit>},
+};
 
 }  // namespace
 
@@ -24,12 +40,8 @@ std::optional<std::string> AppDelegate::getKey() const {
 void AppDelegate::handleURLEvent(const std::string& url) {
   const std::optional<UrlCommand> command = urlCommand(url, getKey());
   if (!command) return;
-  std::visit(Overloaded{[this](const TerminateApp& order) { terminateAppByPID(order.processId); },
-                        [this](const ForceTerminateApp& order) { forceTerminateAppByPID(order.processId); },
-                        [this](const RunTerminal& order) { runTerminal(order.command); },
-                        [this](const RunWorkflow& order) { runWorkflow(order.path); },
-                        [this](const SetBatteryLimit& order) { setBatteryLimit(order.percent); }},
-             *command);
+  const auto* const row = std::ranges::find(kCommands, command->word, &Row::word);
+  if (row != kCommands.end()) row->perform(*this, command->argument);
 }
 
 }  // namespace quorlin

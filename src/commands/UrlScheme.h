@@ -19,8 +19,4 @@ inline constexpr std::string_view kRunWorkflow = "runworkflow";
 inline constexpr std::string_view kBatteryLimit = "batterylimit";
 }  // namespace urlcommand
 
-/// The limits that the agent accepts, in percent; the highest means no limit.
-inline constexpr int kLowestBatteryLimit = 51;
-inline constexpr int kHighestBatteryLimit = 100;
-
 }  // namespace quorlin

@@ -1,29 +1,13 @@
 /// The agent's core object: owns every long-lived object, launches, samples, publishes, ends.
 #pragma once
 
-#include "core/SensorsEngine.h"
-#include "platform/Application.h"
-#include "platform/Clock.h"
-#include "platform/ConfigurationWindow.h"
-#include "platform/DispatchQueue.h"
-#include "platform/HelperService.h"
-#include "platform/JobBlessing.h"
-#include "platform/Log.h"
-#include "platform/NotificationCenter.h"
-#include "platform/PowerSources.h"
-#include "platform/ProcessManager.h"
-#include "platform/RunLoop.h"
-#include "platform/System.h"
-#include "platform/Task.h"
-#include "platform/Updater.h"
-#include "platform/UserDefaults.h"
-#include "platform/WorkflowEngine.h"
-#include "platform/Workspace.h"
+#include "core/SamplePublisher.h"
+#include "core/Services.h"
+#include "helper/ChargeHold.h"
+#include "helper/HelperClient.h"
 
-#include <array>
 #include <atomic>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -31,34 +15,12 @@
 
 namespace quorlin {
 
-/// What the agent asks of a system. Everything referred to outlives the delegate.
-struct Services {
-  Application& application;
-  RunLoop& runLoop;
-  UserDefaults& userDefaults;
-  NotificationCenter& notificationCenter;
-  Workspace& workspace;
-  ProcessManager& processManager;
-  System& system;
-  TaskLauncher& taskLauncher;
-  DispatchQueue& dispatchQueue;
-  WorkflowEngine& workflowEngine;
-  PowerSources& powerSources;
-  HelperService& helperService;
-  JobBlessing& jobBlessing;
-  Clock& clock;
-  Log& log;
-  SensorsEngineFactory sensorsEngine;
-  UpdaterFactory makeUpdater;
-  ConfigurationWindowFactory makeConfigurationWindow;
-};
-
-/// Main thread only, but for setPowerLimitEnabled and for the completions, which may run on the helper
+/// Main thread only, except setPowerLimitEnabled and the completions, which may run on the helper
 /// connection's queue. Each completion receives the helper's reply, or nothing when the helper could not be
 /// reached, exactly once; none runs once the delegate is being destroyed.
 class AppDelegate final : public ApplicationDelegate {
  public:
-  using Completion = std::function<void(std::optional<std::string>)>;
+  using Completion = HelperClient::Completion;
 
   explicit AppDelegate(Services services);
   ~AppDelegate() override;
@@ -77,8 +39,8 @@ class AppDelegate final : public ApplicationDelegate {
 
   bool pluginEnabled() const { return pluginEnabled_; }
   bool coreEnabled() const { return coreEnabled_; }
-  bool powerLimitEnabled() const { return powerLimitEnabled_; }
-  void setPowerLimitEnabled(bool enabled);
+  bool powerLimitEnabled() const { return chargeHold_.powerLimitEnabled(); }
+  void setPowerLimitEnabled(bool enabled) { chargeHold_.setPowerLimitEnabled(enabled); }
   bool terminatedPeacefully() const { return terminatedPeacefully_; }
   std::int64_t openedWindows() const { return openedWindows_; }
 
@@ -95,7 +57,7 @@ class AppDelegate final : public ApplicationDelegate {
   // Commands by URL
   std::optional<std::string> getKey() const;
   void handleURLEvent(const std::string& url);
-  /// What the application answered to the request; true when no application has that process.
+  /// The application's answer to the request; true if no application has that process.
   bool terminateAppByPID(std::int32_t pid);
   bool forceTerminateAppByPID(std::int32_t pid);
   /// Returns before the command has started.
@@ -108,11 +70,11 @@ class AppDelegate final : public ApplicationDelegate {
   // Network applications
   /// Posts what collectNetwork returns. Blocks until nettop has ended.
   void getNetworkApps();
-  /// One dictionary a process in nettop's order; empty where nettop tells nothing.
+  /// One dictionary a process in nettop's order; empty where nettop reports nothing.
   Array collectNetwork();
 
   // System information
-  /// Sets the name of the processor, which stays empty where the profiler does not know it. Blocks until the
+  /// Sets the name of the processor, which stays empty if the profiler does not know it. Blocks until the
   /// profiler has ended.
   void askSytemInfo();
   const std::string& processorName() const { return processorName_; }
@@ -123,11 +85,11 @@ class AppDelegate final : public ApplicationDelegate {
 
   // The privileged helper
   bool installHelper();
-  void getHelperVersion(Completion completion);
-  void getStatisticsData(Completion completion);
+  void getHelperVersion(const Completion& completion);
+  void getStatisticsData(const Completion& completion);
   /// Mode false holds the charge, true lets the battery charge again.
-  void limitCharge(Completion completion, bool mode);
-  /// Is not told whether the helper went.
+  void limitCharge(const Completion& completion, bool mode);
+  /// Returns before the helper has answered.
   void uninstallHelper();
 
   // Updates
@@ -149,43 +111,29 @@ class AppDelegate final : public ApplicationDelegate {
   bool doesPowerWork() const;
   void postHeartbeat();
   Consumers findConsumers();
-  void doPowerWork();
-  void limitChargeThenRecord(bool mode);
   void postPowerMetrics();
-  void postSamples(bool widgetRuns);
-  void releaseChargeWithoutConsumers();
-  void logReply(const std::optional<std::string>& reply);
 
-  HelperToolConnection::StringReply replyTo(const Completion& completion) const;
-  HelperToolConnection::ErrorHandler failureTo(const Completion& completion) const;
-  void connectToHelperTool();
-  void connectAndExecuteCommandBlock(const std::function<void(HelperToolConnection&)>& command);
+  /// Computes the key again and stores it in key_; empty on a computer without a name.
+  std::string currentKey();
 
   Services services_;
 
-  bool mainAppNeedsData_ = false;
   std::string workflowFile_;
-  std::unique_ptr<StatisticsData> statsData_;
-  std::unique_ptr<QuorlinSensorsEngine> se_;
-  std::atomic<std::int64_t> powerLimit_ = 0;
-  std::atomic<bool> powerLimitEnabled_ = false;
+  SamplePublisher samples_;
+  ChargeHold chargeHold_;
   std::int32_t skipPowerMetrics_ = 0;
-  std::int32_t macHasBattery_ = 0;
   bool terminatedPeacefully_ = false;
   std::optional<std::string> key_;
   std::atomic<bool> pluginEnabled_ = false;
   std::atomic<bool> coreEnabled_ = false;
   std::unique_ptr<ConfigurationWindow> controllerWindow_;
   std::int64_t openedWindows_ = 0;
-  std::unique_ptr<Authorization> authRef_;
-  std::optional<Data> authorization_;
   std::string processorName_;
-  std::unique_ptr<HelperToolConnection> helperToolConnection_;
   std::unique_ptr<Updater> updater_;
   std::vector<std::unique_ptr<Observation>> observations_;
   std::unique_ptr<Timer> updateTimer_;
-  // The last, so that it goes first: the connection's end completes no call of a delegate that ends.
-  std::shared_ptr<const bool> alive_ = std::make_shared<bool>(true);
+  // Last member, destroyed first, so no completion reaches a half-destroyed delegate.
+  HelperClient helper_;
 };
 
 }  // namespace quorlin

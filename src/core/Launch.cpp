@@ -3,19 +3,25 @@
 #include "core/AppDelegate.h"
 #include "core/Notifications.h"
 #include "core/Settings.h"
+#include "platform/Tick.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace quorlin {
 namespace {
 
-constexpr std::chrono::milliseconds kSamplingInterval{3000};
-constexpr std::chrono::seconds kUpdateCheckInterval{172800};
+constexpr std::chrono::hours kUpdateCheckInterval{48};
 constexpr SystemVersion kFirstWithPowerWork{.major = 13, .minor = 0};
 
 }  // namespace
 
-AppDelegate::AppDelegate(Services services) : services_(std::move(services)) {}
+AppDelegate::AppDelegate(Services services)
+    : services_(std::move(services)),
+      samples_(services_.sensorsEngine, services_.notificationCenter),
+      chargeHold_(services_.userDefaults, services_.powerSources, services_.log,
+                  [this](const ChargeHold::Reply& reply, bool mode) { limitCharge(reply, mode); }),
+      helper_(services_.helperService, services_.jobBlessing, services_.runLoop, services_.log) {}
 
 AppDelegate::~AppDelegate() = default;
 
@@ -28,8 +34,7 @@ void AppDelegate::applicationDidFinishLaunching() {
   key_ = getKey();
   readSettings();
   if (doesPowerWork()) startPowerWork();
-  statsData_ = services_.sensorsEngine.makeStatisticsData();
-  se_ = services_.sensorsEngine.makeEngine();
+  samples_.start();
   workflowFile_.clear();
   openedWindows_ = 0;
 
@@ -42,12 +47,17 @@ void AppDelegate::applicationDidFinishLaunching() {
   }
 
   addObservers();
-  updateTimer_ = services_.runLoop.scheduleTimer(kSamplingInterval, [this] { updateData(); });
+  updateTimer_ = services_.runLoop.scheduleTimer(kTick, [this] { updateData(); });
   updateData();
 
-  // A silent start with nothing enabled has nothing to do.
-  if (silent && !pluginEnabled_ && !coreEnabled_) services_.application.terminate();
-
+  // Without a window nothing can be switched on.
+  if (!pluginEnabled_ && !coreEnabled_ && !controllerWindow_) {
+    services_.log.line(
+        "The agent ends because its settings switch everything off. quorlinctl doctor explains how to change "
+        "that.");
+    services_.application.terminate();
+    return;
+  }
   checkForUpdatesIfDue();
 }
 
@@ -57,7 +67,7 @@ void AppDelegate::readSettings() {
   coreEnabled_ = defaults.integer(setting::kCoreAutostart) > 0;
   if (defaults.integer(setting::kTerminatedPeacefully) > 0) terminatedPeacefully_ = true;
   if (terminatedPeacefully_) defaults.remove(setting::kTerminatedPeacefully);
-  powerLimitEnabled_ = defaults.boolean(setting::kPowerLimitEnabled);
+  chargeHold_.readSettings();
 }
 
 bool AppDelegate::doesPowerWork() const {
@@ -66,15 +76,8 @@ bool AppDelegate::doesPowerWork() const {
 }
 
 void AppDelegate::startPowerWork() {
-  authRef_ = services_.jobBlessing.createAuthorization();
-  if (authRef_) authorization_ = authRef_->externalForm();
-
-  const std::int64_t limit = services_.userDefaults.integer(setting::kBatteryLimit);
-  powerLimit_ = limit >= 1 ? limit : kHighestBatteryLimit;
-
-  const std::vector<std::int32_t> battery = getBatteryInfo();
-  if (battery.size() == 2) macHasBattery_ = battery[0];
-
+  helper_.createAuthorization();
+  chargeHold_.start();
   getHelperVersion([this](const std::optional<std::string>& version) {
     services_.runLoop.performOnMainThread([this, installed = version.has_value()] {
       if (installed) {
@@ -108,9 +111,9 @@ void AppDelegate::addObservers() {
       center.addObserver(notification::kGetNetworkApp, [this](const Notification&) { getNetworkApps(); }));
 }
 
-void AppDelegate::QuorlinActive() { mainAppNeedsData_ = true; }
+void AppDelegate::QuorlinActive() { samples_.setMainAppNeedsData(true); }
 
-void AppDelegate::QuorlinInactive() { mainAppNeedsData_ = false; }
+void AppDelegate::QuorlinInactive() { samples_.setMainAppNeedsData(false); }
 
 void AppDelegate::checkForUpdatesIfDue() {
   const std::optional<Date> last = services_.userDefaults.date(setting::kLastUpdateCheck);

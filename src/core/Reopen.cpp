@@ -8,20 +8,21 @@
 namespace quorlin {
 
 void AppDelegate::openSettingsWindow() {
-  std::unique_ptr<ConfigurationWindow> window = services_.makeConfigurationWindow();
-  if (!window) {
-    services_.log.line("the configuration window is not available; going on in the background");
+  if (services_.makeConfigurationWindow) {
+    services_.application.transformToForeground();
+    controllerWindow_ = services_.makeConfigurationWindow();
+  }
+  if (!controllerWindow_) {
+    services_.log.line("The configuration window is not available.");
     return;
   }
-  services_.application.transformToForeground();
-  controllerWindow_ = std::move(window);
   controllerWindow_->makeKeyAndOrderFront();
   openedWindows_ = 1;
   services_.application.activateIgnoringOtherApplications();
 }
 
 bool AppDelegate::applicationShouldHandleReopen(const ApplicationEvent& event, bool /*hasVisibleWindows*/) {
-  // The parameters that tell a user's own request from a bare reopen.
+  // A user's own request has one of these parameters; a bare reopen has none.
   constexpr std::array<std::string_view, 3> requestParameters = {"prdt", "utxt", "stxt"};
   const bool requested = std::ranges::any_of(requestParameters, [&](std::string_view parameter) {
     return event.description.find(parameter) != std::string::npos;

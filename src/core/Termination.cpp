@@ -5,28 +5,18 @@
 namespace quorlin {
 
 TerminateReply AppDelegate::applicationShouldTerminate() {
-  if (services_.system.processorHasPowerWork() && powerLimitEnabled_) {
-    limitCharge(
-        [this](const std::optional<std::string>& reply) {
-          setPowerLimitEnabled(false);
-          logReply(reply);
-          services_.userDefaults.setInteger(setting::kTerminatedPeacefully, 1);
-          services_.application.terminate();
-        },
-        true);
+  const auto recordPeacefulEnd = [this] {
+    services_.userDefaults.setInteger(setting::kTerminatedPeacefully, 1);
+  };
+  if (services_.system.processorHasPowerWork() && powerLimitEnabled()) {
+    chargeHold_.releaseThen([this, recordPeacefulEnd] {
+      recordPeacefulEnd();
+      services_.application.terminate();
+    });
     return TerminateReply::Later;
   }
-  services_.userDefaults.setInteger(setting::kTerminatedPeacefully, 1);
+  recordPeacefulEnd();
   return TerminateReply::Now;
-}
-
-void AppDelegate::setPowerLimitEnabled(bool enabled) {
-  powerLimitEnabled_ = enabled;
-  services_.userDefaults.setBoolean(setting::kPowerLimitEnabled, enabled);
-}
-
-void AppDelegate::logReply(const std::optional<std::string>& reply) {
-  services_.log.line(reply.value_or("(null)"));
 }
 
 }  // namespace quorlin

@@ -1,48 +1,25 @@
-/// The helper's operations. Each hands the helper's own answer, unread, to its completion.
+/// The helper's operations. Each computes the key when it is called.
 #include "core/AppDelegate.h"
 
 namespace quorlin {
 
-HelperToolConnection::StringReply AppDelegate::replyTo(const Completion& completion) const {
-  return [completion, alive = std::weak_ptr(alive_)](std::string reply) {
-    if (!alive.expired()) completion(std::move(reply));
-  };
+bool AppDelegate::installHelper() { return helper_.install(); }
+
+void AppDelegate::getHelperVersion(const Completion& completion) { helper_.getVersion(completion); }
+
+void AppDelegate::getStatisticsData(const Completion& completion) {
+  helper_.getCoreMetrics(currentKey(), completion);
 }
 
-HelperToolConnection::ErrorHandler AppDelegate::failureTo(const Completion& completion) const {
-  return [completion, alive = std::weak_ptr(alive_)] {
-    if (!alive.expired()) completion(std::nullopt);
-  };
+void AppDelegate::limitCharge(const Completion& completion, bool mode) {
+  helper_.limitCharge(currentKey(), mode, completion);
 }
 
-void AppDelegate::getHelperVersion(Completion completion) {
-  connectAndExecuteCommandBlock([&](HelperToolConnection& connection) {
-    connection.getVersion(replyTo(completion), failureTo(completion));
-  });
-}
+void AppDelegate::uninstallHelper() { helper_.uninstall(currentKey()); }
 
-void AppDelegate::getStatisticsData(Completion completion) {
+std::string AppDelegate::currentKey() {
   key_ = getKey();
-  connectAndExecuteCommandBlock([&](HelperToolConnection& connection) {
-    connection.getCoreMetrics(key_.value_or(""),
-                              {"--samplers", "cpu_power,gpu_power,ane_power,thermal", "-i", "1000"},
-                              replyTo(completion), failureTo(completion));
-  });
-}
-
-void AppDelegate::limitCharge(Completion completion, bool mode) {
-  key_ = getKey();
-  connectAndExecuteCommandBlock([&](HelperToolConnection& connection) {
-    connection.limitCharge(key_.value_or(""), mode, replyTo(completion), failureTo(completion));
-  });
-}
-
-void AppDelegate::uninstallHelper() {
-  key_ = getKey();
-  connectAndExecuteCommandBlock([&](HelperToolConnection& connection) {
-    connection.uninstallHelper(
-        key_.value_or(""), [](const std::string&) {}, [] {});
-  });
+  return key_.value_or("");
 }
 
 }  // namespace quorlin

@@ -1,4 +1,4 @@
-/// The root helper as everybody knows it.
+/// The root helper's public name.
 #pragma once
 
 #include <string_view>

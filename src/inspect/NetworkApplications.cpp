@@ -1,4 +1,4 @@
-/// What each process has received and sent over external network interfaces, told on request.
+/// On request, the bytes that each process has received and sent over external network interfaces.
 #include "core/AppDelegate.h"
 #include "core/Notifications.h"
 #include "inspect/NetTop.h"

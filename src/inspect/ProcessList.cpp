@@ -3,8 +3,9 @@
 #include "core/AppDelegate.h"
 #include "platform/Utf8.h"
 
-#include <algorithm>
-#include <charconv>
+#include <cmath>
+#include <locale>
+#include <sstream>
 #include <string_view>
 
 namespace quorlin {
@@ -30,16 +31,14 @@ float processorShareFromPsOutput(const Data& output) {
   const std::size_t headerEnd = text.find('\n');
   if (headerEnd == std::string_view::npos) return unreadable;
 
-  std::string_view line = text.substr(headerEnd + 1);
-  line = line.substr(0, line.find('\n'));
-  line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
-  // What begins with a letter would be read as infinity or not-a-number.
-  const bool isNumber =
-      !line.empty() && std::string_view("-.0123456789").find(line.front()) != std::string_view::npos;
-  if (!isNumber) return 0.0F;
+  const std::string_view line = text.substr(headerEnd + 1, text.find('\n', headerEnd + 1) - headerEnd - 1);
+  // Not from_chars(), which libc++ 16 lacks for floating-point numbers; the stream's locale is the classic
+  // one.
+  std::istringstream stream{std::string(line)};
+  stream.imbue(std::locale::classic());
   float share = 0.0F;
-  std::from_chars(line.data(), line.data() + line.size(), share);
-  return share;
+  stream >> share;
+  return stream && std::isfinite(share) ? share : 0.0F;
 }
 
 }  // namespace quorlin

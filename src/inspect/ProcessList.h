@@ -1,4 +1,4 @@
-/// What can be read from the text that ps prints.
+/// Reads the text that ps prints.
 #pragma once
 
 #include "platform/PropertyList.h"

@@ -9,7 +9,8 @@ namespace quorlin {
 
 enum class TerminateReply { Now, Later };
 
-/// What asked for an action: a four-character event id, and a description that names its parameters.
+/// The event that asked for an action: a four-character event id, and a description that names its
+/// parameters.
 struct ApplicationEvent {
   std::string id;
   std::string description;

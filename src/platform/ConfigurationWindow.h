@@ -14,7 +14,7 @@ class ConfigurationWindow {
   virtual void uncheckCoreSwitch() = 0;
 };
 
-/// Null where the platform has no window.
+/// Empty if the platform has no window. Returns null if the window cannot be shown.
 using ConfigurationWindowFactory = std::function<std::unique_ptr<ConfigurationWindow>()>;
 
 }  // namespace quorlin

@@ -9,7 +9,7 @@ class DispatchQueue {
  public:
   virtual ~DispatchQueue() = default;
 
-  /// Runs the action soon on a thread that is not the main one, beside other actions. Any thread.
+  /// Runs the action soon on a thread that is not the main one, in parallel with other actions. Any thread.
   virtual void async(std::function<void()> action) = 0;
 };
 

@@ -17,7 +17,7 @@ class Authorization {
   Authorization& operator=(const Authorization&) = delete;
   virtual ~Authorization() = default;
 
-  /// The form in which another process could take it over, 32 bytes, or nothing.
+  /// A 32-byte form for another process, or nothing.
   virtual std::optional<Data> externalForm() const = 0;
 };
 

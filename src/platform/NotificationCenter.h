@@ -29,14 +29,14 @@ class Observation {
   virtual ~Observation() = default;
 };
 
-/// Main thread only, but for post, which a helper's reply may call on its own queue.
+/// Main thread only, except post, which a helper's reply may call on its own queue.
 class NotificationCenter {
  public:
   using Handler = std::function<void(const Notification&)>;
 
   virtual ~NotificationCenter() = default;
 
-  /// Fire and forget: nobody learns whether the notification was received.
+  /// Fire and forget: the sender does not learn whether the notification was received.
   virtual void post(std::string_view name, std::optional<std::string_view> object, const Dictionary& userInfo,
                     Delivery delivery) = 0;
 

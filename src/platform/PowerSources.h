@@ -7,14 +7,14 @@
 
 namespace quorlin {
 
-/// One battery. Capacities are in whatever unit the source uses, the same for both.
+/// One battery. Both capacities are in the same unit, which depends on the source.
 struct PowerSourceDescription {
   std::optional<std::int32_t> maximumCapacity;
   std::optional<std::int32_t> currentCapacity;
   std::optional<bool> isCharging;
 };
 
-/// Sources in a stable order; one without a description is there all the same.
+/// Sources in a stable order; one without a description is listed too.
 using PowerSourceList = std::vector<std::optional<PowerSourceDescription>>;
 
 class PowerSources {
@@ -26,7 +26,7 @@ class PowerSources {
 
   virtual ~PowerSources() = default;
 
-  /// The state of this moment, or nothing where the system keeps none.
+  /// The current state, or nothing if the system keeps none.
   virtual std::optional<PowerSourceList> copyPowerSources() = 0;
 
   /// Seconds, or one of the two constants.

@@ -19,7 +19,7 @@ using Data = std::vector<std::uint8_t>;
 using Date = std::chrono::sys_time<std::chrono::microseconds>;
 using Array = std::vector<PropertyList>;
 
-/// Entries in the order in which they were added. Whoever builds one adds each key once.
+/// Entries in the order in which they were added. Its builder adds each key once.
 using Dictionary = std::vector<std::pair<std::string, PropertyList>>;
 
 /// One immutable value. Arrays, dictionaries and data are shared between copies, so that the same

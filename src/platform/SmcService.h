@@ -44,7 +44,7 @@ static_assert(offsetof(SmcRecord, key) == 0 && offsetof(SmcRecord, keyInfo.dataS
               offsetof(SmcRecord, command) == 42 && offsetof(SmcRecord, bytes) == 48);
 
 inline constexpr const char* kSmcServiceClass = "AppleSMC";
-/// The method that exchanges records, and its two commands: the first tells a key's size and type, the
+/// The method that exchanges records, and its two commands: the first returns a key's size and type, the
 /// second, given that size, its bytes.
 inline constexpr std::uint32_t kSmcMethod = 2;
 inline constexpr std::uint8_t kSmcReadKeyInfo = 9;
@@ -64,7 +64,7 @@ class SmcConnection {
 
 struct SmcSearch {
   std::uint32_t result = 0;
-  /// The first one's name; empty when there is none.
+  /// The first one's name; empty if none was found.
   std::string service;
 };
 
@@ -80,7 +80,7 @@ class SmcService {
 
   virtual SmcSearch find(std::string_view serviceClass) = 0;
 
-  /// Opens what was found.
+  /// Opens the service that was found.
   virtual SmcOpening open(const std::string& service) = 0;
 };
 

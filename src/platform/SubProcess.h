@@ -1,4 +1,4 @@
-/// One program run as a child process, and what it wrote.
+/// One program run as a child process, and its output.
 #pragma once
 
 #include "platform/ByteBuffer.h"
@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -24,8 +25,8 @@ namespace quorlin {
 /// another instance's pipes when both start a child at the same moment: that one's output ends when both
 /// children have.
 ///
-/// The child keeps the ends that it writes to under numbers of their own beside 1 and 2. One that closes its
-/// output and lives on is therefore taken for silent, not for ended.
+/// The child keeps the ends that it writes to under further numbers besides 1 and 2. One that closes its
+/// output and lives on therefore counts as silent, not as ended.
 class SubProcess {
  public:
   /// Runs fork() or forkpty(), as usePseudoTerminal says. With debug output set runs nothing, adds that to
@@ -38,8 +39,8 @@ class SubProcess {
   bool fork(const std::string& path, const std::vector<std::string>& arguments);
 
   /// The same with the output on a pseudo-terminal; the error stream is the agent's own. The pseudo-terminal
-  /// is not the child's controlling terminal. Where what the child does with its descriptors cannot be
-  /// written down, the slave stays open.
+  /// is not the child's controlling terminal. If the child's descriptor actions cannot be recorded, the
+  /// slave stays open.
   bool forkpty(const std::string& path, const std::vector<std::string>& arguments);
 
   /// The child was silent for the time-out. It is not killed: nothing more is read, and the run goes on until
@@ -63,21 +64,38 @@ class SubProcess {
   bool usePseudoTerminal() const { return usePseudoTerminal_; }
   void setUsePseudoTerminal(bool use) { usePseudoTerminal_ = use; }
 
-  /// What to pretend that the child wrote; null for none.
-  PropertyList::SharedData debugStandardOutput() const { return debugStandardOutput_; }
-  void setDebugStandardOutput(PropertyList::SharedData data) { debugStandardOutput_ = std::move(data); }
-  PropertyList::SharedData debugStandardError() const { return debugStandardError_; }
-  void setDebugStandardError(PropertyList::SharedData data) { debugStandardError_ = std::move(data); }
+  /// Output to set instead of running a child; null for none.
+  PropertyList::SharedData debugStandardOutput() const { return debugStandardOutput_.get(); }
+  void setDebugStandardOutput(PropertyList::SharedData data) { debugStandardOutput_.set(std::move(data)); }
+  PropertyList::SharedData debugStandardError() const { return debugStandardError_.get(); }
+  void setDebugStandardError(PropertyList::SharedData data) { debugStandardError_.set(std::move(data)); }
 
  private:
+  /// What std::atomic<std::shared_ptr> would do, which libc++ lacks.
+  class AtomicData {
+   public:
+    PropertyList::SharedData get() const {
+      const std::scoped_lock lock(mutex_);
+      return data_;
+    }
+    void set(PropertyList::SharedData data) {
+      const std::scoped_lock lock(mutex_);
+      data_.swap(data);
+    }
+
+   private:
+    mutable std::mutex mutex_;
+    PropertyList::SharedData data_;
+  };
+
   std::atomic<bool> timedout_ = false;
   std::atomic<std::int32_t> timeout_ = 30;
   std::atomic<std::int32_t> result_ = 0;
   ByteBuffer standardOutput_;
   ByteBuffer standardError_;
   std::atomic<bool> usePseudoTerminal_ = false;
-  std::atomic<PropertyList::SharedData> debugStandardOutput_;
-  std::atomic<PropertyList::SharedData> debugStandardError_;
+  AtomicData debugStandardOutput_;
+  AtomicData debugStandardError_;
 };
 
 }  // namespace quorlin

@@ -1,4 +1,4 @@
-/// What machine and system the program runs on.
+/// The machine and the system that the program runs on.
 #pragma once
 
 #include <optional>
@@ -24,7 +24,7 @@ class System {
 
   virtual SystemVersion version() const = 0;
 
-  /// The computer's name as its owner wrote it, in UTF-8. Read anew at every call.
+  /// The computer's name as its owner wrote it, in UTF-8. Read again at every call.
   virtual std::optional<std::string> localizedHostName() const = 0;
 };
 

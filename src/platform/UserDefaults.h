@@ -9,8 +9,8 @@
 
 namespace quorlin {
 
-/// Reading never fails: a value that is absent or of no use reads as 0, false or nothing. A value set is
-/// read back for the rest of the run even where it could not be stored. Main thread only, but for
+/// Reading never fails: an absent or unusable value reads as 0, false or nothing. A value set is
+/// read back for the rest of the run even if it could not be stored. Main thread only, except for
 /// the setters, which a helper's reply may call on its own queue.
 class UserDefaults {
  public:

@@ -18,11 +18,11 @@ class Workspace {
  public:
   virtual ~Workspace() = default;
 
-  /// Those that this family of programs may have to do with, at the least; in no particular order.
+  /// At least the applications of this family, in no particular order.
   virtual std::vector<RunningApplication> runningApplications() const = 0;
 
-  /// Asks the application of that process to quit, or ends it. Whether the request was made; nothing where no
-  /// application of this session has that process.
+  /// Asks the application of that process to quit, or ends it. Returns whether the request was made; nothing
+  /// if no application of this session has that process.
   virtual std::optional<bool> terminateApplication(std::int32_t processId) = 0;
   virtual std::optional<bool> forceTerminateApplication(std::int32_t processId) = 0;
 

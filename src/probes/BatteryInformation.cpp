@@ -1,7 +1,7 @@
 #include "probes/BatteryInformation.h"
 
 #include "core/AppDelegate.h"
-#include "core/ChargeDecision.h"
+#include "helper/ChargePolicy.h"
 
 namespace quorlin {
 namespace {
@@ -9,7 +9,7 @@ namespace {
 std::int32_t percentOf(std::int32_t current, std::int32_t maximum) {
   if (maximum <= 0) return 0;
   const float percent = static_cast<float>(current) / static_cast<float>(maximum) * 100.0F;
-  // Compared before the conversion, which is undefined for what an integer cannot hold.
+  // Compared before the conversion, which is undefined for values that an integer cannot hold.
   return percent >= 1.0F && percent < 101.0F ? static_cast<std::int32_t>(percent) : 0;
 }
 
@@ -29,9 +29,11 @@ std::vector<std::int32_t> batteryInfo(const std::optional<PowerSourceList>& sour
   return {source.maximumCapacity ? kOnBattery : kNoBattery, percent};
 }
 
-std::vector<std::int32_t> AppDelegate::getBatteryInfo() {
-  const std::optional<PowerSourceList> sources = services_.powerSources.copyPowerSources();
-  return batteryInfo(sources, services_.powerSources.timeRemainingEstimate());
+std::vector<std::int32_t> batteryInfo(PowerSources& powerSources) {
+  const std::optional<PowerSourceList> sources = powerSources.copyPowerSources();
+  return batteryInfo(sources, powerSources.timeRemainingEstimate());
 }
+
+std::vector<std::int32_t> AppDelegate::getBatteryInfo() { return batteryInfo(services_.powerSources); }
 
 }  // namespace quorlin

@@ -14,4 +14,7 @@ namespace quorlin {
 std::vector<std::int32_t> batteryInfo(const std::optional<PowerSourceList>& sources,
                                       double timeRemainingEstimate);
 
+/// The same of this moment.
+std::vector<std::int32_t> batteryInfo(PowerSources& powerSources);
+
 }  // namespace quorlin

@@ -38,7 +38,7 @@ std::uint32_t smcCall(std::uint32_t method, const SmcRecord& input, SmcRecord& o
 /// The first result of a call that is not 0, else 0: also when the controller itself has refused.
 std::uint32_t smcReadKey(std::string_view key, SmcValue& value, SmcConnection& connection);
 
-/// The number in a value of the type "sp78" or "flt "; -1 for others and when there is none.
+/// The number in a value of the type "sp78" or "flt "; -1 for another type and for a missing value.
 double smcReadDouble(std::string_view key, SmcConnection& connection);
 
 /// Revolutions a minute; 0 when they cannot be read. Ends the process unless the fan is one of 0 to 9.
@@ -49,7 +49,8 @@ float smcReadFanSpeed(int fan, SmcConnection& connection);
 /// to 9.
 int smcReadFanName(int fan, std::span<char, 12> name, SmcConnection& connection);
 
-/// The value as smcBytesToUInt() reckons it with another base than 16: its last byte. 0 when there is none.
+/// The last byte of the value, as smcBytesToUInt() computes it for a base other than 16. 0 for a missing
+/// value.
 std::uint32_t smcReadUInt(std::string_view key, SmcConnection& connection);
 
 /// The sum of the first bytes, each shifted to its place, the most significant first. With base 16 they are

@@ -20,10 +20,11 @@ std::string processorNameFromProfile(const Data& profile) {
   const PropertyList* items = valueOf(dataTypes->front(), "_items");
   const Array* machines = items == nullptr ? nullptr : items->array();
   if (machines == nullptr || machines->size() != 1) return {};
-  const PropertyList* name = valueOf(machines->front(), "cpu_type");
-  if (name == nullptr) name = valueOf(machines->front(), "chip_type");
-  const std::string* text = name == nullptr ? nullptr : name->string();
-  return text == nullptr ? std::string() : *text;
+  for (const char* const key : {"cpu_type", "chip_type"}) {
+    const PropertyList* const name = valueOf(machines->front(), key);
+    if (name != nullptr && name->string() != nullptr) return *name->string();
+  }
+  return {};
 }
 
 void AppDelegate::askSytemInfo() {

@@ -1,4 +1,4 @@
-/// What can be read from the profile that system_profiler prints.
+/// Reads the profile that system_profiler prints.
 #pragma once
 
 #include "platform/PropertyList.h"
@@ -11,7 +11,7 @@ namespace quorlin {
 /// For the shell.
 inline constexpr std::string_view kHardwareProfileCommand = "system_profiler SPHardwareDataType -xml";
 
-/// The "cpu_type", else the "chip_type", of the one item of a hardware profile; empty where there is none.
+/// The "cpu_type", else the "chip_type", of the one item of a hardware profile; empty if it has neither.
 std::string processorNameFromProfile(const Data& profile);
 
 }  // namespace quorlin

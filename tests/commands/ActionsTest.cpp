@@ -12,7 +12,7 @@ std::string urlFor(const FakeMachine& machine, const std::string& order) {
   return "brellwick.QuorlinSensors.quorlinio://" + machine.delegate.getKey().value_or("any") + "/" + order;
 }
 
-TEST(Urls, AreTakenFromTheDayTheAgentRegistersForThem) {
+TEST(Urls, AreHandledOnceTheAgentHasRegisteredForThem) {
   FakeMachine machine;
   machine.delegate.applicationWillFinishLaunching();
   EXPECT_EQ(machine.workspace.urlHandler, "brellwick.QuorlinSensors.quorlinio brellwick.QuorlinSensors");
@@ -21,6 +21,10 @@ TEST(Urls, AreTakenFromTheDayTheAgentRegistersForThem) {
   machine.application.urlHandler(urlFor(machine, "terminateapp/41"));
   machine.application.urlHandler(urlFor(machine, "forceterminateapp/42"));
   machine.application.urlHandler("brellwick.QuorlinSensors.quorlinio://00000000/forceterminateapp/43");
+  for (const char* order :
+       {"terminateapp/0", "terminateapp", "TerminateApp/44", "terminateapp /45", "quit/1", "/"}) {
+    machine.application.urlHandler(urlFor(machine, order));
+  }
   EXPECT_THAT(machine.workspace.requests, ElementsAre("terminate 41", "force 42"));
 }
 

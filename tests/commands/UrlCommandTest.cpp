@@ -9,48 +9,21 @@ namespace {
 
 constexpr const char* kKey = "0123abcd";
 
-TEST(UrlCommand, IsReadFromTheTextOfAUrl) {
+TEST(UrlCommand, IsTheWordAndTheArgumentBehindTheKey) {
   const std::pair<const char*, std::optional<UrlCommand>> cases[] = {
-      {"/terminateapp/123", TerminateApp{123}},
-      {"/terminateapp/ \t\n\v\f\r+123abc", TerminateApp{123}},
-      {"/terminateapp/99999999999", TerminateApp{std::numeric_limits<std::int32_t>::max()}},
-      {"/terminateapp/-5", std::nullopt},
-      {"/terminateapp/0", std::nullopt},
-      {"/terminateapp/abc", std::nullopt},
-      {"/terminateapp/+-5", std::nullopt},
-      {"/terminateapp/--5", std::nullopt},
-      {"/terminateapp/", std::nullopt},
-      {"/terminateapp", std::nullopt},
-      {"/terminateapp/123/", std::nullopt},
-      {"/TerminateApp/123", std::nullopt},
-      {"/terminateapp /123", std::nullopt},
-      {"/forceterminateapp/7", ForceTerminateApp{7}},
-      {"/terminalcommand/ls%20-l", RunTerminal{"ls -l"}},
-      {"/terminalcommand/ls%20%2Ftmp", RunTerminal{"ls /tmp"}},
-      {"/terminalcommand/ls%20/tmp", std::nullopt},
-      {"/terminalcommand/%C3%A4%25", RunTerminal{"\xC3\xA4%"}},
-      {"/terminalcommand/a%00b", std::nullopt},
-      {"/terminalcommand/a%2", std::nullopt},
-      {"/terminalcommand/a%zz", std::nullopt},
-      {"/terminalcommand/%ff", std::nullopt},
-      {"/terminalcommand/", std::nullopt},
-      {"/runworkflow/%2Fhome%2Fme%2Fwork.desktop", RunWorkflow{"/home/me/work.desktop"}},
-      {"/runworkflow/", std::nullopt},
-      {"/batterylimit/80", SetBatteryLimit{80}},
-      {"/batterylimit/-1", SetBatteryLimit{-1}},
-      {"/batterylimit/80%", SetBatteryLimit{80}},
-      {"/batterylimit/none", SetBatteryLimit{0}},
-      {"/batterylimit/+-5", SetBatteryLimit{0}},
-      {"/batterylimit/99999999999999999999", SetBatteryLimit{std::numeric_limits<std::int64_t>::max()}},
-      {"/batterylimit/-99999999999999999999", SetBatteryLimit{std::numeric_limits<std::int64_t>::min()}},
-      {"/batterylimit/-9223372036854775808", SetBatteryLimit{std::numeric_limits<std::int64_t>::min()}},
-      {"/batterylimit/", std::nullopt},
-      {"/quit/1", std::nullopt},
-      {"//", std::nullopt},
+      {"/word/argument", UrlCommand{"word", "argument"}},
+      {"/terminalcommand/ls%20%2Ftmp", UrlCommand{"terminalcommand", "ls%20%2Ftmp"}},
+      {"/word/ls%20/tmp", UrlCommand{"word", ""}},
+      {"/word/123/", UrlCommand{"word", ""}},
+      {"/word/", UrlCommand{"word", ""}},
+      {"/word", UrlCommand{"word", ""}},
+      {"//", UrlCommand{"", ""}},
+      {"/", UrlCommand{"", ""}},
       {"", std::nullopt},
   };
   for (const auto& [afterTheKey, command] : cases) {
-    EXPECT_EQ(urlCommand(std::string("scheme://") + kKey + afterTheKey, kKey), command) << afterTheKey;
+    const std::string url = std::string("scheme://") + kKey + afterTheKey;
+    EXPECT_EQ(urlCommand(url, kKey), command) << afterTheKey;
   }
 }
 
@@ -68,12 +41,44 @@ TEST(UrlCommand, NeedsTheKeyInItsPlaceUnlessThereIsNone) {
     EXPECT_TRUE(urlCommand(url, std::nullopt).has_value()) << url;
 }
 
-TEST(UrlCommand, OfAMegabyteIsReadOrRefusedAsAnyOther) {
-  const std::string start = std::string("scheme://") + kKey + "/terminalcommand/";
+TEST(UrlCommand, OfAMegabyteIsReadAsAnyOther) {
+  const std::string start = std::string("scheme://") + kKey + "/word/";
   const std::string text(1'000'000, 'x');
-  EXPECT_EQ(urlCommand(start + text, kKey), UrlCommand(RunTerminal{text}));
-  EXPECT_EQ(urlCommand(start + std::string(1'000'000, '/'), kKey), std::nullopt);
-  EXPECT_EQ(urlCommand(start + std::string(1'000'000, '%'), kKey), std::nullopt);
+  const std::string url = start + text;
+  EXPECT_EQ(urlCommand(url, kKey), (UrlCommand{"word", text}));
+  EXPECT_EQ(textArgument(text), text);
+  const std::string slashes = start + std::string(1'000'000, '/');
+  EXPECT_EQ(urlCommand(slashes, kKey), (UrlCommand{"word", ""}));
+  EXPECT_EQ(textArgument(std::string(1'000'000, '%')), std::nullopt);
+}
+
+TEST(AnArgument, IsReadInTheFormThatItsCommandTakes) {
+  using Process = std::numeric_limits<std::int32_t>;
+  using Number = std::numeric_limits<std::int64_t>;
+  const std::tuple<const char*, std::optional<std::int32_t>, std::optional<std::int64_t>> numbers[] = {
+      {"123", 123, 123},
+      {" \t\n\v\f\r+123abc", 123, 123},
+      {"80%", 80, 80},
+      {"99999999999", Process::max(), 99999999999},
+      {"99999999999999999999", Process::max(), Number::max()},
+      {"-99999999999999999999", std::nullopt, Number::min()},
+      {"-9223372036854775808", std::nullopt, Number::min()},
+      {"-5", std::nullopt, -5},
+      {"0", std::nullopt, 0},
+      {"abc", std::nullopt, 0},
+      {"+-5", std::nullopt, 0},
+      {"--5", std::nullopt, 0},
+      {"", std::nullopt, std::nullopt},
+  };
+  for (const auto& [argument, process, number] : numbers) {
+    EXPECT_EQ(processIdArgument(argument), process) << argument;
+    EXPECT_EQ(numberArgument(argument), number) << argument;
+  }
+  const std::pair<const char*, std::optional<std::string>> texts[] = {
+      {"ls%20-l", "ls -l"},  {"ls%20%2Ftmp", "ls /tmp"}, {"%C3%A4%25", "\xC3\xA4%"}, {"a%00b", std::nullopt},
+      {"a%2", std::nullopt}, {"a%zz", std::nullopt},     {"%ff", std::nullopt},      {"", std::nullopt},
+  };
+  for (const auto& [argument, text] : texts) EXPECT_EQ(textArgument(argument), text) << argument;
 }
 
 }  // namespace

@@ -44,15 +44,31 @@ TEST(Launch, IsSilentByArgumentOrByTheLauncherAndElseOpensTheWindow) {
   }
 }
 
-TEST(Launch, SilentWithEverythingOffAsksToTerminateAndOnlyThen) {
-  for (const auto& [silent, plugin, core, requests] :
-       {std::tuple(true, 0, 0, 1), {true, 1, 0, 0}, {true, 0, 1, 0}, {false, 0, 0, 0}}) {
+TEST(Launch, EndsWithEverythingOffAndNoWindowToSwitchItOn) {
+  for (const auto& [silent, hasWindow, plugin, core, ends] : {std::tuple(true, true, 0, 0, true),
+                                                              {true, true, 1, 0, false},
+                                                              {true, true, 0, 1, false},
+                                                              {false, true, 0, 0, false},
+                                                              {false, false, 0, 0, true},
+                                                              {false, false, 1, 0, false}}) {
     FakeMachine machine;
     if (!silent) machine.application.given.pop_back();
+    machine.hasWindow = hasWindow;
     machine.defaults.integers = {{"autostart", plugin}, {"coreAutostart", core}};
+    machine.defaults.dates.clear();
     machine.delegate.applicationDidFinishLaunching();
-    EXPECT_EQ(machine.application.terminateRequests, requests);
+    EXPECT_EQ(machine.application.terminateRequests, ends ? 1 : 0);
+    EXPECT_EQ(machine.updateChecks.empty(), ends) << "one that ends looks for updates";
+    EXPECT_THAT(machine.log.lines,
+                Contains(testing::StartsWith("The agent ends because")).Times(ends ? 1 : 0));
   }
+}
+
+TEST(Launch, ComesToTheForegroundBeforeItsWindowIsMade) {
+  FakeMachine machine;
+  machine.application.given.pop_back();
+  machine.delegate.applicationDidFinishLaunching();
+  EXPECT_TRUE(machine.window.wasForeground);
 }
 
 TEST(Launch, SamplesAtOnceAndThenEveryThreeSeconds) {
@@ -123,26 +139,6 @@ TEST(Launch, WithoutPowerWorkTheHelperIsLeftAlone) {
     machine.delegate.applicationDidFinishLaunching();
     EXPECT_EQ(machine.helper.connections, 0);
   }
-}
-
-TEST(Helper, ConnectionIsMadeOnFirstUseKeptAndMadeAnewAfterInvalidation) {
-  FakeMachine machine;
-  machine.launchAndForget();
-  machine.delegate.getHelperVersion([](const auto&) {});
-  machine.delegate.limitCharge([](const auto&) {}, true);
-  EXPECT_EQ(machine.helper.connections, 1);
-  machine.helper.invalidate();
-  machine.runLoop.runQueue();
-  EXPECT_THAT(machine.log.lines, ElementsAre("connection invalidated"));
-  machine.delegate.getHelperVersion([](const auto&) {});
-  EXPECT_EQ(machine.helper.connections, 2);
-}
-
-TEST(HelperDeathTest, IsCalledOnTheMainThreadOnly) {
-  testing::GTEST_FLAG(death_test_style) = "threadsafe";
-  FakeMachine machine;
-  machine.runLoop.onMainThread = false;
-  EXPECT_DEATH(machine.delegate.getHelperVersion([](const auto&) {}), "\\[NSThread isMainThread\\]");
 }
 
 }  // namespace

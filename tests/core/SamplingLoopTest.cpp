@@ -1,5 +1,4 @@
 #include "fakes/FakeMachine.h"
-#include "platform/KeyedArchiver.h"
 
 #include <gmock/gmock.h>
 
@@ -79,52 +78,12 @@ TEST_F(SamplingLoop, SamplesForTheConsumersThatRunAndWantThemAfterTheHeartbeat) 
   }
 }
 
-TEST_F(SamplingLoop, SamplesHoldTheEnginesValuesReadInOrder) {
-  machine.center.receive("QuorlinActive");
-  const std::vector<Posted>& posted = tick({kMainApp});
-  EXPECT_THAT(machine.engine.calls,
-              ElementsAre("getSensorsInfo", "populate", "activities", "temperature", "temperatureData",
-                          "fans", "fansData", "read", "write", "temperatureMini", "temperatureMiniData",
-                          "fans", "fansData", "read", "write"));
-  const PropertyList readActivity = archivedDataWithRootObject(Array{2.0});
-  const PropertyList writeActivity = archivedDataWithRootObject(Array{1.0});
-  Dictionary expected = {
-      {"sensors", "temperature"},  {"sensorsData", "temperatureData"}, {"fans", "fans"},
-      {"fansData", "fansData"},    {"readDiskIOData", readActivity},   {"writeDiskIOData", writeActivity},
-      {"readDiskIOBytes", "read"}, {"writeDiskIOBytes", "write"},      {"version", 12}};
-  EXPECT_EQ(posted[3].userInfo, expected);
-  expected[0].second = "temperatureMini";
-  expected[1].second = "temperatureMiniData";
-  EXPECT_EQ(posted[4].userInfo, expected);
-  EXPECT_EQ(posted[4].object, "QuorlinSensorsAgent");
-  EXPECT_EQ(posted[4].delivery, Delivery::Immediate);
-}
-
-TEST_F(SamplingLoop, AMissingValueEndsTheSampleBeforeIt) {
-  for (const auto& [missing, full, reduced] :
-       {std::tuple("temperature", 0U, 9U), {"temperatureMiniData", 9, 1}, {"fans", 2, 2}, {"write", 7, 7}}) {
-    machine.engine.missing = missing;
-    const std::vector<Posted>& posted = tick({kWidget});
-    EXPECT_EQ(posted[3].userInfo.size(), full) << missing;
-    EXPECT_EQ(posted[4].userInfo.size(), reduced) << missing;
-  }
-}
-
-TEST_F(SamplingLoop, ActivitiesOtherThanTwoAreArchivedAsEmpty) {
-  for (const std::size_t count : {0U, 1U, 3U}) {
-    machine.engine.activities = Array(count, PropertyList(Array{1.0}));
-    const Dictionary& sample = tick({kWidget})[3].userInfo;
-    for (const char* key : {"readDiskIOData", "writeDiskIOData"})
-      EXPECT_EQ(*find(sample, key), PropertyList(archivedDataWithRootObject(Array{})));
-  }
-}
-
 /// A machine that holds its charge at a limit, with the core (else the sensors) alone on and the main
 /// application running.
 struct Laptop : FakeMachine {
-  explicit Laptop(std::int64_t limit = 80, bool holding = false, bool core = true, bool battery = true) {
-    defaults.integers = {{core ? "coreAutostart" : "autostart", 1}, {"batterylimit", limit}};
-    if (battery) power.setBattery(50, true, true);
+  explicit Laptop(bool holding = false, bool core = true) {
+    defaults.integers = {{core ? "coreAutostart" : "autostart", 1}, {"batterylimit", 80}};
+    power.setBattery(50, true, true);
     launchAndForget();
     delegate.setPowerLimitEnabled(holding);
     processes.processes = {kMainApp};
@@ -167,59 +126,28 @@ TEST(PowerWork, MetricsAreFetchedEverySecondTickAndPublished) {
   EXPECT_THAT(machine.center.posted, IsEmpty());
 }
 
-TEST(PowerWork, AStoredLimitBelowOneMeansAHundred) {
-  for (const auto& [stored, limit] : {std::pair(0, 100), {-3, 100}, {1, 1}, {100, 100}}) {
-    Laptop machine(stored);
-    machine.tick();
-    machine.helper.answerAll("metrics");
-    EXPECT_EQ(*find(machine.center.posted.front().userInfo, "batteryLimit"), PropertyList(limit));
-  }
-}
-
-TEST(PowerWork, HoldsAtTheLimitAndReleasesBelowItWhateverTheHelperAnswers) {
+TEST(PowerWork, HoldsForConsumersAndReleasesWithoutThem) {
   Laptop machine;
   machine.power.setBattery(80, true, true);
   EXPECT_THAT(machine.tick(), ElementsAre("hold"));
   EXPECT_THAT(machine.helper.texts().back(), testing::StartsWith("metrics"));
-  EXPECT_FALSE(machine.delegate.powerLimitEnabled()) << "noted before the helper has answered";
-  machine.helper.answerAll(std::nullopt);
-  EXPECT_TRUE(machine.delegate.powerLimitEnabled());
-  EXPECT_TRUE(machine.defaults.boolean("powerLimitEnabled"));
-  EXPECT_THAT(machine.log.lines, ElementsAre("(null)"));
-
-  machine.tick();
-  machine.power.setBattery(79, true, false);
-  EXPECT_THAT(machine.tick(), ElementsAre("release"));
-  machine.helper.answerAll("ok");
-  EXPECT_FALSE(machine.defaults.boolean("powerLimitEnabled"));
-}
-
-TEST(PowerWork, WithoutConsumersAHoldIsReleasedAndTheReplyLogged) {
-  Laptop machine(80, true);
+  machine.helper.answerAll("held");
   machine.processes.processes.clear();
   EXPECT_THAT(machine.tick(), ElementsAre("release"));
-  EXPECT_TRUE(machine.delegate.powerLimitEnabled()) << "noted before the helper has answered";
-  machine.helper.answerAll("resumed");
-  EXPECT_THAT(machine.log.lines, ElementsAre("resumed"));
+  machine.helper.answerAll("released");
   EXPECT_THAT(machine.tick(), IsEmpty());
 }
 
 TEST(PowerWork, IsNotDoneOnAnOlderSystemOrWithoutTheCore) {
   for (const std::string_view lacking : {"version", "processor", "core"}) {
     SCOPED_TRACE(lacking);
-    Laptop machine(80, true, lacking != "core");
+    Laptop machine(true, lacking != "core");
     if (lacking == "version") machine.system.systemVersion = {.major = 12, .minor = 7};
     machine.system.powerWork = lacking != "processor";
     EXPECT_THAT(machine.tick(), IsEmpty());
     machine.processes.processes.clear();
     EXPECT_THAT(machine.tick(), IsEmpty());
   }
-}
-
-TEST(PowerWork, AMachineWithoutABatteryIsNotAskedAgain) {
-  Laptop machine(80, false, true, false);
-  machine.power.setBattery(90, true, true);
-  EXPECT_THAT(machine.tick(), IsEmpty());
 }
 
 }  // namespace

@@ -4,8 +4,13 @@
 
 #include "core/AppDelegate.h"
 #include "fakes/FakeHelper.h"
+#include "fakes/FakeLog.h"
+#include "fakes/FakeNotificationCenter.h"
+#include "fakes/FakePowerSources.h"
+#include "fakes/FakeRunLoop.h"
+#include "fakes/FakeSensorsEngine.h"
+#include "fakes/FakeUserDefaults.h"
 
-#include <deque>
 #include <map>
 #include <memory>
 #include <string>
@@ -13,13 +18,6 @@
 #include <vector>
 
 namespace quorlin {
-
-struct Posted {
-  std::string name;
-  std::optional<std::string> object;
-  Dictionary userInfo;
-  Delivery delivery;
-};
 
 class FakeApplication final : public Application {
  public:
@@ -34,86 +32,6 @@ class FakeApplication final : public Application {
   void setUrlHandler(UrlHandler handler) override { urlHandler = std::move(handler); }
   void transformToForeground() override { foreground = true; }
   void activateIgnoringOtherApplications() override {}
-};
-
-class FakeRunLoop final : public RunLoop {
- public:
-  std::chrono::milliseconds interval{0};
-  std::function<void()> fireTimer;
-  bool onMainThread = true;
-
-  std::unique_ptr<Timer> scheduleTimer(std::chrono::milliseconds every,
-                                       std::function<void()> action) override {
-    interval = every;
-    fireTimer = std::move(action);
-    return std::make_unique<Timer>();
-  }
-  void performOnMainThread(std::function<void()> action) override { queue_.push_back(std::move(action)); }
-  bool isMainThread() const override { return onMainThread; }
-
-  void runQueue() {
-    while (!queue_.empty()) {
-      const auto action = std::move(queue_.front());
-      queue_.pop_front();
-      action();
-    }
-  }
-
- private:
-  std::deque<std::function<void()>> queue_;
-};
-
-class FakeUserDefaults final : public UserDefaults {
- public:
-  std::map<std::string, std::int64_t, std::less<>> integers;
-  std::map<std::string, bool, std::less<>> booleans;
-  std::map<std::string, Date, std::less<>> dates;
-
-  std::int64_t integer(std::string_view key) const override {
-    const auto found = integers.find(key);
-    return found == integers.end() ? 0 : found->second;
-  }
-  bool boolean(std::string_view key) const override {
-    const auto found = booleans.find(key);
-    return found != booleans.end() && found->second;
-  }
-  std::optional<Date> date(std::string_view key) const override {
-    const auto found = dates.find(key);
-    return found == dates.end() ? std::nullopt : std::optional(found->second);
-  }
-  void setInteger(std::string_view key, std::int64_t value) override { integers[std::string(key)] = value; }
-  std::function<void()> onSetBoolean = [] {};
-  void setBoolean(std::string_view key, bool value) override {
-    booleans[std::string(key)] = value;
-    onSetBoolean();
-  }
-  void setDate(std::string_view key, Date value) override { dates[std::string(key)] = value; }
-  void remove(std::string_view key) override { integers.erase(std::string(key)); }
-  void synchronize() override {}
-};
-
-class FakeNotificationCenter final : public NotificationCenter {
- public:
-  std::vector<Posted> posted;
-  std::map<std::string, Handler, std::less<>> observers;
-
-  void post(std::string_view name, std::optional<std::string_view> object, const Dictionary& userInfo,
-            Delivery delivery) override {
-    posted.push_back(
-        {std::string(name), object ? std::optional<std::string>(*object) : std::nullopt, userInfo, delivery});
-  }
-  std::unique_ptr<Observation> addObserver(std::string_view name, Handler handler) override {
-    observers[std::string(name)] = std::move(handler);
-    return std::make_unique<Observation>();
-  }
-
-  void receive(const std::string& name) const { observers.at(name)({name, std::nullopt, {}}); }
-
-  std::vector<std::string> names() const {
-    std::vector<std::string> names;
-    for (const Posted& notification : posted) names.push_back(notification.name);
-    return names;
-  }
 };
 
 class FakeWorkspace final : public Workspace {
@@ -194,30 +112,10 @@ class FakeWorkflowEngine final : public WorkflowEngine {
   void runWorkflow(const std::string& path) override { run.push_back(path); }
 };
 
-class FakePowerSources final : public PowerSources {
- public:
-  std::optional<PowerSourceList> sources;
-  double estimate = kTimeRemainingUnknown;
-
-  std::optional<PowerSourceList> copyPowerSources() override { return sources; }
-  double timeRemainingEstimate() override { return estimate; }
-
-  void setBattery(std::int32_t percent, bool onExternalPower, bool charging) {
-    sources = PowerSourceList{PowerSourceDescription{100, percent, charging}};
-    estimate = onExternalPower ? kTimeRemainingUnlimited : kTimeRemainingUnknown;
-  }
-};
-
 class FakeClock final : public Clock {
  public:
   Date time{std::chrono::seconds(1'700'000'000)};
   Date now() const override { return time; }
-};
-
-class FakeLog final : public Log {
- public:
-  std::vector<std::string> lines;
-  void line(std::string_view text) override { lines.emplace_back(text); }
 };
 
 class FakeUpdater final : public Updater {
@@ -230,56 +128,9 @@ class FakeUpdater final : public Updater {
   std::vector<std::string>& checks_;
 };
 
-/// An engine whose values are their own names; what it is asked is written down in order.
-struct FakeEngine {
-  std::vector<std::string> calls;
-  std::string missing;  // the accessor that has no value
-  Array activities = {Array{1.0}, Array{2.0}};
-
-  SensorsEngineFactory factory() {
-    return {[this] { return std::make_unique<Engine>(*this); },
-            [this] { return std::make_unique<Holder>(*this); }};
-  }
-
- private:
-  struct Engine final : QuorlinSensorsEngine {
-    explicit Engine(FakeEngine& given) : fake(given) {}
-    std::unique_ptr<SensorsReading> getSensorsInfo(StatisticsData& /*fresh*/) override {
-      fake.calls.emplace_back("getSensorsInfo");
-      return std::make_unique<SensorsReading>();
-    }
-    FakeEngine& fake;
-  };
-
-  struct Holder final : StatisticsData {
-    explicit Holder(FakeEngine& given) : fake(given) {}
-    std::optional<PropertyList> answer(const char* name) const {
-      fake.calls.emplace_back(name);
-      return fake.missing == name ? std::nullopt : std::optional<PropertyList>(name);
-    }
-    void populateStatisticsDataFrom(const SensorsReading& /*reading*/) override {
-      fake.calls.emplace_back("populate");
-    }
-    std::optional<PropertyList> sensors_temperature() const override { return answer("temperature"); }
-    std::optional<PropertyList> sensors_temperatureData() const override { return answer("temperatureData"); }
-    std::optional<PropertyList> sensors_temperatureMini() const override { return answer("temperatureMini"); }
-    std::optional<PropertyList> sensors_temperatureMiniData() const override {
-      return answer("temperatureMiniData");
-    }
-    std::optional<PropertyList> sensors_fans() const override { return answer("fans"); }
-    std::optional<PropertyList> sensors_fansData() const override { return answer("fansData"); }
-    Array diskIO_activities() const override {
-      fake.calls.emplace_back("activities");
-      return fake.activities;
-    }
-    std::optional<PropertyList> diskIO_read() const override { return answer("read"); }
-    std::optional<PropertyList> diskIO_write() const override { return answer("write"); }
-    FakeEngine& fake;
-  };
-};
-
 struct FakeWindowState {
   int made = 0;
+  bool wasForeground = false;  // when it was made
   bool coreSwitchUnchecked = false;
 };
 
@@ -362,6 +213,7 @@ struct FakeMachine {
                   return std::make_unique<FakeUpdater>(updateChecks);
                 },
             .makeConfigurationWindow = [this]() -> std::unique_ptr<ConfigurationWindow> {
+              window.wasForeground = application.foreground;
               if (!hasWindow) return nullptr;
               return std::make_unique<FakeWindow>(window);
             }};

@@ -1,7 +1,7 @@
 /// A session bus of the test's own.
 #pragma once
 
-#include "platform/linux/Spawn.h"
+#include "platform/linux/processes/Spawn.h"
 
 #include <array>
 #include <chrono>
@@ -24,8 +24,9 @@ class PrivateBus {
   PrivateBus() {
     std::array<int, 2> ends{};
     if (pipe(ends.data()) != 0) throw std::runtime_error("no pipe");
-    daemon_ =
+    auto started =
         spawn("dbus-daemon", {"--session", "--nofork", "--print-address"}, {.output = ends[1], .folder = {}});
+    if (started) daemon_ = *started;
     close(ends[1]);
     std::string address;
     for (char byte = 0; read(ends[0], &byte, 1) == 1 && byte != '\n';) address += byte;

@@ -1,7 +1,7 @@
 /// Any texts as parameters: a request within its bounds, or a short sentence.
 #include "Require.h"
-#include "core-helper/MetricsRequest.h"
 #include "platform/Utf8.h"
+#include "programs/core-helper/metrics/MetricsRequest.h"
 
 #include <cstdint>
 #include <vector>
@@ -16,14 +16,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       parameters.back() += static_cast<char>(data[i]);
     }
   }
-  const auto parsed = parseMetricsParameters(parameters);
-  if (const auto* request = std::get_if<MetricsRequest>(&parsed)) {
+  const Result<MetricsRequest> request = parseMetricsParameters(parameters);
+  if (request) {
     require(parameters.size() == 4);
     require(request->interval.count() >= 500 && request->interval.count() <= 10000);
     require(request->processorPower || request->graphicsPower || request->neuralEnginePower ||
             request->thermal);
   } else {
-    const auto& reason = std::get<std::string>(parsed);
+    const std::string reason = request.error().text();
     require(!reason.empty() && reason.size() < 200 && isUtf8(reason));
   }
   return 0;

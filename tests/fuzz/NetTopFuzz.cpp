@@ -12,7 +12,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   for (const std::string& line : lines) {
     total += line.size();
     require(isUtf8(line) && line.find('\n') == std::string::npos);
-    // What was trimmed stays as it is.
+    // Trimming twice changes nothing more.
     require(formatLines(Data(line.begin(), line.end())) == std::vector{line});
     const std::optional<Dictionary> record = parseNetTop(line);
     require(!line.starts_with("time ") || !record);

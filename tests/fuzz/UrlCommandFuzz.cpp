@@ -1,4 +1,4 @@
-/// Any text as a URL: what comes out is an order that could have been meant, or nothing.
+/// Any text as a URL: what comes out is a command that could have been meant, or nothing.
 #include "Require.h"
 #include "commands/PercentEncoding.h"
 #include "commands/UrlCommand.h"
@@ -12,18 +12,15 @@ using namespace quorlin;
 
 constexpr const char* kKey = "0123abcd";
 
-void requireText(const std::string& text) {
-  require(!text.empty() && text.find('\0') == std::string::npos && isUtf8(text));
-  require(percentDecoded(percentEncoded(text)) == text);
+void requireArguments(std::string_view argument) {
+  require(argument.find('/') == std::string_view::npos);
+  if (const auto processId = processIdArgument(argument)) require(*processId > 0);
+  require(numberArgument(argument).has_value() != argument.empty());
+  const auto text = textArgument(argument);
+  if (!text) return;
+  require(!text->empty() && text->find('\0') == std::string::npos && isUtf8(*text));
+  require(percentDecoded(percentEncoded(*text)) == text);
 }
-
-struct Requirements {
-  void operator()(const TerminateApp& order) const { require(order.processId > 0); }
-  void operator()(const ForceTerminateApp& order) const { require(order.processId > 0); }
-  void operator()(const RunTerminal& order) const { requireText(order.command); }
-  void operator()(const RunWorkflow& order) const { requireText(order.path); }
-  void operator()(const SetBatteryLimit& /*order*/) const {}
-};
 
 }  // namespace
 
@@ -32,8 +29,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const auto raw = urlCommand(text, kKey);
   require(!raw || text.find(std::string("/") + kKey + "/") != std::string::npos);
   // The same behind a key, so that most inputs get past it.
-  const auto command = urlCommand(std::string("s://") + kKey + "/" + text, kKey);
-  if (command) std::visit(Requirements{}, *command);
+  const std::string url = std::string("s://") + kKey + "/" + text;
+  if (const auto command = urlCommand(url, kKey)) requireArguments(command->argument);
   require(!urlCommand("s://0123abce/" + text, kKey));
   return 0;
 }

@@ -107,7 +107,7 @@ def shared(namespace):
     return f"assert os.readlink({path!r}) == {os.readlink(path)!r}"
 
 
-# What a line of the unit takes away: the program passes without the line alone.
+# Rights that a line of the unit takes away: the program passes only without that line.
 TAKEN = [
     ("ProtectHome=", seen("/home")),
     ("PrivateTmp=", seen("/tmp")),
@@ -124,7 +124,7 @@ TAKEN += [
     ("ProcSubset=", "open('/proc/cpuinfo')"),
     ("CapabilityBoundingSet=", "assert 'CapEff:\\t0000000000000000' not in open('/proc/self/status').read()"),
 ] * IS_ROOT
-# What it leaves, and what nothing gives back.
+# Rights that the unit leaves, and rights that no line gives back.
 LEFT = [
     ("open('/sys/devices/x', 'w')", True),
     ("open('/var/lib/quorlin-core-helper/held', 'w')", True),

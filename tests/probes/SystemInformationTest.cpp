@@ -26,6 +26,7 @@ TEST(ProcessorName, IsThatOfTheOneItem) {
   const std::pair<Data, std::string> cases[] = {
       {profileOf(items("<dict>" + cpu + "</dict>")), " Quad-Core  <i7> "},
       {profileOf(items("<dict>" + chip + "</dict>")), "Exemplar M1"},
+      {profileOf(items("<dict><key>cpu_type</key><integer>7</integer>" + chip + "</dict>")), "Exemplar M1"},
       {profileOf(items("<dict>" + chip + cpu + "</dict>")), " Quad-Core  <i7> "},
       {profileOf(items("<dict>" + cpu + "</dict><dict>" + chip + "</dict>")), ""},
       {profileOf(items("<dict>" + item("machine_model", "Exemplar1,1") + "</dict>")), ""},

@@ -34,9 +34,16 @@ def test_a_silent_start_with_everything_off_tells_the_launcher_and_leaves(sessio
     agent = session.start("-silent")
     assert agent.wait(PATIENCE) == 0
     consumer.has_owner(AGENT)  # whatever was posted before has been delivered with the answer
-    wait_until(lambda: consumer.heard, "the launcher is told")
+    wait_until(lambda: consumer.heard, "the launcher hears of it")
     assert consumer.heard == [("QRNSENSTERMINATEHELPER", AGENT, {})]
     assert session.stored()["terminatedPeacefully"] == "1"
+
+
+def test_an_interactive_start_with_everything_off_says_why_it_ends(session):
+    session.configure(autostart=0)
+    assert session.start().wait(PATIENCE) == 0
+    assert session.logged("quorlin-sensors: The agent ends because its settings switch everything off.")
+    assert "lastUpdateCheck" not in session.stored()
 
 
 def test_a_running_launcher_makes_the_start_silent(session):
@@ -120,7 +127,7 @@ def test_a_consumer_without_a_name_on_the_bus_is_found_by_its_process(session):
 def test_a_second_agent_hands_over_and_leaves(session):
     agent, consumer = session.start_and_greet("-silent")
     second = session.run("quorlin-sensors", "-silent")
-    assert (second.returncode, second.stderr) == (0, "quorlin-sensors: the agent is running already; it was told\n")
+    assert (second.returncode, second.stderr) == (0, "quorlin-sensors: The agent is already running; it received the request.\n")
     consumer.wait_for("QuorlinSensorsActiveM")  # by then the first would have acted
     assert not session.logged("configuration window")
 
@@ -152,8 +159,8 @@ def test_settings_survive_runs_and_a_peaceful_end_is_noted(session):
     terminate(agent)
 
 
-@pytest.mark.parametrize("address, message", [("unix:path=/nonexistent", "connect to the session bus: "),
-                                              (None, "there is no session bus: ")])
+@pytest.mark.parametrize("address, message", [("unix:path=/nonexistent", "Cannot connect to the session bus: "),
+                                              (None, "There is no session bus: ")])
 def test_without_a_bus_the_agent_says_so(session, address, message):
     session.environment["DBUS_SESSION_BUS_ADDRESS"] = address
     session.environment = {key: value for key, value in session.environment.items() if value}
@@ -162,7 +169,7 @@ def test_without_a_bus_the_agent_says_so(session, address, message):
     assert ended.stderr.startswith("quorlin-sensors: " + message)
 
 
-def test_a_log_that_nobody_reads_does_not_end_the_agent(session):
+def test_an_unread_log_does_not_end_the_agent(session):
     agent = subprocess.Popen([PROGRAMS / "quorlin-sensors", "-silent"], env=session.environment,
                              stderr=subprocess.PIPE)
     session.children.append(agent)

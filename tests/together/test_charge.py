@@ -37,7 +37,7 @@ def start_and_hold(laptop, system_bus):
                                  "sees a charge below the limit"])
 def test_the_charge_is_held_at_the_limit_and_let_go_when_the_agent(laptop, system_bus, end):
     agent, consumer, before = start_and_hold(laptop, system_bus)
-    assert laptop.logged(f"BAT0: charging is held at {LIMIT + 1} %")
+    wait_until(lambda: laptop.logged(f"BAT0: the charge is held at {LIMIT + 1} %"), "the helper's answer in the log")
     if end == "quits":
         agent.send_signal(signal.SIGTERM)
         assert agent.wait(PATIENCE) == 0

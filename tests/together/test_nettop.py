@@ -54,10 +54,10 @@ def test_refuses_other_arguments(arguments):
     assert run([NETTOP, "--help"]).stdout == refused.stderr.partition(b"\n\n")[2]
 
 
-def test_says_when_nobody_can_read_its_list(network):
+def test_reports_that_its_output_cannot_be_written(network):
     with open("/dev/full", "wb") as full:
         ended = run(network.inside(NETTOP, *ARGUMENTS), stdout=full)
-    assert (ended.returncode, ended.stderr) == (74, b"nettop: the output cannot be written: No space left on device\n")
+    assert (ended.returncode, ended.stderr) == (74, b"nettop: cannot write the output: No space left on device\n")
     read, write = os.pipe()
     os.close(read)
     assert run(network.inside(NETTOP, *ARGUMENTS), stdout=write).returncode == -signal.SIGPIPE

@@ -27,13 +27,13 @@ def network(session):
 
 
 def test_the_agent_tells_once_what_each_application_received_and_sent(session, network):
-    answer = json.loads(session.run("quorlinctl", "net", "--json").stdout)
+    answer = json.loads(session.run("quorlinctl", "net", "--json", "--timeout", str(PATIENCE)).stdout)
     assert (answer["name"], answer["object"]) == ("QuorlinSensorsNetDataW", "QuorlinSensorsAgent")
     expected = [{"pid": int(network.ids[role]), "bytesIn": received, "bytesOut": sent}
                 for role, (received, sent) in traffic().items()]
     assert answer["userInfo"] == {"netapps": sorted(expected, key=lambda record: record["pid"]), "version": 12}
 
-    lines = session.run("quorlinctl", "net").stdout.splitlines()
+    lines = session.run("quorlinctl", "net", "--timeout", str(PATIENCE)).stdout.splitlines()
     assert [line.split() for line in lines] == [
         ["Application", "Process", "Received", "Sent"],
         ["Soc", "ket.1\N{REPLACEMENT CHARACTER}", network.ids["client"], "70", "B", "11", "B"],
@@ -44,13 +44,14 @@ def test_what_is_installed_finds_what_belongs_to_it(session, tmp_path):
     subprocess.run(["cmake", "--install", PROGRAMS.parents[1], "--prefix", tmp_path / "prefix"], check=True,
                    stdout=subprocess.DEVNULL)
     session.environment.pop("QUORLIN_PROCFS_ROOT")
-    doctor = session.run(tmp_path / "prefix/bin/quorlinctl", "doctor", "--json")
-    checks = {check["subject"]: check["state"] for check in json.loads(doctor.stdout)["checks"]}
-    assert (checks["processor"], checks["network applications"]) == ("ok", "ok")
-    (tmp_path / "prefix/libexec/quorlin-sensors/nettop").unlink()
-    doctor = session.run(tmp_path / "prefix/bin/quorlinctl", "doctor", "--json")
-    assert {"state": "missing", "subject": "network applications", "advice": "install Quorlin Sensors anew",
-            "finding": f"there is no {tmp_path}/prefix/libexec/quorlin-sensors/nettop"} in json.loads(doctor.stdout)["checks"]
+    quorlinctl = tmp_path / "prefix/bin/quorlinctl"
+    checks = session.examine(quorlinctl)
+    assert (checks["processor"]["state"], checks["nettop"]["state"]) == ("ok", "ok")
+    nettop = tmp_path / "prefix/libexec/quorlin-sensors/nettop"
+    nettop.unlink()
+    assert session.examine(quorlinctl)["nettop"] == {
+        "id": "nettop", "state": "missing", "subject": "network applications", "finding": f"The program {nettop} does not exist.",
+        "advice": "Install Quorlin Sensors again."}
 
 
 @pytest.mark.parametrize("program", ["nettop", "system_profiler"])
@@ -61,7 +62,7 @@ def test_a_command_that_the_agent_waits_for_ends_by_itself(program):
     with pytest.raises(BlockingIOError):
         while True:
             os.write(write, bytes(4096))
-    fcntl.fcntl(write, fcntl.F_SETFL, 0)  # and now it blocks whoever writes
+    fcntl.fcntl(write, fcntl.F_SETFL, 0)  # writers now block
 
     def hide_alarms():
         signal.signal(signal.SIGALRM, signal.SIG_IGN)
@@ -76,12 +77,12 @@ def test_a_command_that_the_agent_waits_for_ends_by_itself(program):
 def test_without_an_answer_net_says_why(session):
     silent = session.run("quorlinctl", "net")
     assert (silent.returncode, silent.stdout) == (1, "")
-    assert silent.stderr == "quorlinctl: the agent is not running; start it with: quorlin-sensors\n"
+    assert silent.stderr == "quorlinctl: the agent is not running; start it: quorlin-sensors\n"
     stranger = Consumer(session, "brellwick.QuorlinSensors")
     asking = subprocess.Popen([PROGRAMS / "quorlinctl", "net", "--timeout", "1"], env=session.environment, text=True,
                               stdout=subprocess.PIPE, stderr=subprocess.PIPE)
     stranger.wait_for("QuorlinSensorsGetNetworkApp")
-    stranger.post("QuorlinSensorsNetDataW")  # which has not the form of an answer
+    stranger.post("QuorlinSensorsNetDataW")  # malformed: no list of applications
     output, errors = asking.communicate(timeout=PATIENCE)
     assert (asking.returncode, output) == (1, "")
     assert errors == "quorlinctl: the agent did not answer in time; it may be busy\n"

@@ -1,4 +1,4 @@
-/// What every POSIX system shares in starting child processes and waiting for them.
+/// Starts child processes and waits for them, on every POSIX system.
 #pragma once
 
 #include <optional>
@@ -8,6 +8,9 @@
 
 #include <spawn.h>
 #include <sys/types.h>
+
+/// The variables of this process; POSIX declares them in no header.
+extern "C" char** environ;  // NOLINT(readability-redundant-declaration): glibc does
 
 namespace quorlin {
 

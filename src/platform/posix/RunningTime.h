@@ -3,8 +3,8 @@
 
 namespace quorlin {
 
-/// Ends this process by SIGALRM that many seconds from now, whatever it waits for unless it is stopped, and
-/// whatever its parent made of that signal.
+/// Ends this process by SIGALRM that many seconds from now, even while it blocks and even if its parent
+/// ignored or blocked that signal.
 void endAfter(unsigned seconds);
 
 }  // namespace quorlin

@@ -114,8 +114,8 @@ void collect(pid_t process, std::span<ChildStream> streams, const std::atomic<st
 }  // namespace
 
 bool SubProcess::execute(const std::string& path, const std::vector<std::string>& arguments) {
-  const PropertyList::SharedData output = debugStandardOutput_;
-  const PropertyList::SharedData error = debugStandardError_;
+  const PropertyList::SharedData output = debugStandardOutput();
+  const PropertyList::SharedData error = debugStandardError();
   if (output) standardOutput_.append(*output);
   if (error) standardError_.append(*error);
   if (output || error) return true;

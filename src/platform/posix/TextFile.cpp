@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <memory>
 #include <system_error>
+#include <utility>
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -29,20 +30,19 @@ std::string_view trimmed(std::string_view text) {
   return text.substr(begin, text.find_last_not_of(space) + 1 - begin);
 }
 
-std::optional<std::string> readText(const std::string& path) {
+Result<std::string> readText(const std::string& path) {
   const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  if (!file) return std::nullopt;
+  if (!file) return systemTrouble("cannot be read", path, errno);
   std::array<char, 4096> buffer;
   const ssize_t count = read(file.get(), buffer.data(), buffer.size());
-  if (count < 0) return std::nullopt;
+  if (count < 0) return systemTrouble("cannot be read", path, errno);
   return std::string(trimmed({buffer.data(), static_cast<std::size_t>(count)}));
 }
 
-std::vector<std::string> namesIn(const std::string& directory) {
+Result<std::vector<std::string>> namesIn(const std::string& directory) {
   std::vector<std::string> names;
-  errno = 0;
   const std::unique_ptr<DIR, Close> stream(opendir(directory.c_str()));
-  if (!stream) return names;
+  if (!stream) return systemTrouble("cannot be listed", directory, errno);
   while (const dirent* entry = readdir(stream.get())) {
     const std::string_view name(static_cast<const char*>(entry->d_name));
     if (name != "." && name != "..") names.emplace_back(name);
@@ -73,5 +73,9 @@ std::string displayText(std::string_view raw) {
 }
 
 std::string errorText(int error) { return std::generic_category().message(error); }
+
+Trouble systemTrouble(std::string what, std::string where, int error) {
+  return {.what = std::move(what), .where = std::move(where), .why = errorText(error), .error = error};
+}
 
 }  // namespace quorlin

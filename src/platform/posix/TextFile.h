@@ -1,20 +1,19 @@
 /// Small text files and directories of sysfs and procfs.
 #pragma once
 
-#include <optional>
+#include "platform/Result.h"
+
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace quorlin {
 
-/// The first page of a file without the white space and the zeros around it. Nothing when it cannot be read;
-/// errno says why.
-std::optional<std::string> readText(const std::string& path);
+/// The first page of a file without the white space and the zeros around it.
+Result<std::string> readText(const std::string& path);
 
-/// The names in a directory but "." and "..", sorted; empty when it cannot be read, errno says why, and is 0
-/// otherwise.
-std::vector<std::string> namesIn(const std::string& directory);
+/// The names in a directory but "." and "..", sorted.
+Result<std::vector<std::string>> namesIn(const std::string& directory);
 
 /// The absolute path without links, or an empty text.
 std::string realPath(const std::string& path);
@@ -26,5 +25,8 @@ std::string_view trimmed(std::string_view text);
 std::string displayText(std::string_view raw);
 
 std::string errorText(int error);
+
+/// A trouble with a number of errno.h.
+Trouble systemTrouble(std::string what, std::string where, int error);
 
 }  // namespace quorlin

@@ -1,23 +1,24 @@
-#include "agent/Agent.h"
+#include "programs/agent/Agent.h"
 
 #include "core/Notifications.h"
-#include "engine/SensorsEngineFactory.h"
-#include "platform/linux/Application.h"
-#include "platform/linux/ApplicationNames.h"
-#include "platform/linux/Clock.h"
-#include "platform/linux/DispatchQueue.h"
-#include "platform/linux/HelperService.h"
-#include "platform/linux/JobBlessing.h"
-#include "platform/linux/NotificationCenter.h"
-#include "platform/linux/PowerSources.h"
-#include "platform/linux/ProcessManager.h"
-#include "platform/linux/System.h"
-#include "platform/linux/SystemRoots.h"
-#include "platform/linux/Task.h"
-#include "platform/linux/Updater.h"
-#include "platform/linux/UserDefaults.h"
-#include "platform/linux/WorkflowEngine.h"
-#include "platform/linux/Workspace.h"
+#include "platform/linux/bus/NotificationCenter.h"
+#include "platform/linux/desktop/Application.h"
+#include "platform/linux/desktop/ApplicationNames.h"
+#include "platform/linux/desktop/UserDefaults.h"
+#include "platform/linux/desktop/WorkflowEngine.h"
+#include "platform/linux/desktop/Workspace.h"
+#include "platform/linux/helper/HelperService.h"
+#include "platform/linux/helper/JobBlessing.h"
+#include "platform/linux/loop/BusSource.h"
+#include "platform/linux/loop/DispatchQueue.h"
+#include "platform/linux/power/PowerSources.h"
+#include "platform/linux/processes/ProcessManager.h"
+#include "platform/linux/processes/Task.h"
+#include "platform/linux/sensors/SensorsEngineFactory.h"
+#include "platform/linux/system/Clock.h"
+#include "platform/linux/system/System.h"
+#include "platform/linux/system/SystemRoots.h"
+#include "platform/linux/updates/Updater.h"
 
 #include <utility>
 
@@ -26,7 +27,8 @@ namespace quorlin {
 /// In the order in which they depend on each other.
 struct Agent::Parts {
   Parts(std::vector<std::string> arguments, Log& theLog)
-      : log(theLog), application(bus, runLoop, log, std::string(kAgentIdentifier), std::move(arguments)) {}
+      : log(theLog),
+        application(bus, busSource, runLoop, log, std::string(kAgentIdentifier), std::move(arguments)) {}
 
   Services services() {
     return {.application = application,
@@ -44,14 +46,15 @@ struct Agent::Parts {
             .jobBlessing = jobBlessing,
             .clock = clock,
             .log = log,
-            .sensorsEngine = makeLinuxSensorsEngine({roots.sysfs, roots.procfs}, log),
+            .sensorsEngine = makeLinuxSensorsEngine(roots, log),
             .makeUpdater = [this] { return std::make_unique<LinuxUpdater>(log); },
-            .makeConfigurationWindow = [] { return nullptr; }};
+            .makeConfigurationWindow = {}};
   }
 
   Log& log;
   LinuxRunLoop runLoop;
   Bus bus = Bus::openSession();
+  BusSource busSource{bus};
   BusApplication application;
   SystemRoots roots = systemRootsFromEnvironment();
   ApplicationNames applicationNames{bus};

@@ -19,7 +19,7 @@ class Agent {
   Agent(const Agent&) = delete;
   Agent& operator=(const Agent&) = delete;
 
-  /// False when another agent has the session; that one has then been told. Throws BusError.
+  /// False if another agent runs in this session; that one has then received the request. Throws BusError.
   bool becomeOnlyInstance();
 
   /// Returns when the agent has ended.

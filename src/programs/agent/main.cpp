@@ -1,7 +1,7 @@
 /// The agent's command line.
-#include "agent/Agent.h"
-#include "platform/linux/Bus.h"
-#include "platform/linux/Log.h"
+#include "platform/linux/bus/Bus.h"
+#include "platform/linux/system/Log.h"
+#include "programs/agent/Agent.h"
 
 #include <csignal>
 #include <cstdio>
@@ -17,9 +17,10 @@ constexpr const char* kUsage =
     "Usage: quorlin-sensors [-silent] [URL...]\n"
     "\n"
     "Reads the computer's sensors while a program of this session wants them, and publishes them on the\n"
-    "session bus. Runs once a session: started again, it tells the running agent and leaves.\n"
+    "session bus. One agent runs in a session: a second one hands its request over and ends.\n"
+    "The agent also ends if its settings switch everything off.\n"
     "\n"
-    "  -silent    start in the background; leave at once if everything is switched off\n"
+    "  -silent    start in the background, without a window\n"
     "  --help     show this text\n"
     "  --version  show the version\n";
 
@@ -48,7 +49,7 @@ std::optional<int> answerQuestions(const std::vector<std::string>& arguments) {
 int main(int argc, char** argv) {
   std::vector<std::string> arguments(argv, argv + argc);
   if (const std::optional<int> code = answerQuestions(arguments)) return *code;
-  // A log that nobody reads any more must not end the agent.
+  // The agent goes on when the reader of its log has closed the pipe.
   std::signal(SIGPIPE, SIG_IGN);
   quorlin::StreamLog log("quorlin-sensors");
   try {
@@ -56,7 +57,7 @@ int main(int argc, char** argv) {
     if (agent.becomeOnlyInstance()) {
       agent.run();
     } else {
-      log.line("the agent is running already; it was told");
+      log.line("The agent is already running; it received the request.");
     }
   } catch (const quorlin::BusError& error) {
     log.line(error.what());

@@ -1,8 +1,8 @@
-#include "core-helper/CommandLine.h"
+#include "programs/core-helper/CommandLine.h"
 
-#include "core-helper/Installation.h"
-#include "core-helper/Removal.h"
-#include "core-helper/Service.h"
+#include "programs/core-helper/installation/Installation.h"
+#include "programs/core-helper/installation/Removal.h"
+#include "programs/core-helper/service/Service.h"
 
 #include <cstdio>
 #include <exception>
@@ -15,12 +15,12 @@ namespace {
 constexpr const char* kUsage =
     "Usage: quorlin-core-helper [--install | --remove | --after-stop]\n"
     "\n"
-    "Holds the battery's charge and reads power counters for the agent, as root, on the system bus. The bus\n"
-    "starts it when it is called; it leaves when nobody needs it.\n"
+    "Holds the battery's charge and reads power counters for the agent. It runs as root on the system bus,\n"
+    "which starts it on the first call; it exits when it is idle.\n"
     "\n"
-    "  --install     copy this program and what belongs to it into place\n"
-    "  --remove      release the charge and remove what --install put into place\n"
-    "  --after-stop  what is to be done once the service has ended; its unit runs this\n"
+    "  --install     install this program with its unit and its files for the bus and polkit\n"
+    "  --remove      release the charge and remove everything that --install installed\n"
+    "  --after-stop  clean up after the service has stopped; its unit runs this\n"
     "  --help        show this text\n"
     "  --version     show the version\n";
 
@@ -28,14 +28,14 @@ void serve(const Setup& setup) { Service(setup).run(); }
 
 void install(const Setup& setup) {
   FileDescriptor lock = lockInstallation(setup, true);
-  // What a power cut kept from being removed would be at the end of the new one.
+  // A removal that a power cut interrupted would otherwise remove the new one at its end.
   keepInstalled(setup);
   installHelper(setup.installRoot);
-  // The end of the old one takes it, too.
+  // The old helper takes the lock when it ends.
   lock.reset();
   if (setup.installRoot != "/") return;
-  tellSystem();
-  // The next call starts the new one.
+  reloadServices();
+  // The next call starts the new helper.
   stopService();
 }
 
@@ -44,7 +44,7 @@ void remove(const Setup& setup) {
   if (isReal) stopService();
   markForRemoval(setup);
   cleanUpAfterStop(setup);
-  // A call may have started it once more while its files were still there.
+  // A call may have started it again while its files were still there.
   if (isReal) stopService();
 }
 
@@ -65,7 +65,7 @@ int runCoreHelper(const Setup& setup, std::span<const std::string_view> argument
     return EX_USAGE;
   }
   try {
-    // A described machine is anybody's.
+    // On a described machine no root is needed.
     if (setup.installRoot == "/") requireRoot();
     act(setup);
   } catch (const std::exception& error) {

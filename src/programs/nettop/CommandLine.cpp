@@ -1,15 +1,14 @@
-#include "nettop/CommandLine.h"
+#include "programs/nettop/CommandLine.h"
 
-#include "nettop/Connections.h"
-#include "nettop/ProcessTraffic.h"
-#include "nettop/TrafficTable.h"
+#include "programs/nettop/Connections.h"
+#include "programs/nettop/ProcessTraffic.h"
+#include "programs/nettop/TrafficTable.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
-#include <exception>
 
 #include <sysexits.h>
 #include <unistd.h>
@@ -17,8 +16,8 @@
 namespace quorlin {
 namespace {
 
-/// One sample of external traffic by process, without the columns that the agent does not read. Since they
-/// are not there in the first place, this is the only form.
+/// One sample of external traffic by process, without the columns that the agent does not read. This program
+/// never has those, so this is its only form.
 constexpr std::array<std::string_view, 7> kArguments = {
     "-Px",
     "-k",
@@ -33,17 +32,22 @@ constexpr const char* kUsage =
     "interface,state,rx_ooo,rx_dupe,re-tx,rtt_avg,rcvsize,tx_win,tc_class,tc_mgt,cc_algo,P,C,R,W\n"
     "              -l 1 -t external\n"
     "\n"
-    "Lists the processes that hold TCP connections, those of loopback aside, and the bytes that\n"
-    "each has received and sent on them so far.\n"
+    "Lists the processes that hold TCP connections outside the loopback network, and the bytes that each\n"
+    "process has received and sent on them.\n"
     "\n"
     "  --help  show this text\n";
+
+int complain(const Trouble& trouble) {
+  std::fprintf(stderr, "nettop: %s\n", trouble.text().c_str());
+  return EX_UNAVAILABLE;
+}
 
 /// Not stdio, which would write a long list in pieces.
 int print(std::string_view text) {
   while (!text.empty()) {
     const ssize_t count = write(STDOUT_FILENO, text.data(), text.size());
     if (count < 0) {
-      std::perror("nettop: the output cannot be written");
+      std::perror("nettop: cannot write the output");
       return EX_IOERR;
     }
     text.remove_prefix(static_cast<std::size_t>(count));
@@ -59,13 +63,11 @@ int runNettop(const std::filesystem::path& procfsRoot, std::span<const std::stri
     std::fprintf(stderr, "nettop: wrong arguments\n\n%s", kUsage);
     return EX_USAGE;
   }
-  try {
-    const std::vector<ProcessTraffic> processes = trafficByProcess(procfsRoot, externalConnections());
-    return print(trafficTable(processes, std::chrono::system_clock::now()));
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "nettop: %s\n", error.what());
-    return EX_UNAVAILABLE;
-  }
+  const Result<std::vector<Connection>> connections = externalConnections();
+  if (!connections) return complain(connections.error());
+  const Result<std::vector<ProcessTraffic>> processes = trafficByProcess(procfsRoot, *connections);
+  if (!processes) return complain(processes.error());
+  return print(trafficTable(*processes, std::chrono::system_clock::now()));
 }
 
 }  // namespace quorlin

@@ -1,4 +1,5 @@
-/// The command line of nettop, which lists what each process has received and sent over the network.
+/// The command line of nettop, which lists the bytes that each process has received and sent over the
+/// network.
 #pragma once
 
 #include <filesystem>
@@ -7,8 +8,8 @@
 
 namespace quorlin {
 
-/// Does what the arguments after the program's name say and returns the process's exit status, of sysexits.h.
-/// The list is printed when it is complete; what keeps it from being so is said on the error stream.
+/// Carries out the arguments, which do not include the program's name. Returns the exit status, of
+/// sysexits.h. Prints only a complete list; a trouble goes to the error stream.
 int runNettop(const std::filesystem::path& procfsRoot, std::span<const std::string_view> arguments);
 
 }  // namespace quorlin

@@ -1,6 +1,7 @@
-#include "nettop/Connections.h"
+#include "programs/nettop/Connections.h"
 
-#include "nettop/ConnectionsRequest.h"
+#include "platform/posix/TextFile.h"
+#include "programs/nettop/ConnectionsRequest.h"
 
 #include <algorithm>
 #include <array>
@@ -8,7 +9,6 @@
 #include <cstddef>
 #include <cstring>
 #include <memory>
-#include <system_error>
 
 #include <libmnl/libmnl.h>
 #include <linux/inet_diag.h>
@@ -17,7 +17,7 @@
 namespace quorlin {
 namespace {
 
-/// The kernel puts no more than that into one answer (netlink_recvmsg in net/netlink/af_netlink.c).
+/// The most that the kernel puts into one answer (netlink_recvmsg in net/netlink/af_netlink.c).
 constexpr std::size_t kAnswerSize = std::size_t{32} * 1024;
 constexpr int kRequests = 3;
 
@@ -25,15 +25,13 @@ struct Close {
   void operator()(mnl_socket* socket) const { mnl_socket_close(socket); }
 };
 
-[[noreturn]] void fail(int error) {
-  throw std::system_error(error, std::generic_category(), "the kernel does not tell the TCP connections");
-}
+Trouble cannotList(int error) { return systemTrouble("cannot be listed", "the TCP connections", error); }
 
 void addConnection(const nlmsghdr& message, std::vector<Connection>& connections) {
   if (mnl_nlmsg_get_payload_len(&message) < sizeof(inet_diag_msg)) return;
   Connection connection;
   connection.inode = static_cast<const inet_diag_msg*>(mnl_nlmsg_get_payload(&message))->idiag_inode;
-  // No process holds it any more.
+  // No process holds it now.
   if (connection.inode == 0) return;
   const auto* attribute =
       static_cast<const nlattr*>(mnl_nlmsg_get_payload_offset(&message, sizeof(inet_diag_msg)));
@@ -52,17 +50,17 @@ void addConnection(const nlmsghdr& message, std::vector<Connection>& connections
   connections.push_back(connection);
 }
 
-AnswerState ask(const mnl_socket& socket, std::vector<Connection>& connections) {
+Result<AnswerState> ask(const mnl_socket& socket, std::vector<Connection>& connections) {
   const std::span<const char> request = connectionsRequest();
-  if (mnl_socket_sendto(&socket, request.data(), request.size()) < 0) fail(errno);
+  if (mnl_socket_sendto(&socket, request.data(), request.size()) < 0) return cannotList(errno);
   alignas(nlmsghdr) std::array<char, kAnswerSize> answer;
   AnswerState state;
   while (!state.isComplete) {
     const ssize_t size = mnl_socket_recvfrom(&socket, answer.data(), answer.size());
-    if (size < 0) fail(errno);
+    if (size < 0) return cannotList(errno);
     readAnswer({answer.data(), static_cast<std::size_t>(size)}, state, connections);
   }
-  if (state.error != 0) fail(state.error);
+  if (state.error != 0) return cannotList(state.error);
   return state;
 }
 
@@ -85,14 +83,16 @@ void readAnswer(std::span<const char> messages, AnswerState& state, std::vector<
   }
 }
 
-std::vector<Connection> externalConnections() {
+Result<std::vector<Connection>> externalConnections() {
   const std::unique_ptr<mnl_socket, Close> socket(mnl_socket_open(NETLINK_SOCK_DIAG));
-  if (!socket) fail(errno);
+  if (!socket) return cannotList(errno);
   std::vector<Connection> connections;
-  AnswerState state{.isInconsistent = true};
-  for (int requests = 0; state.isInconsistent && requests < kRequests; ++requests) {
+  bool isInconsistent = true;
+  for (int requests = 0; isInconsistent && requests < kRequests; ++requests) {
     connections.clear();
-    state = ask(*socket, connections);
+    const Result<AnswerState> state = ask(*socket, connections);
+    if (!state) return state.error();
+    isInconsistent = state->isInconsistent;
   }
   std::ranges::sort(connections, {}, &Connection::inode);
   const auto isSame = [](const Connection& one, const Connection& other) { return one.inode == other.inode; };

@@ -1,6 +1,7 @@
-/// The TCP connections of this network namespace, as the kernel's socket diagnostics tell them
-/// (sock_diag(7)).
+/// The TCP connections of this network namespace, from the kernel's socket diagnostics (sock_diag(7)).
 #pragma once
+
+#include "platform/Result.h"
 
 #include <cstdint>
 #include <span>
@@ -9,23 +10,21 @@
 namespace quorlin {
 
 /// One end of a connection, held by a process. The counters are TCP's: bytes that have arrived in order,
-/// bytes whose arrival the other end has confirmed. The end that opened the connection has sent one byte more
-/// than its payload, and so has an end that has closed it (tcpi_bytes_received and tcpi_bytes_acked in
-/// linux/tcp.h).
+/// bytes whose arrival the other end has confirmed. Opening the connection counts as one byte sent, and so
+/// does closing it (tcpi_bytes_received and tcpi_bytes_acked in linux/tcp.h).
 struct Connection {
   std::uint32_t inode = 0;  // the socket's
   std::uint64_t bytesIn = 0;
   std::uint64_t bytesOut = 0;
 };
 
-/// Those that have been established and are at neither end on a loopback address, by rising inode. Throws
-/// std::system_error where the kernel cannot tell them.
-std::vector<Connection> externalConnections();
+/// The established ones that have a loopback address at neither end, by rising inode.
+Result<std::vector<Connection>> externalConnections();
 
-/// How far the kernel's answer to one request has come.
+/// The progress of the kernel's answer to one request.
 struct AnswerState {
   bool isComplete = false;
-  bool isInconsistent = false;  // something may be missing or there twice
+  bool isInconsistent = false;  // a connection may be missing or listed twice
   int error = 0;                // of errno.h
 };
 

@@ -1,4 +1,4 @@
-#include "nettop/ConnectionsRequest.h"
+#include "programs/nettop/ConnectionsRequest.h"
 
 #include <array>
 #include <cstddef>
@@ -24,7 +24,7 @@ constexpr std::uint32_t stateMask(std::initializer_list<unsigned> states) {
 template <std::size_t kAddressSize>
 struct Refusal {
   inet_diag_bc_op condition;
-  // As inet_diag_hostcond, which leaves the address to whoever uses it.
+  // As inet_diag_hostcond, whose address has no fixed size.
   std::uint8_t family;
   std::uint8_t prefixLength;
   std::int32_t port;
@@ -51,8 +51,8 @@ static_assert(sizeof(Request) == sizeof(nlmsghdr) + sizeof(inet_diag_req) + size
 constexpr std::array<std::uint8_t, 4> kLoopback4 = {127};
 constexpr std::array<std::uint8_t, 16> kLoopback6 = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1};
 
-/// The condition is on the address of one end, the offset is that of the step. A socket that comes to the end
-/// of the program is accepted, one that leaps four bytes further is refused.
+/// The condition is on the address of one end; the offset is the step's. A socket that reaches the end of the
+/// program is accepted, one that leaps four bytes further is refused.
 template <std::size_t kAddressSize>
 constexpr Refusal<kAddressSize> refusal(std::uint8_t condition, std::uint8_t prefixLength,
                                         const std::array<std::uint8_t, kAddressSize>& network,
@@ -68,8 +68,8 @@ constexpr Refusal<kAddressSize> refusal(std::uint8_t condition, std::uint8_t pre
           .leap = {.code = INET_DIAG_BC_JMP, .yes = leapSize, .no = beyond}};
 }
 
-/// The older of the two forms of request: it brings IPv4 and IPv6 in one walk through the kernel's table,
-/// which has hundreds of thousands of places however few are taken.
+/// The older of the two forms of request: it gets IPv4 and IPv6 in one walk through the kernel's table, which
+/// has hundreds of thousands of places however few are used.
 constexpr Request kRequest = {
     .header = {.nlmsg_len = sizeof(Request),
                .nlmsg_type = TCPDIAG_GETSOCK,

@@ -1,11 +1,11 @@
-/// The request for the connections that Connections.h tells.
+/// The request for the connections of Connections.h.
 #pragma once
 
 #include <span>
 
 namespace quorlin {
 
-/// A message for the kernel's socket diagnostics, with the choice among the connections in it, so that the
+/// A message for the kernel's socket diagnostics. It has the kernel choose the connections, so that the
 /// others cost little.
 std::span<const char> connectionsRequest();
 

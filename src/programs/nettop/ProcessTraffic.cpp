@@ -1,7 +1,8 @@
-#include "nettop/ProcessTraffic.h"
+#include "programs/nettop/ProcessTraffic.h"
 
-#include "platform/linux/DirectoryEntries.h"
+#include "platform/linux/system/DirectoryEntries.h"
 #include "platform/posix/FileDescriptor.h"
+#include "platform/posix/TextFile.h"
 
 #include <algorithm>
 #include <array>
@@ -10,7 +11,6 @@
 #include <cstring>
 #include <optional>
 #include <string_view>
-#include <system_error>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -20,8 +20,8 @@ namespace {
 
 constexpr int kFolder = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 
-/// So many that what the kernel touches to list them is still in the processor's cache when their links are
-/// read.
+/// In bytes. Small enough that the kernel's data of the entries is still in the processor's cache when their
+/// links are read.
 constexpr std::size_t kEntriesSize = std::size_t{4} * 1024;
 
 /// Visits the names in a folder, hidden ones aside, until the visitor returns false.
@@ -43,20 +43,21 @@ std::vector<int> processIds(const FileDescriptor& procfs) {
   return ids;
 }
 
-/// Visits what the links in a process's fd folder say until the visitor returns false or none may be read.
+/// Visits the targets of the links in a process's fd folder until the visitor returns false or access to them
+/// is denied.
 void forEachDescriptor(const FileDescriptor& folder, const auto& visit) {
   enum class Outcome { kGoOn, kAbsent, kOver };
   const auto look = [&](const char* name) {
     std::array<char, 32> target;
-    // Not followed: that would wait for the server that a file may be on.
+    // Following it could wait for a file server.
     const ssize_t size = readlinkat(folder.get(), name, target.data(), target.size());
     if (size < 0 && errno == ENOENT) return Outcome::kAbsent;
     if (size < 0) return errno == EACCES || errno == EPERM ? Outcome::kOver : Outcome::kGoOn;
     const bool goesOn = visit(std::string_view(target.data(), static_cast<std::size_t>(size)));
     return goesOn ? Outcome::kGoOn : Outcome::kOver;
   };
-  // Since Linux 6.2 the folder's size is the number of descriptors (proc_fd_getattr in fs/proc/fd.c). Trying
-  // one number after the other is then cheaper than listing them, as long as there are few gaps.
+  // Since Linux 6.2 the folder's size is the number of descriptors (proc_fd_getattr in fs/proc/fd.c). While
+  // there are few gaps, trying one number after the other is cheaper than listing them.
   struct stat status {};
   fstat(folder.get(), &status);
   off_t next = 0;
@@ -74,24 +75,26 @@ void forEachDescriptor(const FileDescriptor& folder, const auto& visit) {
   });
 }
 
-/// Empty for a process that has ended or may not be looked into. Throws std::system_error for want of
-/// descriptors or memory, with which processes would be left out in silence.
-FileDescriptor openOfProcess(const FileDescriptor& procfs, int id, std::string_view file, int flags) {
+/// Empty for a process that has ended or is not accessible. A lack of descriptors or memory is a trouble:
+/// otherwise the list would silently lack processes.
+Result<FileDescriptor> openOfProcess(const FileDescriptor& procfs, int id, std::string_view file, int flags) {
   std::array<char, 32> path{};
   std::ranges::copy(file, std::to_chars(path.begin(), path.end(), id).ptr);
   FileDescriptor opened(openat(procfs.get(), path.data(), flags));
   if (!opened && (errno == EMFILE || errno == ENFILE || errno == ENOMEM)) {
-    throw std::system_error(errno, std::generic_category(), "the processes cannot be looked into");
+    return systemTrouble("cannot be examined", "the processes", errno);
   }
   return opened;
 }
 
-std::optional<std::string> processName(const FileDescriptor& procfs, int id) {
-  const FileDescriptor file = openOfProcess(procfs, id, "/comm", O_RDONLY | O_CLOEXEC);
+/// Nothing for a process that has ended.
+Result<std::optional<std::string>> processName(const FileDescriptor& procfs, int id) {
+  const Result<FileDescriptor> file = openOfProcess(procfs, id, "/comm", O_RDONLY | O_CLOEXEC);
+  if (!file) return file.error();
   std::array<char, 64> name;
-  const ssize_t size = file ? read(file.get(), name.data(), name.size()) : -1;
-  if (size <= 0) return std::nullopt;
-  return std::string(name.data(), static_cast<std::size_t>(size - 1));  // without the line's end
+  const ssize_t size = *file ? read(file->get(), name.data(), name.size()) : -1;
+  if (size <= 0) return std::optional<std::string>();
+  return std::optional(std::string(name.data(), static_cast<std::size_t>(size - 1)));  // without the line end
 }
 
 class Search {
@@ -105,24 +108,28 @@ class Search {
   bool isOver() const { return missing_ == 0; }
 
   /// Nothing for a process that holds none of the connections that are still missing.
-  std::optional<ProcessTraffic> look(int id) {
+  Result<std::optional<ProcessTraffic>> look(int id) {
+    const Result<FileDescriptor> folder = openOfProcess(procfs_, id, "/fd", kFolder);
+    if (!folder) return folder.error();
     std::optional<ProcessTraffic> process;
-    const FileDescriptor folder = openOfProcess(procfs_, id, "/fd", kFolder);
-    if (!folder) return process;
-    forEachDescriptor(folder, [&](std::string_view target) {
+    std::optional<Trouble> trouble;
+    if (!*folder) return process;
+    forEachDescriptor(*folder, [&](std::string_view target) {
       const Connection* connection = find(target);
       if (connection == nullptr) return true;
       if (!process) {
-        std::optional<std::string> name = processName(procfs_, id);
-        // It has just ended, and its connection may be another's as well.
-        if (!name) return false;
-        process = {.id = id, .name = *std::move(name)};
+        Result<std::optional<std::string>> name = processName(procfs_, id);
+        if (!name) trouble = name.error();
+        // It has just ended; another process may hold its connection too.
+        if (!name || !*name) return false;
+        process = {.id = id, .name = **std::move(name)};
       }
       isFound_[static_cast<std::size_t>(connection - connections_.data())] = true;
       process->bytesIn += connection->bytesIn;
       process->bytesOut += connection->bytesOut;
       return --missing_ > 0;
     });
+    if (trouble) return *trouble;
     return process;
   }
 
@@ -147,17 +154,17 @@ class Search {
 
 }  // namespace
 
-std::vector<ProcessTraffic> trafficByProcess(const std::filesystem::path& procfsRoot,
-                                             std::span<const Connection> connections) {
+Result<std::vector<ProcessTraffic>> trafficByProcess(const std::filesystem::path& procfsRoot,
+                                                     std::span<const Connection> connections) {
   std::vector<ProcessTraffic> processes;
   const FileDescriptor procfs(open(procfsRoot.c_str(), kFolder));
-  if (!procfs) {
-    throw std::system_error(errno, std::generic_category(), procfsRoot.native() + " cannot be listed");
-  }
+  if (!procfs) return systemTrouble("cannot be listed", procfsRoot, errno);
   Search search(procfs, connections);
   for (const int id : processIds(procfs)) {
     if (search.isOver()) break;
-    if (std::optional<ProcessTraffic> process = search.look(id)) processes.push_back(*std::move(process));
+    Result<std::optional<ProcessTraffic>> process = search.look(id);
+    if (!process) return process.error();
+    if (*process) processes.push_back(**std::move(process));
   }
   return processes;
 }

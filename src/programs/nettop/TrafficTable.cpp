@@ -1,4 +1,4 @@
-#include "nettop/TrafficTable.h"
+#include "programs/nettop/TrafficTable.h"
 
 #include "platform/Utf8.h"
 

@@ -1,7 +1,7 @@
 /// The list of processes as text.
 #pragma once
 
-#include "nettop/ProcessTraffic.h"
+#include "programs/nettop/ProcessTraffic.h"
 
 #include <chrono>
 #include <span>

@@ -1,6 +1,6 @@
-#include "system_profiler/HardwareProfile.h"
+#include "programs/system_profiler/HardwareProfile.h"
 
-#include "platform/linux/CpuInfo.h"
+#include "platform/linux/system/CpuInfo.h"
 #include "platform/posix/TextFile.h"
 
 #include <algorithm>
@@ -14,7 +14,7 @@
 namespace quorlin {
 namespace {
 
-/// Makers pad names with blanks.
+/// Vendors pad names with blanks.
 std::string withSingleBlanks(const std::string& text) {
   std::istringstream words(displayText(text));
   std::string result;
@@ -22,17 +22,17 @@ std::string withSingleBlanks(const std::string& text) {
   return result;
 }
 
-/// The chip that a device tree is compatible with. The list goes from the board to what it is built on, as
-/// "raspberrypi,4-model-b", "brcm,bcm2711", each ended by a zero (devicetree.org, 2.3.1): the chip is the
-/// first of another maker than the board's, or the second where all are of one.
+/// The chip in a device tree's list of compatible names, which goes from the board to its chip, such as
+/// "raspberrypi,4-model-b", "brcm,bcm2711", each ended by a zero (devicetree.org, 2.3.1). The chip is the
+/// first of another vendor than the board's, or the second where all are of one.
 std::string chipOf(const std::string& compatible) {
   std::istringstream list(compatible);
   std::vector<std::string> names;
   for (std::string name; std::getline(list, name, '\0');) names.push_back(name);
   if (names.empty()) return {};
-  const auto makerOf = [](const std::string& name) { return name.substr(0, name.find(',')); };
+  const auto vendorOf = [](const std::string& name) { return name.substr(0, name.find(',')); };
   const auto other = std::ranges::find_if(
-      names, [&](const std::string& name) { return makerOf(name) != makerOf(names.front()); });
+      names, [&](const std::string& name) { return vendorOf(name) != vendorOf(names.front()); });
   return other != names.end() ? *other : names[names.size() > 1 ? 1 : 0];
 }
 
@@ -48,7 +48,7 @@ void addText(plist_t dictionary, const std::string& key, const std::string& text
 
 Processor processorOf(const SystemRoots& roots) {
   const std::string model = withSingleBlanks(processorField(roots.procfs, "model name"));
-  // Arm's cpuinfo has no vendor_id, and names there the kind of its cores.
+  // Arm's cpuinfo has no vendor_id; its model name is that of the cores.
   if (!model.empty() && !processorField(roots.procfs, "vendor_id").empty()) return {"cpu_type", model};
   const std::string tree = readText((roots.procfs / "device-tree/compatible").string()).value_or("");
   const std::string chip = withSingleBlanks(chipOf(tree));

@@ -1,7 +1,7 @@
-/// What this computer is, as the system's profiler tells it.
+/// The hardware report of the system's profiler.
 #pragma once
 
-#include "platform/linux/SystemRoots.h"
+#include "platform/linux/system/SystemRoots.h"
 
 #include <string>
 
@@ -15,8 +15,8 @@ struct Processor {
 };
 Processor processorOf(const SystemRoots& roots);
 
-/// A property list in XML: an array of one dictionary, whose "_items" hold the one machine. What is not known
-/// is left out.
+/// A property list in XML: an array of one dictionary, whose "_items" hold the one machine. Unknown values
+/// are left out.
 std::string hardwareProfile(const SystemRoots& roots);
 
 }  // namespace quorlin

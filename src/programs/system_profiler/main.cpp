@@ -1,7 +1,6 @@
-/// system_profiler: tells other programs what this computer is. Of its many reports this one knows the
-/// hardware's.
+/// system_profiler: describes this computer to other programs. Of its many reports it has the hardware's.
 #include "platform/posix/RunningTime.h"
-#include "system_profiler/HardwareProfile.h"
+#include "programs/system_profiler/HardwareProfile.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -19,7 +18,7 @@ int main(int argc, char** argv) {
   }
   const std::string profile = quorlin::hardwareProfile(quorlin::systemRootsFromEnvironment());
   if (std::fputs(profile.c_str(), stdout) < 0 || std::fflush(stdout) != 0) {
-    std::perror("system_profiler: standard output");
+    std::perror("system_profiler: cannot write the output");
     return EX_IOERR;
   }
   return EX_OK;

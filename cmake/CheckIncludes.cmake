@@ -1,0 +1,41 @@
+# cmake -P CheckIncludes.cmake RULE FILE...: ends with an error that names each include line of the files that the rule
+# does not allow. The rule is a file that sets room, may_include (folders below src/) and standard_only.
+#
+# A compiler knows many ways to write an include: behind a comment, over several lines, with a digraph. Here there is one;
+# each other line that could be one is refused, too.
+cmake_minimum_required(VERSION 3.25)
+include(${CMAKE_ARGV3})
+set(complaints)
+math(EXPR last "${CMAKE_ARGC} - 1")
+foreach(index RANGE 4 ${last})
+  set(file ${CMAKE_ARGV${index}})
+  file(READ ${file} text)
+  # Characters that have a meaning in a list of CMake's; none of them stands in an include line of ours.
+  foreach(character IN ITEMS "[" "]" ";")
+    string(REPLACE "${character}" "~" text "${text}")
+  endforeach()
+  string(REPLACE "\\" "^" text "${text}")
+  string(REPLACE "\n" ";" lines "${text}")
+  list(FILTER lines INCLUDE REGEX "(#|%:|\\?\\?=).*(inc|imp|\\^$)|(#|%:|\\?\\?=)[^A-Za-z\"']*$")
+  foreach(line IN LISTS lines)
+    set(allowed FALSE)
+    if(line MATCHES "^#include \"([^\"]*)/[^/\"]+\\.h\"$")
+      if("${CMAKE_MATCH_1}" IN_LIST may_include)
+        set(allowed TRUE)
+      endif()
+    elseif(line MATCHES "^#include <([^<>]+)>$")
+      # A header of the standard library has neither folder nor suffix.
+      if(NOT standard_only OR NOT CMAKE_MATCH_1 MATCHES "[./]")
+        set(allowed TRUE)
+      endif()
+    endif()
+    if(NOT allowed)
+      list(APPEND complaints "${file}: ${room} must not have the line: ${line}")
+    endif()
+  endforeach()
+endforeach()
+if(complaints)
+  list(JOIN complaints "\n" text)
+  message(NOTICE "${text}")
+  message(FATAL_ERROR "The table of rooms in src/CMakeLists.txt says who sees whom.")
+endif()

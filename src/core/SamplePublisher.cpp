@@ -1,0 +1,42 @@
+#include "core/SamplePublisher.h"
+
+#include "core/Notifications.h"
+#include "core/SamplePayload.h"
+
+namespace quorlin {
+namespace {
+
+std::unique_ptr<SensorsReading> readSensors(const SensorsEngineFactory& factory,
+                                            QuorlinSensorsEngine& engine) {
+  const std::unique_ptr<StatisticsData> fresh = factory.makeStatisticsData();
+  return engine.getSensorsInfo(*fresh);
+}
+
+}  // namespace
+
+void SamplePublisher::start() {
+  statsData_ = factory_.makeStatisticsData();
+  se_ = factory_.makeEngine();
+}
+
+void SamplePublisher::publish(bool widgetRuns) {
+  statsData_->populateStatisticsDataFrom(*readSensors(factory_, *se_));
+
+  const DiskActivityArchives archives = archiveDiskActivities(statsData_->diskIO_activities());
+  const Dictionary full = sensorsSample(SampleKind::Full, *statsData_, archives);
+  const Dictionary reduced = sensorsSample(SampleKind::Reduced, *statsData_, archives);
+
+  const auto post = [&](std::string_view name, const Dictionary& sample) {
+    center_.post(name, kSensorsAgent, sample, Delivery::Immediate);
+  };
+  if (mainAppNeedsData_) {
+    post(notification::kSensorsDataM, full);
+    post(notification::kSensorsDataMMini, reduced);
+  }
+  if (widgetRuns) {
+    post(notification::kSensorsDataW, full);
+    post(notification::kSensorsDataWMini, reduced);
+  }
+}
+
+}  // namespace quorlin

@@ -1,0 +1,93 @@
+#include "helper/ChargeHold.h"
+
+#include "core/Settings.h"
+#include "helper/ChargePolicy.h"
+#include "probes/BatteryInformation.h"
+
+#include <utility>
+#include <vector>
+
+namespace quorlin {
+
+ChargeHold::ChargeHold(UserDefaults& userDefaults, PowerSources& powerSources, Log& log,
+                       LimitCharge limitCharge)
+    : userDefaults_(userDefaults),
+      powerSources_(powerSources),
+      log_(log),
+      limitCharge_(std::move(limitCharge)) {}
+
+void ChargeHold::readSettings() { powerLimitEnabled_ = userDefaults_.boolean(setting::kPowerLimitEnabled); }
+
+void ChargeHold::start() {
+  const std::int64_t limit = userDefaults_.integer(setting::kBatteryLimit);
+  powerLimit_ = limit >= 1 ? limit : kHighestBatteryLimit;
+  const std::vector<std::int32_t> battery = batteryInfo(powerSources_);
+  if (battery.size() == 2) macHasBattery_ = battery[0];
+}
+
+void ChargeHold::setPowerLimitEnabled(bool enabled) {
+  powerLimitEnabled_ = enabled;
+  userDefaults_.setBoolean(setting::kPowerLimitEnabled, enabled);
+}
+
+bool ChargeHold::setLimit(std::int64_t percent) {
+  if (percent < kLowestBatteryLimit || percent > kHighestBatteryLimit) return false;
+  powerLimit_ = percent;
+  userDefaults_.setInteger(setting::kBatteryLimit, percent);
+  if (percent == kHighestBatteryLimit) limitThenRecord(true);
+  return true;
+}
+
+void ChargeHold::followBattery() {
+  std::int32_t level = 0;
+  if (macHasBattery_ != kNoBattery) {
+    const std::vector<std::int32_t> battery = batteryInfo(powerSources_);
+    if (battery.size() == 2) {
+      macHasBattery_ = battery[0];
+      level = battery[1];
+    }
+  }
+  switch (decideCharge(powerLimit_, level, macHasBattery_, powerLimitEnabled_)) {
+    case ChargeDecision::Hold:
+      limitThenRecord(false);
+      break;
+    case ChargeDecision::Release:
+      limitThenRecord(true);
+      break;
+    case ChargeDecision::Nothing:
+      break;
+  }
+}
+
+void ChargeHold::releaseWithoutConsumers() {
+  if (macHasBattery_ == kNoBattery || !powerLimitEnabled_) return;
+  limitCharge_(
+      [this](const std::optional<std::string>& reply) {
+        logReply(reply);
+        setPowerLimitEnabled(false);
+      },
+      true);
+}
+
+void ChargeHold::releaseThen(std::function<void()> action) {
+  limitCharge_(
+      [this, action = std::move(action)](const std::optional<std::string>& reply) {
+        setPowerLimitEnabled(false);
+        logReply(reply);
+        action();
+      },
+      true);
+}
+
+void ChargeHold::limitThenRecord(bool mode) {
+  limitCharge_(
+      [this, mode](const std::optional<std::string>& reply) {
+        setPowerLimitEnabled(!mode);
+        logReply(reply);
+      },
+      mode);
+}
+
+void ChargeHold::logReply(const std::optional<std::string>& reply) { log_.line(reply.value_or("(null)")); }
+
+}  // namespace quorlin

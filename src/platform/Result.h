@@ -1,0 +1,60 @@
+/// The one way in which something that can fail says that it did.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <variant>
+
+namespace quorlin {
+
+/// A failure, described for people and for the code that handles it.
+struct Trouble {
+  /// Follows the place in a sentence: "cannot be read".
+  std::string what;
+  /// The file, service or program; may be empty.
+  std::string where = {};
+  /// The reason; empty if it is unknown.
+  std::string why = {};
+  /// The reason's number in errno.h; 0 if it has none.
+  int error = 0;
+
+  /// "WHERE WHAT: WHY", without what is empty.
+  std::string text() const {
+    std::string text = where;
+    for (const auto& [separator, part] : {std::pair(" ", &what), std::pair(": ", &why)}) {
+      if (!text.empty() && !part->empty()) text += separator;
+      text += *part;
+    }
+    return text;
+  }
+};
+
+/// A value, or the trouble in its place, with the names of std::expected, which C++20 lacks. What can fail
+/// and has no value to give returns an optional Trouble.
+template <typename Value, typename Error = Trouble>
+class [[nodiscard]] Result {
+ public:
+  Result(Value value) : held_(std::in_place_index<0>, std::move(value)) {}
+  Result(Error error) : held_(std::in_place_index<1>, std::move(error)) {}
+
+  explicit operator bool() const { return held_.index() == 0; }
+
+  /// These four need a value.
+  const Value& operator*() const& { return *std::get_if<0>(&held_); }
+  Value& operator*() & { return *std::get_if<0>(&held_); }
+  Value&& operator*() && { return std::move(*std::get_if<0>(&held_)); }
+  const Value* operator->() const { return std::get_if<0>(&held_); }
+  Value* operator->() { return std::get_if<0>(&held_); }
+
+  Value value_or(Value other) const& { return *this ? **this : std::move(other); }
+  Value value_or(Value other) && { return *this ? *std::move(*this) : std::move(other); }
+
+  /// Needs a trouble.
+  const Error& error() const { return *std::get_if<1>(&held_); }
+
+ private:
+  std::variant<Value, Error> held_;
+};
+
+}  // namespace quorlin

@@ -1,0 +1,226 @@
+#include "platform/linux/desktop/Application.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <iterator>
+#include <utility>
+
+namespace quorlin {
+namespace {
+
+constexpr const char* kInterface = "org.freedesktop.Application";
+
+/// The variable in which a desktop passes a program the token to come to the foreground with (Startup
+/// Notification, XDG Activation), and the key under which the program passes it on.
+constexpr std::array<std::pair<const char*, const char*>, 2> kActivationTokens = {
+    {{"DESKTOP_STARTUP_ID", "desktop-startup-id"}, {"XDG_ACTIVATION_TOKEN", "activation-token"}}};
+
+/// How long another instance may take to answer, and how often one may leave instead.
+constexpr std::chrono::microseconds kPatience = std::chrono::seconds(5);
+constexpr int kAttempts = 5;
+
+/// Marks the call as a person's, with the desktop's tokens where there are any.
+void appendPlatformData(sd_bus_message* message) {
+  checked(sd_bus_message_open_container(message, 'a', "{sv}"), "hand over to the running instance");
+  for (const auto& [variable, key] : kActivationTokens) {
+    const char* token = std::getenv(variable);
+    checked(sd_bus_message_append(message, "{sv}", key, "s", token == nullptr ? "" : token),
+            "hand over to the running instance");
+  }
+  checked(sd_bus_message_close_container(message), "hand over to the running instance");
+}
+
+std::vector<std::string> readKeys(sd_bus_message* message) {
+  std::vector<std::string> keys;
+  checked(sd_bus_message_enter_container(message, 'a', "{sv}"), "read platform data");
+  while (checked(sd_bus_message_enter_container(message, 'e', "sv"), "read platform data") > 0) {
+    const char* key = nullptr;
+    checked(sd_bus_message_read_basic(message, 's', &key), "read platform data");
+    keys.emplace_back(key);
+    checked(sd_bus_message_skip(message, "v"), "read platform data");
+    checked(sd_bus_message_exit_container(message), "read platform data");
+  }
+  checked(sd_bus_message_exit_container(message), "read platform data");
+  return keys;
+}
+
+std::vector<std::string> readStrings(sd_bus_message* message) {
+  std::vector<std::string> strings;
+  checked(sd_bus_message_enter_container(message, 'a', "s"), "read URLs");
+  const char* text = nullptr;
+  while (checked(sd_bus_message_read_basic(message, 's', &text), "read URLs") > 0) strings.emplace_back(text);
+  checked(sd_bus_message_exit_container(message), "read URLs");
+  return strings;
+}
+
+}  // namespace
+
+/// The methods of org.freedesktop.Application. Each answers before it acts, since an action may take long.
+struct BusApplication::Methods {
+  template <typename T>
+  static int answerThenAct(sd_bus_message* message, void* self, sd_bus_error* error,
+                           T (*read)(sd_bus_message*), void (BusApplication::*act)(const T&)) {
+    try {
+      const T argument = read(message);
+      sd_bus_reply_method_return(message, nullptr);
+      (static_cast<BusApplication*>(self)->*act)(argument);
+      return 1;
+    } catch (const BusError& failure) {
+      return sd_bus_error_set(error, SD_BUS_ERROR_INVALID_ARGS, failure.what());
+    }
+  }
+
+  static int activate(sd_bus_message* message, void* self, sd_bus_error* error) {
+    return answerThenAct(message, self, error, readKeys, &BusApplication::activated);
+  }
+
+  static int open(sd_bus_message* message, void* self, sd_bus_error* error) {
+    return answerThenAct(message, self, error, readStrings, &BusApplication::opened);
+  }
+
+  static int activateAction(sd_bus_message* /*message*/, void* /*self*/, sd_bus_error* error) {
+    return sd_bus_error_set(error, SD_BUS_ERROR_NOT_SUPPORTED, "this program has no actions");
+  }
+
+  static const sd_bus_vtable* table() {
+    static const std::array<sd_bus_vtable, 5> table = {
+        {SD_BUS_VTABLE_START(0),
+         SD_BUS_METHOD("Activate", "a{sv}", nullptr, activate, SD_BUS_VTABLE_UNPRIVILEGED),
+         SD_BUS_METHOD("Open", "asa{sv}", nullptr, open, SD_BUS_VTABLE_UNPRIVILEGED),
+         SD_BUS_METHOD("ActivateAction", "sava{sv}", nullptr, activateAction, SD_BUS_VTABLE_UNPRIVILEGED),
+         SD_BUS_VTABLE_END}};
+    return table.data();
+  }
+};
+
+BusApplication::BusApplication(const Bus& bus, BusSource& busSource, LinuxRunLoop& runLoop, Log& log,
+                               std::string id, std::vector<std::string> arguments)
+    : bus_(bus),
+      busSource_(busSource),
+      runLoop_(runLoop),
+      log_(log),
+      id_(std::move(id)),
+      path_("/" + id_),
+      arguments_(std::move(arguments)) {
+  std::ranges::replace(path_, '.', '/');
+}
+
+BusApplication::~BusApplication() = default;
+
+bool BusApplication::becomeOnlyInstance() {
+  // The object comes first: messages for the name may arrive as soon as it is owned.
+  sd_bus_slot* slot = nullptr;
+  checked(sd_bus_add_object_vtable(bus_.get(), &slot, path_.c_str(), kInterface, Methods::table(), this),
+          "offer the application on the session bus");
+  object_.reset(slot);
+  // The other instance may leave before it answers; then the name is free.
+  for (int attempts = 0; attempts < kAttempts; ++attempts) {
+    const int requested = sd_bus_request_name(bus_.get(), id_.c_str(), 0);
+    if (requested != -EEXIST) {
+      checked(requested, "take the application's name on the session bus");
+      return true;
+    }
+    if (handOver()) break;
+  }
+  object_.reset();
+  return false;
+}
+
+bool BusApplication::handOver() const {
+  const std::vector<std::string> toOpen = urls();
+  const BusMessage handOver =
+      methodCall(bus_.get(), {id_.c_str(), path_.c_str(), kInterface}, toOpen.empty() ? "Activate" : "Open");
+  if (!toOpen.empty()) {
+    std::vector<char*> list;
+    list.reserve(toOpen.size() + 1);
+    for (const std::string& url : toOpen) list.push_back(const_cast<char*>(url.c_str()));
+    list.push_back(nullptr);
+    checked(sd_bus_message_append_strv(handOver.get(), list.data()), "hand over to the running instance");
+  }
+  const bool silent = std::ranges::find(arguments_, "-silent") != arguments_.end();
+  if (silent) {
+    checked(sd_bus_message_append(handOver.get(), "a{sv}", 0), "hand over to the running instance");
+  } else {
+    appendPlatformData(handOver.get());
+  }
+  sd_bus_message_set_auto_start(handOver.get(), 0);
+  const auto before = std::chrono::steady_clock::now();
+  const auto answer = call(bus_.get(), handOver, kPatience);
+  if (answer) return true;
+  // The bus reports at once that it has left; only the time reveals an instance that hangs.
+  const bool hasLeft = std::chrono::steady_clock::now() - before < kPatience &&
+                       answer.error().isOneOf({SD_BUS_ERROR_NO_REPLY, SD_BUS_ERROR_SERVICE_UNKNOWN,
+                                               SD_BUS_ERROR_NAME_HAS_NO_OWNER});
+  if (!hasLeft) throw BusError("the running instance does not answer: " + answer.error().message);
+  return false;
+}
+
+std::vector<std::string> BusApplication::urls() const {
+  std::vector<std::string> urls;
+  std::ranges::copy_if(arguments_, std::back_inserter(urls),
+                       [](const std::string& argument) { return argument.find("://") != std::string::npos; });
+  return urls;
+}
+
+void BusApplication::run(ApplicationDelegate& delegate) {
+  delegate_ = &delegate;
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    signals_.push_back(LinuxRunLoop::watchSignal(signal, [this] { askToTerminate(); }));
+  }
+  const auto busWentAway = [this] {
+    log_.line("the session bus has gone away");
+    askToTerminate();
+  };
+  busSource_.setDisconnectedHandler(busWentAway);
+  try {
+    delegate.applicationWillFinishLaunching();
+    delegate.applicationDidFinishLaunching();
+    opened(urls());
+    // The call for which the bus has started this program waits, also when launching has asked to end.
+    while (sd_bus_process(bus_.get(), nullptr) > 0) {
+    }
+  } catch (const BusError&) {
+    if (sd_bus_is_open(bus_.get()) > 0) throw;
+    busSource_.setDisconnectedHandler(nullptr);
+    busWentAway();
+  }
+  runLoop_.run();
+  busSource_.setDisconnectedHandler(nullptr);
+  signals_.clear();
+  delegate_ = nullptr;
+}
+
+void BusApplication::terminate() {
+  if (runLoop_.isMainThread()) {
+    askToTerminate();
+  } else {
+    runLoop_.performOnMainThread([this] { askToTerminate(); });
+  }
+}
+
+void BusApplication::askToTerminate() {
+  if (delegate_ != nullptr && delegate_->applicationShouldTerminate() == TerminateReply::Now) runLoop_.stop();
+}
+
+void BusApplication::activated(const std::vector<std::string>& platformData) {
+  if (delegate_ == nullptr) return;
+  // A bare reopen has no parameters. A person's carries the desktop's data.
+  ApplicationEvent event{.id = "rapp", .description = "aevt\\rapp{"};
+  if (!platformData.empty()) {
+    event.description += " prdt:";
+    for (const std::string& key : platformData) event.description += " " + key;
+  }
+  event.description += " }";
+  delegate_->applicationShouldHandleReopen(event, false);
+}
+
+void BusApplication::opened(const std::vector<std::string>& urls) {
+  if (!urlHandler_) return;
+  for (const std::string& url : urls) urlHandler_(url);
+}
+
+}  // namespace quorlin

@@ -1,0 +1,49 @@
+#include "platform/linux/desktop/DefaultUrlHandler.h"
+
+#include "platform/linux/desktop/KeyFile.h"
+
+#include <algorithm>
+#include <cctype>
+#include <string>
+
+namespace quorlin {
+namespace {
+
+constexpr const char* kGroup = "Default Applications";
+
+/// Whether the list has changed.
+bool putFirst(GKeyFile* list, const std::string& type, const std::string& entry) {
+  const GText found(g_key_file_get_value(list, kGroup, type.c_str(), nullptr));
+  std::string others = found ? found.get() : "";
+  if (others == entry || others.starts_with(entry + ";")) return false;
+  const std::string value = others.empty() ? entry : entry + ";" + others;
+  g_key_file_set_value(list, kGroup, type.c_str(), value.c_str());
+  return true;
+}
+
+std::string lowerCase(std::string_view text) {
+  std::string lower(text);
+  std::ranges::transform(lower, lower.begin(), [](unsigned char letter) { return std::tolower(letter); });
+  return lower;
+}
+
+}  // namespace
+
+std::filesystem::path mimeApplicationsFile() {
+  return std::filesystem::path(g_get_user_config_dir()) / "mimeapps.list";
+}
+
+std::optional<Trouble> setDefaultUrlHandler(const std::filesystem::path& mimeApplications,
+                                            std::string_view scheme, std::string_view applicationId) {
+  const std::filesystem::path target = behindLinks(mimeApplications);
+  const Result<KeyFile> list = loadKeyFile(target);
+  if (!list) return list.error();
+  // Desktops look a scheme up in lower case, xdg-open as it is written.
+  const std::string type = "x-scheme-handler/";
+  const std::string entry = std::string(applicationId) + ".desktop";
+  const bool asWritten = putFirst(list->get(), type + std::string(scheme), entry);
+  const bool lower = putFirst(list->get(), type + lowerCase(scheme), entry);
+  return asWritten || lower ? saveKeyFile(list->get(), target) : std::nullopt;
+}
+
+}  // namespace quorlin

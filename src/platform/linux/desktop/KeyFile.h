@@ -1,0 +1,37 @@
+/// Files of groups, keys and values, as GLib reads and writes them.
+#pragma once
+
+#include "platform/Result.h"
+
+#include <cerrno>
+#include <filesystem>
+#include <memory>
+#include <optional>
+
+#include <glib.h>
+
+namespace quorlin {
+
+struct KeyFileUnref {
+  void operator()(GKeyFile* keyFile) const { g_key_file_unref(keyFile); }
+};
+using KeyFile = std::unique_ptr<GKeyFile, KeyFileUnref>;
+
+struct GFree {
+  void operator()(gchar* text) const { g_free(text); }
+};
+using GText = std::unique_ptr<gchar, GFree>;
+
+/// The error of a file that can be read but is malformed.
+inline constexpr int kMalformed = EBADMSG;
+
+/// With comments and translations; an absent file is empty.
+Result<KeyFile> loadKeyFile(const std::filesystem::path& file);
+
+/// Where a link leads, also to a file that does not exist yet, so that the link stays a link.
+std::filesystem::path behindLinks(std::filesystem::path file);
+
+/// Replaces the file as a whole; makes its folder.
+std::optional<Trouble> saveKeyFile(GKeyFile* keyFile, const std::filesystem::path& file);
+
+}  // namespace quorlin

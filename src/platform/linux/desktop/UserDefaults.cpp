@@ -1,0 +1,145 @@
+#include "platform/linux/desktop/UserDefaults.h"
+
+#include "platform/linux/desktop/KeyFile.h"
+#include "platform/posix/TextFile.h"
+
+#include <charconv>
+#include <limits>
+#include <memory>
+#include <system_error>
+#include <utility>
+
+#include <glib.h>
+
+namespace quorlin {
+namespace {
+
+constexpr const char* kGroup = "Settings";
+
+/// Copies a malformed file to a free name beside it, and returns that.
+Result<std::filesystem::path> keepAside(const std::filesystem::path& file) {
+  std::error_code error;
+  std::filesystem::path aside = file.string() + ".unreadable";
+  for (int i = 2; std::filesystem::exists(aside, error); ++i) {
+    aside = file.string() + ".unreadable-" + std::to_string(i);
+  }
+  if (!error) std::filesystem::copy_file(file, aside, error);
+  if (error)
+    return systemTrouble("is malformed and cannot be copied to " + aside.string(), file, error.value());
+  return aside;
+}
+
+std::string isoText(Date date) {
+  const auto seconds = std::chrono::floor<std::chrono::seconds>(date);
+  const std::unique_ptr<GDateTime, decltype(&g_date_time_unref)> whole(
+      g_date_time_new_from_unix_utc(seconds.time_since_epoch().count()), g_date_time_unref);
+  if (!whole) return {};
+  const GText text(g_date_time_format(whole.get(), "%Y-%m-%dT%H:%M:%S"));
+  std::string fraction = std::to_string((date - seconds).count());
+  fraction.insert(0, 6 - fraction.size(), '0');
+  return std::string(text.get()) + "." + fraction + "Z";
+}
+
+}  // namespace
+
+std::filesystem::path settingsFile() {
+  return std::filesystem::path(g_get_user_config_dir()) / "quorlin-sensors" / "settings.conf";
+}
+
+KeyFileUserDefaults::KeyFileUserDefaults(std::filesystem::path file, Log& log)
+    : file_(std::move(file)), log_(log) {
+  const Result<KeyFile> keyFile = loadKeyFile(file_);
+  if (!keyFile) {
+    log_.line("the settings are ignored: " + keyFile.error().text());
+    return;
+  }
+  gsize count = 0;
+  const std::unique_ptr<gchar*, decltype(&g_strfreev)> keys(
+      g_key_file_get_keys(keyFile->get(), kGroup, &count, nullptr), g_strfreev);
+  for (gsize i = 0; i < count; ++i) {
+    const char* key = keys.get()[i];
+    const GText value(g_key_file_get_value(keyFile->get(), kGroup, key, nullptr));
+    if (value) values_.emplace(key, value.get());
+  }
+}
+
+std::optional<std::string> KeyFileUserDefaults::text(std::string_view key) const {
+  const std::scoped_lock lock(mutex_);
+  const auto value = values_.find(key);
+  return value == values_.end() ? std::nullopt : std::optional(value->second);
+}
+
+std::int64_t KeyFileUserDefaults::integer(std::string_view key) const {
+  const std::string value = text(key).value_or("");
+  if (value == "true" || value == "yes") return 1;
+  std::int64_t number = 0;
+  const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), number);
+  if (error == std::errc::result_out_of_range) {
+    return value.front() == '-' ? std::numeric_limits<std::int64_t>::min()
+                                : std::numeric_limits<std::int64_t>::max();
+  }
+  return number;
+}
+
+bool KeyFileUserDefaults::boolean(std::string_view key) const { return integer(key) != 0; }
+
+std::optional<Date> KeyFileUserDefaults::date(std::string_view key) const {
+  const std::optional<std::string> value = text(key);
+  if (!value) return std::nullopt;
+  const std::unique_ptr<GDateTime, decltype(&g_date_time_unref)> parsed(
+      g_date_time_new_from_iso8601(value->c_str(), nullptr), g_date_time_unref);
+  if (!parsed) return std::nullopt;
+  return Date(std::chrono::seconds(g_date_time_to_unix(parsed.get())) +
+              std::chrono::microseconds(g_date_time_get_microsecond(parsed.get())));
+}
+
+void KeyFileUserDefaults::setInteger(std::string_view key, std::int64_t value) {
+  change(key, std::to_string(value));
+}
+
+void KeyFileUserDefaults::setBoolean(std::string_view key, bool value) {
+  change(key, value ? "true" : "false");
+}
+
+void KeyFileUserDefaults::setDate(std::string_view key, Date value) { change(key, isoText(value)); }
+
+void KeyFileUserDefaults::remove(std::string_view key) { change(key, std::nullopt); }
+
+void KeyFileUserDefaults::change(std::string_view key, std::optional<std::string> value) {
+  const std::scoped_lock lock(mutex_);
+  if (value) {
+    values_.insert_or_assign(std::string(key), *value);
+  } else {
+    values_.erase(std::string(key));
+  }
+  unsaved_.insert_or_assign(std::string(key), std::move(value));
+  store();
+}
+
+void KeyFileUserDefaults::store() {
+  const std::filesystem::path target = behindLinks(file_);
+  Result<KeyFile> keyFile = loadKeyFile(target);
+  if (!keyFile && keyFile.error().error == kMalformed) {
+    const Result<std::filesystem::path> aside = keepAside(target);
+    if (aside) {
+      log_.line("the malformed settings are kept in " + aside->string());
+      keyFile = KeyFile(g_key_file_new());
+    } else {
+      keyFile = aside.error();
+    }
+  }
+  if (!keyFile) return log_.line("the settings are not saved: " + keyFile.error().text());
+  for (const auto& [key, value] : unsaved_) {
+    if (value) {
+      g_key_file_set_value(keyFile->get(), kGroup, key.c_str(), value->c_str());
+    } else {
+      g_key_file_remove_key(keyFile->get(), kGroup, key.c_str(), nullptr);
+    }
+  }
+  if (const std::optional<Trouble> trouble = saveKeyFile(keyFile->get(), target)) {
+    return log_.line("the settings are not saved: " + trouble->text());
+  }
+  unsaved_.clear();
+}
+
+}  // namespace quorlin

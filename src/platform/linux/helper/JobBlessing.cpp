@@ -1,0 +1,13 @@
+#include "platform/linux/helper/JobBlessing.h"
+
+#include "platform/linux/helper/HelperInstaller.h"
+#include "platform/linux/processes/BundledPrograms.h"
+
+namespace quorlin {
+
+bool LinuxJobBlessing::bless(std::string_view /*label*/, const Authorization* /*authorization*/) {
+  const std::filesystem::path helper = bundledProgram(kHelperFileName);
+  return !helper.empty() && runHelperInstaller(helper).kind == InstallerOutcome::Kind::Installed;
+}
+
+}  // namespace quorlin

@@ -1,0 +1,60 @@
+#include "platform/linux/power/ChargeOffer.h"
+
+#include "platform/linux/power/SystemBatteries.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <span>
+#include <system_error>
+
+namespace quorlin {
+namespace {
+
+constexpr std::array<std::string_view, 4> kBehaviours = {"auto", kInhibitCharge, "inhibit-charge-awake",
+                                                         "force-discharge"};
+constexpr std::array<std::string_view, 7> kTypes = {"Trickle",     "Fast",      "Standard", "Adaptive",
+                                                    kCustomCharge, "Long_Life", "Bypass"};
+
+/// The choices of an attribute that is a list of them; none for a percentage.
+std::span<const std::string_view> choicesOf(std::string_view attribute) {
+  if (attribute == kChargeBehaviour) return kBehaviours;
+  if (attribute == kChargeTypes) return kTypes;
+  return {};
+}
+
+/// Whether a choice is in an attribute's list, in which the one in force has brackets.
+bool hasChoice(const std::filesystem::path& battery, std::string_view attribute, std::string_view choice) {
+  std::string choices = ' ' + supplyText(battery, attribute) + ' ';
+  std::ranges::replace_if(
+      choices, [](char character) { return character == '[' || character == ']'; }, ' ');
+  return choices.find(' ' + std::string(choice) + ' ') != std::string::npos;
+}
+
+}  // namespace
+
+ChargeOffer chargeOfferOf(const std::filesystem::path& battery) {
+  std::error_code ignored;
+  return {.inhibitsCharge = hasChoice(battery, kChargeBehaviour, kInhibitCharge),
+          .hasEndThreshold = std::filesystem::exists(battery / kEndThreshold, ignored),
+          .hasCustomType = hasChoice(battery, kChargeTypes, kCustomCharge)};
+}
+
+bool isChargeValue(std::string_view attribute, std::string_view value) {
+  const auto choices = choicesOf(attribute);
+  if (!choices.empty()) return std::ranges::find(choices, value) != choices.end();
+  if (attribute != kEndThreshold && attribute != kStartThreshold) return false;
+  unsigned percent = 0;
+  const auto [stop, error] = std::from_chars(value.data(), value.data() + value.size(), percent);
+  return error == std::errc() && stop == value.data() + value.size() && percent <= 100;
+}
+
+std::string chargeValue(const std::filesystem::path& battery, std::string_view attribute) {
+  std::string text = supplyText(battery, attribute);
+  if (choicesOf(attribute).empty()) return text;
+  const std::size_t open = text.find('[');
+  const std::size_t close = text.find(']', open);
+  return close == std::string::npos ? std::string() : text.substr(open + 1, close - open - 1);
+}
+
+}  // namespace quorlin

@@ -1,0 +1,48 @@
+#include "platform/linux/sensors/LinuxSensorsEngine.h"
+
+#include <utility>
+
+namespace quorlin {
+
+LinuxSensorsEngine::LinuxSensorsEngine(const SystemRoots& roots, Log& log, MonotonicClock clock)
+    : sysfsRoot_(roots.sysfs.string()),
+      log_(log),
+      clock_(std::move(clock)),
+      hwmonWatch_(sysfsRoot_ + "/class/hwmon"),
+      thermalWatch_(sysfsRoot_ + "/class/thermal"),
+      diskReader_(sysfsRoot_, roots.procfs.string(), log),
+      sensorReader_(log) {}
+
+std::unique_ptr<SensorsReading> LinuxSensorsEngine::getSensorsInfo(StatisticsData& /*fresh*/) {
+  discoverIfChanged();
+  auto reading = std::make_unique<LinuxSensorsReading>();
+  reading->time = clock_();
+  reading->disks = diskReader_.read();
+  reading->catalogue = catalogue_;
+  reading->values = sensorReader_.read(reading->time, reading->disks);
+  return reading;
+}
+
+void LinuxSensorsEngine::discoverIfChanged() {
+  // Ask both, so that neither reports its change again at the next reading.
+  const bool chipsChanged = hwmonWatch_.hasChanged();
+  const bool zonesChanged = thermalWatch_.hasChanged();
+  if (!chipsChanged && !zonesChanged && !discoveryIsDue_ && !sensorReader_.foundStale()) return;
+
+  const Discovery discovery = discoverSensors(sysfsRoot_);
+  discoveryIsDue_ = !discovery.complete;
+  // An earlier complete discovery is better than one that lacked descriptors.
+  if (discoveryIsDue_ && catalogue_) return;
+  reportNameless(discovery.chips);
+  catalogue_ = std::make_shared<const SensorCatalogue>(catalogueOf(discovery.chips));
+  sensorReader_.adopt(discovery.chips, catalogue_);
+}
+
+void LinuxSensorsEngine::reportNameless(const std::vector<FoundChip>& chips) {
+  for (const FoundChip& chip : chips) {
+    if (!chip.name.empty() || !nameless_.insert(chip.idPrefix).second) continue;
+    log_.line("The sensor chip at " + chip.directory + " has no name and is shown as " + chip.displayName);
+  }
+}
+
+}  // namespace quorlin

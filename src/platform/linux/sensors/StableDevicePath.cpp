@@ -1,0 +1,53 @@
+#include "platform/linux/sensors/SensorDiscovery.h"
+
+#include <algorithm>
+#include <array>
+
+namespace quorlin {
+namespace {
+
+bool isNumber(std::string_view text) {
+  return !text.empty() && std::ranges::all_of(text, [](char c) { return c >= '0' && c <= '9'; });
+}
+
+bool isEnumerated(std::string_view component) {
+  constexpr std::array<std::string_view, 4> kinds = {"nvme", "host", "i2c-", "phy"};
+  if (component.starts_with("target") && component.find(':') != std::string_view::npos) return true;
+  return std::ranges::any_of(kinds, [component](std::string_view kind) {
+    return component.starts_with(kind) && isNumber(component.substr(kind.size()));
+  });
+}
+
+/// An address on a bus without the number of the bus.
+std::string_view addressOnBus(std::string_view component) {
+  const std::size_t end = component.find_first_of(":-");
+  if (end == std::string_view::npos || !isNumber(component.substr(0, end))) return component;
+  const std::string_view rest = component.substr(end + 1);
+  const bool scsi = component[end] == ':' && std::ranges::count(rest, ':') == 2;  // host:channel:id:lun
+  const bool i2c = component[end] == '-' && rest.size() == 4 && rest.starts_with("00");
+  return scsi || i2c ? rest : component;
+}
+
+/// A HID device without its instance: bus:vendor:product.instance.
+std::string_view withoutHidInstance(std::string_view component) {
+  const bool hid =
+      component.size() == 19 && component[4] == ':' && component[9] == ':' && component[14] == '.';
+  return hid ? component.substr(0, 14) : component;
+}
+
+}  // namespace
+
+std::string withoutEnumeration(std::string_view devicePath) {
+  std::string stable;
+  while (!devicePath.empty()) {
+    const std::size_t length = std::min(devicePath.find('/'), devicePath.size());
+    const std::string_view component = devicePath.substr(0, length);
+    devicePath.remove_prefix(std::min(length + 1, devicePath.size()));
+    if (isEnumerated(component)) continue;
+    if (!stable.empty()) stable += '/';
+    stable += withoutHidInstance(addressOnBus(component));
+  }
+  return stable;
+}
+
+}  // namespace quorlin

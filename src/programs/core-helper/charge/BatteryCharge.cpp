@@ -1,0 +1,183 @@
+#include "programs/core-helper/charge/BatteryCharge.h"
+
+#include "platform/posix/FileDescriptor.h"
+#include "platform/posix/TextFile.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <utility>
+#include <vector>
+
+#include <fcntl.h>
+
+namespace quorlin {
+namespace {
+
+/// Some firmware wants that much between the start and the end of charging, in percent.
+constexpr int kThresholdGap = 5;
+
+/// Where charging may end: at this charge, else at one of the steps that firmware knows below it.
+std::vector<int> endsFor(int charge) {
+  std::vector<int> ends = {charge};
+  for (const int step : {80, 60, 50}) {
+    if (step < charge) ends.push_back(step);
+  }
+  return ends;
+}
+
+/// Some firmware reports 0 when it has no threshold.
+bool isEndFor(int charge, std::optional<int> end) { return end && *end >= 1 && *end <= charge; }
+
+bool isBack(const FormerValue& former, std::string_view now) {
+  return now == former.value || (former.attribute == kEndThreshold && former.value == "0" && now == "100");
+}
+
+/// Whether no other value would fare better.
+bool isFinal(int error) {
+  constexpr std::array errors = {ENODEV, ENOENT, EROFS, EACCES, EPERM};
+  return std::ranges::find(errors, error) != errors.end();
+}
+
+}  // namespace
+
+BatteryCharge::BatteryCharge(std::filesystem::path folder, HeldCharge& held)
+    : folder_(std::move(folder)), name_(folder_.filename()), held_(held) {}
+
+Result<std::string> BatteryCharge::hold(int least) {
+  const bool wasHeld = held_.isAbout(name_);
+  Result<std::string> outcome = holdByWhatIsOffered(least);
+  // An earlier hold stops charging at least above this charge.
+  if (!outcome && !wasHeld) putBack();
+  // Read only now: some drivers round a value, or move one threshold with the other.
+  for (const std::string_view attribute : kHeldAttributes) {
+    const FormerValue* const former = held_.find(name_, attribute);
+    if (former != nullptr && former->ours.empty()) held_.setOurs(name_, attribute, value(attribute));
+  }
+  return outcome;
+}
+
+std::string BatteryCharge::putBack() {
+  std::string text;
+  const auto add = [&text](const std::optional<Trouble>& trouble) {
+    if (trouble) text += (text.empty() ? "" : "; ") + trouble->text();
+  };
+  // Before anything is written, since some drivers move one threshold with the other.
+  for (const std::string_view attribute : kHeldAttributes) add(leaveToOthers(attribute));
+  // Drivers refuse a start that is not below the end, also below an end that another program has set.
+  const FormerValue* const start = held_.find(name_, kStartThreshold);
+  if (start != nullptr && held_.find(name_, kEndThreshold) == nullptr &&
+      std::stoi(start->value) >= percent(kEndThreshold).value_or(101)) {
+    held_.forget(name_, kStartThreshold);
+  }
+  add(putBack(kChargeBehaviour));
+  // Holding has lowered both, so the end has to rise first.
+  add(putBack(kEndThreshold));
+  if (held_.find(name_, kEndThreshold) == nullptr) add(putBack(kStartThreshold));
+  add(putBack(kChargeTypes));
+  return text.empty() ? "the charge settings are restored" : text;
+}
+
+Result<std::string> BatteryCharge::holdByWhatIsOffered(int least) {
+  const bool mayChargeOn = percent("capacity").value_or(100) < least;
+  const ChargeOffer offer = chargeOfferOf(folder_);
+  if (offer.inhibitsCharge && !mayChargeOn) return holdByBehaviour();
+  if (offer.hasEndThreshold) return holdByThreshold(least, offer);
+  if (!offer.inhibitsCharge) return Trouble{.what = "the driver cannot hold the charge"};
+  return Trouble{.what = "it keeps charging because its charge is below " + std::to_string(least) + " %"};
+}
+
+Result<std::string> BatteryCharge::holdByBehaviour() {
+  change(kChargeBehaviour, kInhibitCharge);
+  if (value(kChargeBehaviour) != kInhibitCharge) return refused(kChargeBehaviour, kInhibitCharge);
+  return std::string("the charge is held (charge_behaviour inhibit-charge)");
+}
+
+Result<std::string> BatteryCharge::holdByThreshold(int least, const ChargeOffer& offer) {
+  const std::optional<int> capacity = percent("capacity");
+  if (!capacity) return Trouble{.what = "its charge cannot be read"};
+  const int charge = std::clamp(std::max(*capacity, least), 1, 100);
+  for (const int wanted : endsFor(charge)) {
+    if (isOver_ || isEndFor(charge, percent(kEndThreshold))) break;
+    setEnd(wanted);
+  }
+  const std::optional<int> end = percent(kEndThreshold);
+  if (!isEndFor(charge, end)) return refused(kEndThreshold, std::to_string(charge));
+  // The thresholds are used with this type only (Documentation/ABI/testing/sysfs-class-power).
+  trouble_.reset();
+  if (offer.hasCustomType) {
+    change(kChargeTypes, kCustomCharge);
+    if (value(kChargeTypes) != kCustomCharge) return refused(kChargeTypes, kCustomCharge);
+  }
+  return "the charge is held at " + std::to_string(*end) + " % (charge_control_end_threshold)";
+}
+
+void BatteryCharge::setEnd(int percentage) {
+  // Its start is not lowered for an end that could not be restored.
+  if (!writeDown(kEndThreshold)) return;
+  const int start = std::max(percentage - kThresholdGap, 0);
+  if (percent(kStartThreshold).value_or(0) > start) change(kStartThreshold, std::to_string(start));
+  change(kEndThreshold, std::to_string(percentage));
+}
+
+void BatteryCharge::change(std::string_view attribute, std::string_view wanted) {
+  if (isOver_ || value(attribute) == wanted || !writeDown(attribute)) return;
+  wasAsked_ = true;
+  const std::optional<Trouble> trouble = write(attribute, wanted);
+  isOver_ = trouble && isFinal(trouble->error);
+  if (!trouble_) trouble_ = trouble;
+}
+
+bool BatteryCharge::writeDown(std::string_view attribute) {
+  const std::optional<Trouble> trouble = held_.remember(name_, attribute, value(attribute));
+  if (!trouble) return true;
+  isOver_ = true;
+  if (!trouble_) trouble_ = Trouble{.what = trouble->text() + "; nothing is changed"};
+  return false;
+}
+
+std::optional<Trouble> BatteryCharge::write(std::string_view attribute, std::string_view wanted) const {
+  // The line end lets a plain file be read back too, though it was longer before.
+  const std::string line = std::string(wanted) + '\n';
+  const FileDescriptor file(open((folder_ / attribute).c_str(), O_WRONLY | O_CLOEXEC));
+  if (file && ::write(file.get(), line.data(), line.size()) >= 0) return std::nullopt;
+  const int error = errno;
+  if (error == EINVAL) return std::nullopt;
+  return systemTrouble("cannot be set to " + std::string(wanted), std::string(attribute), error);
+}
+
+std::optional<Trouble> BatteryCharge::leaveToOthers(std::string_view attribute) {
+  const FormerValue* const former = held_.find(name_, attribute);
+  const std::string now = value(attribute);
+  if (former == nullptr || former->ours.empty() || now.empty()) return std::nullopt;
+  if (now == former->ours || isBack(*former, now)) return std::nullopt;
+  held_.forget(name_, attribute);
+  return Trouble{.what = "another program set " + std::string(attribute) + " to " + displayText(now) +
+                         "; that value stays"};
+}
+
+std::optional<Trouble> BatteryCharge::putBack(std::string_view attribute) {
+  const FormerValue* const former = held_.find(name_, attribute);
+  if (former == nullptr) return std::nullopt;
+  std::optional<Trouble> trouble;
+  if (!isBack(*former, value(attribute))) trouble = write(attribute, former->value);
+  // A firmware that shows 0 for no threshold may refuse it.
+  if (attribute == kEndThreshold && former->value == "0" && !isBack(*former, value(attribute)))
+    write(attribute, "100");
+  const std::string now = value(attribute);
+  if (isBack(*former, now)) {
+    held_.forget(name_, attribute);
+    return std::nullopt;
+  }
+  held_.setOurs(name_, attribute, now);
+  return trouble ? trouble : keeps(attribute, former->value);
+}
+
+Trouble BatteryCharge::keeps(std::string_view attribute, std::string_view wanted) const {
+  const std::string now = displayText(value(attribute));
+  if (now.empty()) return {.what = "cannot be read", .where = std::string(attribute)};
+  return {.what = "the firmware kept " + std::string(attribute) + " at " + now + "; " + std::string(wanted) +
+                  " was requested"};
+}
+
+}  // namespace quorlin

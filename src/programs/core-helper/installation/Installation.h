@@ -1,0 +1,30 @@
+/// Installs the root helper on a machine, and removes it.
+#pragma once
+
+#include "programs/core-helper/installation/InstallFolders.h"
+
+#include <filesystem>
+
+namespace quorlin {
+
+/// Copies the program and its files for systemd, the system bus and polkit to their places below the root:
+/// all of them or, with an InstallationError, none. Replaces earlier ones.
+void installHelper(const std::filesystem::path& root,
+                   const std::filesystem::path& program = "/proc/self/exe");
+
+/// Removes the files of installHelper() below the root, and the helper's state; an absent file is not an
+/// error. An InstallationError names the files that cannot be removed, after all others are gone.
+void removeHelper(const std::filesystem::path& root);
+
+/// Has systemd and the system bus reload their files; polkit watches its own. Does nothing where they do not
+/// run. A refusal is a line on the error stream.
+void reloadServices();
+
+/// Has systemd stop a running helper, and waits for the unit's clean-up. Does nothing without systemd. A
+/// failure is a line on the error stream.
+void stopService();
+
+/// Throws InstallationError unless the program runs as root.
+void requireRoot();
+
+}  // namespace quorlin

@@ -1,0 +1,118 @@
+#include "programs/core-helper/metrics/CoreMetrics.h"
+
+#include "platform/posix/TextFile.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+namespace quorlin {
+namespace {
+
+constexpr std::string_view kPackage = "package-";
+
+/// The mean power of a zone, or nothing if it is unknown.
+struct ZonePower {
+  std::string name;
+  std::optional<double> watts;
+};
+
+std::vector<ZonePower> zonePowers(const PowerCounters& before, const PowerCounters& after) {
+  std::vector<ZonePower> powers;
+  for (const EnergyCounter& zone : after.processor) {
+    const auto then = std::ranges::find(before.processor, zone.id, &EnergyCounter::id);
+    std::optional<double> watts;
+    if (then != before.processor.end()) watts = wattsBetween(*then, zone, after.time - before.time);
+    powers.push_back({zone.name, watts});
+  }
+  return powers;
+}
+
+/// Nothing if there is no such zone or the power of one is unknown.
+std::optional<double> sumOf(const std::vector<ZonePower>& zones, std::string_view name) {
+  std::optional<double> sum;
+  for (const ZonePower& zone : zones) {
+    if (name == kPackage ? !zone.name.starts_with(name) : zone.name != name) continue;
+    if (!zone.watts) return std::nullopt;
+    sum = sum.value_or(0) + *zone.watts;
+  }
+  return sum;
+}
+
+std::string fixed(double value, int decimals) {
+  std::array<char, 64> text;
+  const auto [end, error] =
+      std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed, decimals);
+  return error == std::errc() ? std::string(text.data(), end) : std::string();
+}
+
+void addPower(std::string& text, std::string_view what, std::optional<double> watts) {
+  if (watts) text.append(what).append(" Power: ").append(fixed(*watts, 2)).append(" W\n");
+}
+
+void addProcessor(std::string& text, const std::vector<ZonePower>& zones) {
+  const std::optional<double> cores = sumOf(zones, "core");
+  const std::optional<double> packages = sumOf(zones, kPackage);
+  addPower(text, "CPU", cores ? cores : packages);
+  addPower(text, "Package", packages);
+  const auto isPackage = [](const ZonePower& zone) { return zone.name.starts_with(kPackage); };
+  if (std::ranges::count_if(zones, isPackage) > 1) {
+    for (const ZonePower& zone : zones) {
+      if (isPackage(zone))
+        addPower(text, "Package " + displayText(zone.name.substr(kPackage.size())), zone.watts);
+    }
+  }
+  addPower(text, "DRAM", sumOf(zones, "dram"));
+}
+
+void addGraphics(std::string& text, const std::vector<ZonePower>& zones, const PowerCounters& before,
+                 const PowerCounters& after) {
+  // The zone of the graphics chip inside the processor ("power plane 1" in Intel's Software Developer's
+  // Manual, volume 3, "Running Average Power Limit").
+  addPower(text, "GPU", sumOf(zones, "uncore"));
+  for (const GraphicsCounter& chip : after.graphics) {
+    std::optional<double> watts;
+    if (chip.microwatts) watts = static_cast<double>(*chip.microwatts) / 1e6;
+    for (const GraphicsCounter& then : before.graphics) {
+      if (!watts) watts = wattsBetween(then.energy, chip.energy, after.time - before.time);
+    }
+    if (watts) text += "GPU Power (" + chip.energy.name + "): " + fixed(*watts, 2) + " W\n";
+  }
+}
+
+void addThermal(std::string& text, const PowerCounters& before, const PowerCounters& after) {
+  const Throttling throttling =
+      throttlingBetween(before.throttling, after.throttling, after.time - before.time);
+  if (throttling.share) text += "Thermal Pressure: " + fixed(*throttling.share, 1) + " %\n";
+  if (throttling.events) {
+    text += "Thermal Throttling: " + std::to_string(*throttling.events) +
+            (*throttling.events == 1 ? " event\n" : " events\n");
+  }
+}
+
+}  // namespace
+
+PowerCounters readPowerCounters(const std::filesystem::path& sysfsRoot, const MetricsRequest& request) {
+  PowerCounters counters;
+  counters.time = std::chrono::steady_clock::now();
+  if (request.processorPower || request.graphicsPower) counters.processor = readProcessorEnergy(sysfsRoot);
+  if (request.graphicsPower) counters.graphics = readGraphicsEnergy(sysfsRoot);
+  if (request.thermal) counters.throttling = readThrottling(sysfsRoot);
+  return counters;
+}
+
+std::string metricsText(const PowerCounters& before, const PowerCounters& after,
+                        const MetricsRequest& request) {
+  std::string text;
+  const std::vector<ZonePower> zones = zonePowers(before, after);
+  if (request.processorPower) addProcessor(text, zones);
+  if (request.graphicsPower) addGraphics(text, zones, before, after);
+  // A neural engine gets no line: Linux has no counter of its energy.
+  if (request.thermal) addThermal(text, before, after);
+  return text;
+}
+
+}  // namespace quorlin

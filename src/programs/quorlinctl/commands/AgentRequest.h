@@ -1,0 +1,36 @@
+/// What the agent can be asked to do: each request reaches it as the URL that the main application would
+/// send.
+#pragma once
+
+#include "programs/quorlinctl/commands/Arguments.h"
+
+namespace quorlin {
+
+/// Why a request will not have its effect.
+struct Objection {
+  enum class Kind { Warning, Refusal };
+
+  Kind kind = Kind::Warning;
+  std::string reason;
+};
+
+struct AgentRequest {
+  /// Of urlcommand.
+  std::string_view word;
+  /// Makes the URL's argument, in UTF-8.
+  Result<std::string, UsageError> (*read)(const std::vector<std::string>& operands) = nullptr;
+  /// Confirms what was sent; {} stands for the argument.
+  const char* confirmation = "";
+  /// Returns why the argument should not be sent; may be null.
+  std::optional<Objection> (*check)(const std::string& argument) = nullptr;
+};
+
+/// Reads, checks and sends a request, and says so. Returns the process's exit status. The agent reports
+/// nothing back.
+Result<int, UsageError> sendRequest(const AgentRequest& request, const ParsedArguments& arguments);
+
+/// SCHEME://KEY/COMMAND/ARGUMENT with this computer's key and the argument percent-encoded.
+std::string commandUrl(const std::optional<std::string>& key, std::string_view command,
+                       std::string_view argument);
+
+}  // namespace quorlin

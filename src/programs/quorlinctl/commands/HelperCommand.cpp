@@ -1,0 +1,115 @@
+#include "programs/quorlinctl/commands/HelperCommand.h"
+
+#include "commands/RequestKey.h"
+#include "core/Settings.h"
+#include "platform/linux/desktop/UserDefaults.h"
+#include "platform/linux/helper/HelperInstaller.h"
+#include "platform/linux/processes/BundledPrograms.h"
+#include "platform/linux/system/System.h"
+#include "platform/posix/TextFile.h"
+#include "programs/quorlinctl/doctor/Checks.h"
+#include "programs/quorlinctl/services/Helper.h"
+#include "programs/quorlinctl/terminal/StandardStreams.h"
+
+#include <cstdlib>
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+namespace quorlin {
+namespace {
+
+/// Also true without a session bus, as below sudo.
+bool agentMayRun() {
+  try {
+    return findAgent(Bus::openSession()).has_value();
+  } catch (const BusError&) {
+    return true;
+  }
+}
+
+/// Why the installer did not succeed.
+std::string failureOf(const InstallerOutcome& outcome, const std::filesystem::path& helper) {
+  switch (outcome.kind) {
+    case InstallerOutcome::Kind::PermissionRefused:
+      return "nothing was installed, because permission was refused";
+    case InstallerOutcome::Kind::NotAuthorized:
+      return fmt::format(
+          "nothing was installed, because polkit gave no permission; over SSH or without a password prompt, "
+          "try: sudo {} --install",
+          helper.native());
+    case InstallerOutcome::Kind::NotStarted:
+      return "nothing was installed, because the installer could not be started";
+    default:
+      return fmt::format("the installer failed with exit status {}", outcome.status);
+  }
+}
+
+int install() {
+  const std::filesystem::path helper = bundledProgram(kHelperFileName);
+  if (helper.empty()) {
+    complain(fmt::format("{} does not exist", (bundleFolder() / kHelperFileName).native()));
+    return kExitFailed;
+  }
+  const bool isRoot = ::geteuid() == 0;
+  if (!isRoot) {
+    const char* const folders = std::getenv("PATH");
+    const Finding pkexec = checkProgram("pkexec", "pkexec", folders == nullptr ? "" : folders);
+    if (pkexec.state == CheckState::Missing) {
+      complain(fmt::format("Cannot ask for permission. {}", pkexec.line()));
+      return kExitFailed;
+    }
+  }
+  if (const InstallerOutcome outcome = runHelperInstaller(helper, isRoot); outcome.status != 0) {
+    complain(failureOf(outcome, helper));
+    return outcome.status;
+  }
+  if (!isSwitchedOn(settingsFile(), setting::kCoreAutostart)) {
+    return print(fmt::format(
+        "The core helper is installed. To use it, write coreAutostart=1 below [Settings] in {} and restart "
+        "the agent.\n",
+        settingsFile().native()));
+  }
+  return print(agentMayRun() ? "The core helper is installed. Restart the agent, which looks for the helper "
+                               "only when it starts.\n"
+                             : "The core helper is installed.\n");
+}
+
+int remove() {
+  const HelperAnswer answer =
+      askHelperToUninstall(Bus::openSystem(), requestKey(LinuxSystem().localizedHostName()).value_or(""));
+  const std::string text = displayText(answer.text);
+  switch (answer.kind) {
+    case HelperAnswer::Kind::Answered:
+      return print(text + "\n");
+    case HelperAnswer::Kind::NotInstalled:
+      complain("the core helper is not installed");
+      break;
+    case HelperAnswer::Kind::NotAllowed:
+      complain(fmt::format(
+          "the core helper was not removed, because polkit gave no permission ({}); without a password "
+          "prompt, try: sudo quorlinctl helper remove",
+          text));
+      break;
+    case HelperAnswer::Kind::Failed:
+      complain(fmt::format("the core helper was not removed: {}", text));
+      break;
+  }
+  return kExitFailed;
+}
+
+}  // namespace
+
+Result<int, UsageError> changeHelper(const std::string& action) {
+  if (action != "install" && action != "remove") {
+    return UsageError{fmt::format("'{}' is neither 'install' nor 'remove'", action)};
+  }
+  try {
+    return action == "install" ? install() : remove();
+  } catch (const BusError& error) {
+    complain(error.what());
+    return kExitFailed;
+  }
+}
+
+}  // namespace quorlin

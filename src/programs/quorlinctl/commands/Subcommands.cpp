@@ -1,0 +1,140 @@
+#include "programs/quorlinctl/commands/Subcommands.h"
+
+#include "commands/UrlScheme.h"
+#include "programs/quorlinctl/commands/HelperCommand.h"
+#include "programs/quorlinctl/commands/Net.h"
+#include "programs/quorlinctl/commands/RequestArguments.h"
+#include "programs/quorlinctl/commands/Watch.h"
+#include "programs/quorlinctl/doctor/Doctor.h"
+
+namespace quorlin {
+namespace {
+
+using enum Operands::Kind;
+using enum Option::Kind;
+
+const std::vector<Subcommand>& table() {
+  static const std::vector<Subcommand> rows = {
+      {.name = "watch",
+       .summary = "show the machine's sensors and disk activity as they change",
+       .description =
+           "Shows temperatures, fans, power, battery and disk activity live; press q to quit. Into a pipe or "
+           "file it writes one report after another. Power metrics come with every second sample, from "
+           "the core helper (quorlinctl helper install).",
+       .options =
+           {{"once", Flag,
+             "Show one complete report and exit. If the core helper is on, this waits a few seconds for its "
+             "power metrics."},
+            {"json", Flag,
+             "Print one line of JSON per notification: name, object, userInfo and, except for reduced "
+             "samples, battery. With --once, print exactly one line: the complete sample, or the power "
+             "metrics if no sample comes."},
+            {"widget", Flag, "Act as the widget instead of the main application."},
+            {"timeout", Seconds,
+             "How long --once may wait for the whole report. By default it waits 15 seconds for a sample or "
+             "power metrics, then a little longer for the other."}},
+       .exitStatuses = {{"0", "done"}, {"1", "no session bus, or no sample in time"}},
+       .action = [](const ParsedArguments& given) -> Result<int, UsageError> {
+         return watch({.once = given.has("once"),
+                       .json = given.has("json"),
+                       .widget = given.has("widget"),
+                       .timeout = given.duration("timeout")});
+       }},
+      {.name = "net",
+       .summary = "list the applications that use the network",
+       .description =
+           "Asks the agent once and lists the applications with connections over external interfaces, the "
+           "busiest first, with the bytes that these connections have received and sent so far. Only open "
+           "TCP connections count. Processes of other users are left out unless the agent runs as root.",
+       .options = {{"json", Flag, "Print the agent's answer as JSON: name, object and userInfo."},
+                   {"timeout", Seconds, "How long to wait for the answer. The default is 15."}},
+       .exitStatuses = {{"0", "done"}, {"1", "no session bus, no agent, or no answer in time"}},
+       .action = [](const ParsedArguments& given) -> Result<int, UsageError> {
+         return showNetworkApplications(
+             {.json = given.has("json"), .timeout = given.duration("timeout").value_or(kAnswerPatience)});
+       }},
+      {.name = "doctor",
+       .summary = "find out what is missing on this machine, and why",
+       .description =
+           "Checks what the agent needs on this machine and in this session. Each line is one check: ok, "
+           "missing (with what to do about it) or note.",
+       .options = {{"json", Flag, "Print one JSON object: complete and checks."}},
+       .exitStatuses = {{"0", "nothing is missing"}, {"1", "something is missing"}},
+       .action = [](const ParsedArguments& given) -> Result<int, UsageError> {
+         return examine({.json = given.has("json")});
+       }},
+      {.name = "battery-limit",
+       .summary = "hold the battery's charge at a limit",
+       .operands = {One, "PERCENT"},
+       .description =
+           "Asks the agent to stop charging at 51 to 99 percent; 100 lifts the limit. The agent remembers "
+           "the limit. It holds the charge through the core helper while a consumer runs, such as "
+           "quorlinctl watch, the main application or the widget.",
+       .action = AgentRequest{.word = urlcommand::kBatteryLimit,
+                              .read = readChargeLimit,
+                              .confirmation = "Asked the agent to set the charge limit to {} %.",
+                              .check = checkChargeLimit}},
+      {.name = "terminate",
+       .summary = "ask an application to quit",
+       .operands = {One, "PID"},
+       .description =
+           "Asks the agent to have the application with this process id quit (SIGTERM). Many applications "
+           "then end without offering to save. Processes other than applications are left alone.",
+       .action = AgentRequest{.word = urlcommand::kTerminateApp,
+                              .read = readProcess,
+                              .confirmation = "Asked the agent to quit application {}.",
+                              .check = checkProcessExists}},
+      {.name = "force-terminate",
+       .summary = "end an application at once",
+       .operands = {One, "PID"},
+       .description =
+           "Asks the agent to end the application with this process id at once. Unsaved work is lost. "
+           "Processes other than applications are left alone.",
+       .action = AgentRequest{.word = urlcommand::kForceTerminateApp,
+                              .read = readProcess,
+                              .confirmation = "Asked the agent to end application {} at once.",
+                              .check = checkProcessExists}},
+      {.name = "terminal",
+       .summary = "run a shell command in the agent's session",
+       .operands = {Command, "COMMAND"},
+       .description =
+           "Asks the agent to run a command with /bin/sh, in the agent's environment and working folder, "
+           "without waiting for it. Several arguments are joined with spaces, so quote words with spaces "
+           "twice.\n"
+           "Example: quorlinctl terminal \"rm 'a b'\"",
+       .action = AgentRequest{.word = urlcommand::kTerminalCommand,
+                              .read = readCommand,
+                              .confirmation = "Asked the agent to run the command."}},
+      {.name = "workflow",
+       .summary = "run a workflow file in the agent's session",
+       .operands = {One, "FILE"},
+       .description =
+           "Asks the agent to run an executable file or a .desktop entry once, without arguments. The agent "
+           "does nothing else until the workflow has ended, so a workflow must not call the agent: "
+           "quorlinctl inside it would wait for an agent that waits for the workflow.",
+       .action = AgentRequest{.word = urlcommand::kRunWorkflow,
+                              .read = readFile,
+                              .confirmation = "Asked the agent to run {}.",
+                              .check = checkWorkflow}},
+      {.name = "helper",
+       .summary = "install or remove the core helper",
+       .operands = {One, "install|remove"},
+       .description =
+           "The core helper reads the power and holds the battery's charge, which needs root.\n"
+           "install asks for permission (through pkexec, unless run by root) and copies the helper into the "
+           "system. remove asks the helper to release the charge and to remove itself.",
+       .exitStatuses = {{"0", "done"},
+                        {"1", "not installed, or not removed"},
+                        {"126", "permission was refused, so nothing was installed"},
+                        {"127", "polkit gave no permission, so nothing was installed"},
+                        {"other", "the installer's own exit status"}},
+       .action = [](const ParsedArguments& given) { return changeHelper(given.operands.front()); }},
+  };
+  return rows;
+}
+
+}  // namespace
+
+std::span<const Subcommand> subcommands() { return table(); }
+
+}  // namespace quorlin

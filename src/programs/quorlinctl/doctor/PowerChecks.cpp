@@ -1,0 +1,84 @@
+/// The checks of the kernel's support for power metrics and for holding the charge.
+#include "platform/linux/power/ChargeOffer.h"
+#include "platform/linux/power/PowerSources.h"
+#include "platform/linux/power/SystemBatteries.h"
+#include "platform/linux/system/CpuInfo.h"
+#include "platform/posix/TextFile.h"
+#include "probes/BatteryInformation.h"
+#include "programs/quorlinctl/doctor/Checks.h"
+#include "programs/quorlinctl/doctor/Machine.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+
+#include <fmt/format.h>
+
+namespace quorlin {
+namespace {
+
+/// "BAT0 is at 63 % and charging.", with the charge as the agent calculates it.
+std::string stateOf(const std::filesystem::path& battery,
+                    const std::optional<PowerSourceDescription>& source) {
+  const std::string name = displayText(battery.filename().native());
+  const std::int32_t percent = batteryInfo({{source}}, PowerSources::kTimeRemainingUnknown)[1];
+  std::string status = displayText(supplyText(battery, "status"));
+  if (!status.empty() && status.front() >= 'A' && status.front() <= 'Z') status.front() += 'a' - 'A';
+  if (status == "unknown") status.clear();
+  if (percent == 0 && status.empty()) return fmt::format("The charge and the state of {} are unknown.", name);
+  if (percent == 0) return fmt::format("{} is {}; its charge is unknown.", name, status);
+  if (status.empty()) return fmt::format("{} is at {} %; its state is unknown.", name, percent);
+  return fmt::format("{} is at {} % and {}.", name, percent, status);
+}
+
+}  // namespace
+
+Finding checkEnergyCounters(const SystemRoots& roots) {
+  constexpr std::array<std::string_view, 3> vendors = {"GenuineIntel", "AuthenticAMD", "HygonGenuine"};
+  // Documentation/power/powercap/powercap.rst: the first package's zone.
+  const std::filesystem::path zone = roots.sysfs / "class/powercap/intel-rapl:0";
+  std::error_code ignored;
+  if (std::filesystem::exists(zone, ignored)) {
+    return {CheckState::Ok, fmt::format("The energy counters are in {}.", zone.string())};
+  }
+  const std::string vendor = processorField(roots.procfs, "vendor_id");
+  // arch/x86/events/rapl.c: AMD's processors have them since family 17h.
+  const std::string family = processorField(roots.procfs, "cpu family");
+  const bool isTooOld = vendor == "AuthenticAMD" && std::strtol(family.c_str(), nullptr, 10) < 0x17;
+  if (isTooOld || std::ranges::find(vendors, vendor) == vendors.end()) {
+    return {CheckState::Note, "This kind of processor has no known energy counters."};
+  }
+  return driverMissing(
+      roots, fmt::format("The {} processor has no energy counters (RAPL) in {}.", vendor, zone.string()),
+      "intel_rapl_msr");
+}
+
+Finding checkBattery(const SystemRoots& roots) {
+  const std::vector<std::filesystem::path> batteries = systemBatteries(roots.sysfs);
+  if (batteries.empty()) return {CheckState::Note, "This computer has no battery."};
+  PowerSourceList sources = SysfsPowerSources(roots.sysfs).copyPowerSources().value_or(PowerSourceList());
+  sources.resize(batteries.size());
+  std::vector<std::string> states;
+  for (std::size_t i = 0; i < batteries.size(); ++i) states.push_back(stateOf(batteries[i], sources[i]));
+  return {CheckState::Ok, fmt::format("{}", fmt::join(states, " "))};
+}
+
+Finding checkChargeControl(const SystemRoots& roots) {
+  std::vector<std::string> entries;
+  bool canHoldAll = true;
+  for (const std::filesystem::path& battery : systemBatteries(roots.sysfs)) {
+    const std::string name = displayText(battery.filename().native());
+    const std::string_view control = chargeOfferOf(battery).attribute();
+    canHoldAll = canHoldAll && !control.empty();
+    entries.push_back(control.empty() ? fmt::format("The driver of {} cannot stop charging.", name)
+                                      : fmt::format("The charge of {} can be held with {}.", name, control));
+  }
+  if (entries.empty()) return {CheckState::Ok, "There is no battery whose charge could be held."};
+  const std::string text = fmt::format("{}", fmt::join(entries, " "));
+  if (canHoldAll) return {CheckState::Ok, text};
+  return {CheckState::Note, text,
+          "A newer kernel may help: drivers such as thinkpad_acpi, asus_wmi, huawei_wmi, lg_laptop, "
+          "dell_laptop, toshiba_acpi, system76_acpi, msi_ec and cros_charge-control can stop charging."};
+}
+
+}  // namespace quorlin

@@ -1,0 +1,25 @@
+/// Notifications as JSON, valid whatever the sender put into them.
+#pragma once
+
+#include "platform/NotificationCenter.h"
+#include "programs/quorlinctl/view/Battery.h"
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+namespace quorlin {
+
+/// Numbers that JSON lacks become null, and malformed text is repaired. A keyed archive becomes its root,
+/// other data base64. A date is ISO 8601 in UTC, or null outside the years 1 to 9999. Of two equal keys the
+/// first counts.
+nlohmann::ordered_json jsonOf(const PropertyList& value);
+
+/// {"name", "object" or null, "userInfo"} on one line, without a line end; with a battery also "battery":
+/// {"state": a word, "percent": a number or null}.
+std::string jsonLineOf(const Notification& notification,
+                       const std::optional<Battery>& battery = std::nullopt);
+
+/// Any JSON as text, with malformed UTF-8 replaced.
+std::string textOf(const nlohmann::ordered_json& json);
+
+}  // namespace quorlin

@@ -1,0 +1,119 @@
+#include "programs/quorlinctl/view/ReadingBlocks.h"
+
+#include "platform/posix/TextFile.h"
+#include "programs/quorlinctl/view/Figures.h"
+
+#include <algorithm>
+#include <cmath>
+#include <ranges>
+#include <utility>
+
+namespace quorlin {
+namespace {
+
+constexpr double kBarLow = 20;
+constexpr double kBarHigh = 100;
+constexpr double kWarm = 75;
+constexpr double kHot = 90;
+constexpr int kLowCharge = 20;
+constexpr int kVeryLowCharge = 10;
+constexpr int kFull = 100;
+
+ReadingRow rowFor(SensorKind kind, const Reading& reading) {
+  ReadingRow row{.label = reading.label.empty() ? reading.id : reading.label,
+                 .value = readingText(kind, reading.value),
+                 .tone = std::isfinite(reading.value) ? Tone::Plain : Tone::Faint,
+                 .fill = std::nullopt};
+  if (kind != SensorKind::Temperature || !std::isfinite(reading.value)) return row;
+  if (reading.value >= kWarm) row.tone = reading.value >= kHot ? Tone::Hot : Tone::Warm;
+  row.fill = std::clamp((reading.value - kBarLow) / (kBarHigh - kBarLow), 0.0, 1.0);
+  return row;
+}
+
+ReadingBlock blockOf(std::string title, SensorKind kind, const std::vector<Reading>& readings) {
+  ReadingBlock block{.title = std::move(title), .rows = {}};
+  for (const Reading& reading : readings) block.rows.push_back(rowFor(kind, reading));
+  return block;
+}
+
+std::string labelOf(const Battery& battery, std::optional<std::int64_t> limit) {
+  switch (battery.state) {
+    case kOnBattery:
+      return "On battery";
+    case kCharging:
+      return "Charging";
+    default:
+      break;
+  }
+  if (battery.percent == kFull) return "Full";
+  const bool held = limit && battery.percent && *battery.percent >= *limit;
+  return held ? "Held at limit" : "Not charging";
+}
+
+}  // namespace
+
+std::vector<ReadingBlock> sensorBlocks(const Sample& sample) {
+  std::vector<ReadingBlock> blocks;
+  for (const ReadingGroup& group : groupTemperatures(sample.readings[SensorKind::Temperature])) {
+    blocks.push_back(blockOf(group.title, SensorKind::Temperature, group.readings));
+  }
+  // The other kinds come before the other temperatures, which may not fit a small terminal.
+  for (const SensorKindRow& row : std::views::reverse(kSensorKinds)) {
+    if (row.kind == SensorKind::Temperature) continue;
+    insertBehind(blocks, "Processor", blockOf(row.title, row.kind, sample.readings[row.kind]));
+  }
+  return blocks;
+}
+
+ReadingBlock powerBlock(std::string_view metrics) {
+  ReadingBlock block{.title = "Power", .rows = {}};
+  while (!metrics.empty()) {
+    const std::size_t end = std::min(metrics.find('\n'), metrics.size());
+    const std::string_view line = trimmed(metrics.substr(0, end));
+    metrics.remove_prefix(std::min(end + 1, metrics.size()));
+    if (line.empty()) continue;
+    const std::size_t colon = std::min(line.find(':'), line.size());
+    const std::string_view value = trimmed(line.substr(std::min(colon + 1, line.size())));
+    block.rows.push_back({.label = std::string(line.substr(0, value.empty() ? line.size() : colon)),
+                          .value = std::string(value),
+                          .tone = Tone::Plain,
+                          .fill = std::nullopt});
+  }
+  return block;
+}
+
+ReadingBlock batteryBlock(const Battery& battery, std::optional<std::int64_t> limit) {
+  ReadingBlock block{.title = "Battery", .rows = {}};
+  if (battery.state == kNoBattery) return block;
+  if (limit && (*limit < 1 || *limit >= kFull)) limit.reset();
+  ReadingRow charge{.label = labelOf(battery, limit),
+                    .value = percentText(battery.percent),
+                    .tone = Tone::Plain,
+                    .fill = {}};
+  if (battery.percent) {
+    charge.fill = *battery.percent / static_cast<double>(kFull);
+    if (battery.state == kOnBattery && *battery.percent <= kLowCharge) {
+      charge.tone = *battery.percent <= kVeryLowCharge ? Tone::Hot : Tone::Warm;
+    }
+  }
+  block.rows.push_back(std::move(charge));
+  if (limit) {
+    block.rows.push_back({.label = "Charge limit",
+                          .value = percentText(static_cast<int>(*limit)),
+                          .tone = Tone::Plain,
+                          .fill = std::nullopt});
+  }
+  return block;
+}
+
+void insertBehind(std::vector<ReadingBlock>& blocks, std::string_view title, ReadingBlock block) {
+  if (block.rows.empty()) return;
+  if (const auto same = std::ranges::find(blocks, block.title, &ReadingBlock::title); same != blocks.end()) {
+    std::ranges::move(same->rows, std::back_inserter(block.rows));
+    blocks.erase(same);
+  }
+  const auto before = std::ranges::find(blocks, title, &ReadingBlock::title);
+  blocks.insert(before == blocks.end() ? blocks.begin() : before + 1, std::move(block));
+}
+
+}  // namespace quorlin

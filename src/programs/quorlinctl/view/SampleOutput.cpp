@@ -1,0 +1,123 @@
+#include "programs/quorlinctl/view/SampleOutput.h"
+
+#include "core/Notifications.h"
+#include "platform/Tick.h"
+#include "platform/linux/system/System.h"
+#include "programs/quorlinctl/terminal/StandardStreams.h"
+#include "programs/quorlinctl/view/Json.h"
+
+#include <array>
+#include <csignal>
+#include <ctime>
+
+#include <unistd.h>
+
+namespace quorlin {
+namespace {
+
+/// Power metrics come every second tick; one of them may be missing.
+constexpr auto kPowerAge = 5 * kTick;
+
+std::string timeOfDay() {
+  const std::time_t now = std::time(nullptr);
+  std::tm local{};
+  std::array<char, 16> text{};
+  if (::localtime_r(&now, &local) == nullptr) return {};
+  return {text.data(), std::strftime(text.data(), text.size(), "%H:%M:%S", &local)};
+}
+
+}  // namespace
+
+std::error_code JsonOutput::show(const Notification& notification) {
+  using namespace notification;
+  const bool withBattery = notification.name == kCoreData || notification.name == kSensorsDataM ||
+                           notification.name == kSensorsDataW;
+  const std::optional<Battery> battery =
+      withBattery ? std::optional(readBattery(powerSources_)) : std::nullopt;
+  return writeAll(STDOUT_FILENO, jsonLineOf(notification, battery) + "\n");
+}
+
+ViewState::ViewState(Role role, PowerSources& powerSources)
+    : fullSample_(notificationsOf(role).fullSample), powerSources_(powerSources) {
+  view_.machine = LinuxSystem().localizedHostName().value_or("");
+  view_.battery = readBattery(powerSources_);
+}
+
+bool ViewState::take(const Notification& notification, Clock::time_point now) {
+  const bool isSample = notification.name == fullSample_;
+  if (!isSample && notification.name != notification::kCoreData) return false;
+  if (isSample) {
+    view_.sample = sampleOf(notification.userInfo);
+    forgetOldPower(now);
+  } else {
+    view_.powerMetrics = powerMetricsOf(notification.userInfo);
+    view_.batteryLimit = batteryLimitOf(notification.userInfo);
+    powerTime_ = now;
+    if (view_.sample) return false;
+  }
+  view_.battery = readBattery(powerSources_);
+  view_.time = timeOfDay();
+  return true;
+}
+
+void ViewState::explainSilence(const std::string& reason, Clock::time_point now) {
+  view_.silence = reason;
+  view_.sample.reset();
+  view_.battery = readBattery(powerSources_);
+  forgetOldPower(now);
+}
+
+void ViewState::forgetOldPower(Clock::time_point now) {
+  if (now - powerTime_ < kPowerAge) return;
+  view_.powerMetrics.reset();
+  view_.batteryLimit.reset();
+}
+
+std::error_code ReportOutput::show(const Notification& notification) {
+  if (!state_.take(notification)) return {};
+  const int columns = terminalSize(STDOUT_FILENO).value_or(ViewSize()).columns;
+  std::string text = first_ ? "" : "\n";
+  first_ = false;
+  for (const std::string& line : renderView(state_.view(), {.columns = columns}, reportAppearance())) {
+    text += line + "\n";
+  }
+  return writeAll(STDOUT_FILENO, text);
+}
+
+LiveOutput::LiveOutput(Role role, PowerSources& powerSources, LinuxRunLoop& loop, std::function<void()> quit)
+    : state_(role, powerSources),
+      screen_(loop,
+              [quit = std::move(quit)](char key) {
+                if (key == 'q' || key == 'Q') quit();
+              }),
+      resized_(LinuxRunLoop::watchSignal(SIGWINCH, [this] { draw(); })) {
+  draw();
+}
+
+std::error_code LiveOutput::show(const Notification& notification) {
+  return state_.take(notification) ? draw() : std::error_code();
+}
+
+void LiveOutput::explainSilence(const std::string& reason) {
+  state_.explainSilence(reason);
+  draw();
+}
+
+std::error_code LiveOutput::draw() const {
+  constexpr std::string_view home = "\x1b[H";
+  constexpr std::string_view eraseToEndOfLine = "\x1b[K";
+  constexpr std::string_view eraseBelow = "\x1b[J";
+  const ViewSize size = terminalSize(STDOUT_FILENO).value_or(ViewSize{.columns = 80, .rows = 24});
+  const Appearance appearance{.charset = charsetOfLocale(), .colour = userWantsColour()};
+  const std::vector<std::string> lines = renderView(state_.view(), size, appearance);
+  // Everything in one write, and each line erased just before its text, so that nothing flickers. After a
+  // text that fills the line, the cursor stands on its last character.
+  std::string frame(home);
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    if (i > 0) frame += "\r\n";
+    frame.append(i + 1 == lines.size() ? eraseBelow : eraseToEndOfLine).append(lines[i]);
+  }
+  return writeAll(STDOUT_FILENO, frame);
+}
+
+}  // namespace quorlin
