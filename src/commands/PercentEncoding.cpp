@@ -1,8 +1,8 @@
 #include "commands/PercentEncoding.h"
 
-#include "platform/Utf8.h"
+#include "platform/values/Parsing.h"
+#include "platform/values/Utf8.h"
 
-#include <charconv>
 #include <cstdint>
 
 namespace quorlin {
@@ -40,10 +40,9 @@ std::optional<std::string> percentDecoded(std::string_view text) {
       continue;
     }
     const std::string_view digits = text.substr(i + 1, 2);
-    std::uint8_t byte = 0;
-    const char* const end = digits.data() + digits.size();
-    if (digits.size() != 2 || std::from_chars(digits.data(), end, byte, 16).ptr != end) return std::nullopt;
-    decoded += static_cast<char>(byte);
+    const auto byte = wholeNumber<std::uint8_t>(digits, 16);
+    if (digits.size() != 2 || !byte) return std::nullopt;
+    decoded += static_cast<char>(*byte);
     i += 2;
   }
   if (decoded.find('\0') != std::string::npos || !isUtf8(decoded)) return std::nullopt;

@@ -3,7 +3,7 @@
 #include "core/AppDelegate.h"
 #include "core/Notifications.h"
 #include "core/Settings.h"
-#include "platform/Tick.h"
+#include "platform/values/Tick.h"
 
 #include <algorithm>
 #include <utility>

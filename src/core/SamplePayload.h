@@ -1,8 +1,8 @@
 /// The user-info dictionaries of the published samples.
 #pragma once
 
-#include "platform/PropertyList.h"
 #include "platform/SensorsEngine.h"
+#include "platform/values/PropertyList.h"
 
 #include <cstdint>
 

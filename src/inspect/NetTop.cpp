@@ -1,6 +1,7 @@
 #include "inspect/NetTop.h"
 
-#include "platform/Utf8.h"
+#include "platform/values/Parsing.h"
+#include "platform/values/Utf8.h"
 
 #include <algorithm>
 #include <array>
@@ -89,10 +90,8 @@ std::vector<std::string> formatLines(const Data& output) {
   std::vector<std::string> lines;
   if (!isUtf8(text)) return lines;
   while (!text.empty()) {
-    const std::size_t end = std::min(text.find('\n'), text.size());
-    const std::string_view line = trimmed(text.substr(0, end));
+    const std::string_view line = trimmed(takeUntil('\n', text));
     if (!line.empty()) lines.emplace_back(line);
-    text.remove_prefix(std::min(end + 1, text.size()));
   }
   return lines;
 }

@@ -2,8 +2,8 @@
 /// space.
 #pragma once
 
-#include "platform/PropertyList.h"
 #include "platform/Task.h"
+#include "platform/values/PropertyList.h"
 
 #include <optional>
 #include <string>

@@ -1,7 +1,7 @@
 #include "inspect/ProcessList.h"
 
 #include "core/AppDelegate.h"
-#include "platform/Utf8.h"
+#include "platform/values/Utf8.h"
 
 #include <cmath>
 #include <locale>

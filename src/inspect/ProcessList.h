@@ -1,7 +1,7 @@
 /// Reads the text that ps prints.
 #pragma once
 
-#include "platform/PropertyList.h"
+#include "platform/values/PropertyList.h"
 
 namespace quorlin {
 

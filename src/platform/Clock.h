@@ -1,7 +1,7 @@
 /// The calendar time.
 #pragma once
 
-#include "platform/PropertyList.h"
+#include "platform/values/PropertyList.h"
 
 namespace quorlin {
 

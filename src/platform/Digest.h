@@ -1,12 +1,12 @@
 /// Message digests.
 #pragma once
 
-#include <array>
-#include <cstdint>
+#include <string>
 #include <string_view>
 
 namespace quorlin {
 
-std::array<std::uint8_t, 16> md5(std::string_view bytes);
+/// MD5 (RFC 1321) as 32 lowercase hexadecimal digits.
+std::string md5Digits(std::string_view bytes);
 
 }  // namespace quorlin

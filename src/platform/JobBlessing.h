@@ -1,7 +1,7 @@
 /// Installing the root helper.
 #pragma once
 
-#include "platform/PropertyList.h"
+#include "platform/values/PropertyList.h"
 
 #include <memory>
 #include <optional>

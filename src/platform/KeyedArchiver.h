@@ -1,7 +1,7 @@
 /// Keyed archives: an object graph as a binary property list.
 #pragma once
 
-#include "platform/PropertyList.h"
+#include "platform/values/PropertyList.h"
 
 #include <optional>
 

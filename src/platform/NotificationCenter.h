@@ -1,7 +1,7 @@
 /// Named broadcasts between the programs of one user session.
 #pragma once
 
-#include "platform/PropertyList.h"
+#include "platform/values/PropertyList.h"
 
 #include <functional>
 #include <memory>

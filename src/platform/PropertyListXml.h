@@ -1,7 +1,7 @@
 /// Property lists in XML.
 #pragma once
 
-#include "platform/PropertyList.h"
+#include "platform/values/PropertyList.h"
 
 #include <optional>
 

@@ -1,7 +1,7 @@
 /// The agent's view of a sensors engine.
 #pragma once
 
-#include "platform/PropertyList.h"
+#include "platform/values/PropertyList.h"
 
 #include <functional>
 #include <memory>

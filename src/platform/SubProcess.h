@@ -1,8 +1,8 @@
 /// One program run as a child process, and its output.
 #pragma once
 
-#include "platform/ByteBuffer.h"
-#include "platform/PropertyList.h"
+#include "platform/values/ByteBuffer.h"
+#include "platform/values/PropertyList.h"
 
 #include <atomic>
 #include <cstdint>

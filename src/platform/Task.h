@@ -1,7 +1,7 @@
 /// Child processes.
 #pragma once
 
-#include "platform/PropertyList.h"
+#include "platform/values/PropertyList.h"
 
 #include <optional>
 #include <string>

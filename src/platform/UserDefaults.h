@@ -1,7 +1,7 @@
 /// The program's persisted settings.
 #pragma once
 
-#include "platform/PropertyList.h"
+#include "platform/values/PropertyList.h"
 
 #include <cstdint>
 #include <optional>

@@ -1,7 +1,7 @@
 /// Reads the profile that system_profiler prints.
 #pragma once
 
-#include "platform/PropertyList.h"
+#include "platform/values/PropertyList.h"
 
 #include <string>
 #include <string_view>

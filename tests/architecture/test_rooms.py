@@ -8,6 +8,7 @@ import pytest
 
 SOURCE = pathlib.Path(__file__).resolve().parents[2]
 BUILD = pathlib.Path(os.environ["QUORLIN_BUILD"])
+PLATFORM = {"platform", "platform/values"}
 BEHAVIOUR = {"core", "helper", "commands", "inspect", "probes", "maintenance"}
 
 
@@ -62,7 +63,7 @@ def test_arrows_point_one_way():
         if name in PROGRAMS:
             assert not any(folder.startswith("programs/") for folder in others), name
         elif name == "behaviour":
-            assert room.folders == BEHAVIOUR and others == {"platform"}
+            assert room.folders == BEHAVIOUR and others == PLATFORM
         elif name == "platform":
             assert not others
         else:

@@ -1,6 +1,6 @@
 /// Any texts as parameters: a request within its bounds, or a short sentence.
 #include "Require.h"
-#include "platform/Utf8.h"
+#include "platform/values/Utf8.h"
 #include "programs/core-helper/metrics/MetricsRequest.h"
 
 #include <cstdint>

@@ -1,7 +1,7 @@
 /// Any bytes as nettop's output: lines without white space around them, records of three numbers.
 #include "Require.h"
 #include "inspect/NetTop.h"
-#include "platform/Utf8.h"
+#include "platform/values/Utf8.h"
 
 #include <cstdint>
 

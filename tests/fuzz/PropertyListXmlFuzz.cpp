@@ -1,7 +1,7 @@
 /// Any bytes as a property list in XML: a value within its bounds, or nothing.
 #include "Require.h"
 #include "platform/PropertyListXml.h"
-#include "platform/Utf8.h"
+#include "platform/values/Utf8.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -2,7 +2,7 @@
 #include "Require.h"
 #include "commands/PercentEncoding.h"
 #include "commands/UrlCommand.h"
-#include "platform/Utf8.h"
+#include "platform/values/Utf8.h"
 
 #include <cstdint>
 

@@ -1,7 +1,7 @@
 #include "platform/posix/TextFile.h"
 
-#include "platform/Utf8.h"
 #include "platform/posix/FileDescriptor.h"
+#include "platform/values/Utf8.h"
 
 #include <algorithm>
 #include <array>
@@ -32,17 +32,17 @@ std::string_view trimmed(std::string_view text) {
 
 Result<std::string> readText(const std::string& path) {
   const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  if (!file) return systemTrouble("cannot be read", path, errno);
+  if (!file) return systemTrouble("{} cannot be read", path, errno);
   std::array<char, 4096> buffer;
   const ssize_t count = read(file.get(), buffer.data(), buffer.size());
-  if (count < 0) return systemTrouble("cannot be read", path, errno);
+  if (count < 0) return systemTrouble("{} cannot be read", path, errno);
   return std::string(trimmed({buffer.data(), static_cast<std::size_t>(count)}));
 }
 
 Result<std::vector<std::string>> namesIn(const std::string& directory) {
   std::vector<std::string> names;
   const std::unique_ptr<DIR, Close> stream(opendir(directory.c_str()));
-  if (!stream) return systemTrouble("cannot be listed", directory, errno);
+  if (!stream) return systemTrouble("{} cannot be listed", directory, errno);
   while (const dirent* entry = readdir(stream.get())) {
     const std::string_view name(static_cast<const char*>(entry->d_name));
     if (name != "." && name != "..") names.emplace_back(name);
@@ -51,12 +51,13 @@ Result<std::vector<std::string>> namesIn(const std::string& directory) {
   return names;
 }
 
-std::string realPath(const std::string& path) {
+Result<std::string> realPath(const std::string& path) {
   struct Free {
     void operator()(char* text) const { std::free(text); }
   };
   const std::unique_ptr<char, Free> resolved(realpath(path.c_str(), nullptr));
-  return resolved ? std::string(resolved.get()) : std::string();
+  if (!resolved) return systemTrouble("{} cannot be resolved", path, errno);
+  return std::string(resolved.get());
 }
 
 std::string displayText(std::string_view raw) {

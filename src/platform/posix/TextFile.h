@@ -1,7 +1,7 @@
 /// Small text files and directories of sysfs and procfs.
 #pragma once
 
-#include "platform/Result.h"
+#include "platform/values/Result.h"
 
 #include <string>
 #include <string_view>
@@ -15,8 +15,8 @@ Result<std::string> readText(const std::string& path);
 /// The names in a directory but "." and "..", sorted.
 Result<std::vector<std::string>> namesIn(const std::string& directory);
 
-/// The absolute path without links, or an empty text.
-std::string realPath(const std::string& path);
+/// The absolute path without links.
+Result<std::string> realPath(const std::string& path);
 
 /// Without the white space and the zeros around it.
 std::string_view trimmed(std::string_view text);

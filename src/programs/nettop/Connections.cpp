@@ -25,7 +25,7 @@ struct Close {
   void operator()(mnl_socket* socket) const { mnl_socket_close(socket); }
 };
 
-Trouble cannotList(int error) { return systemTrouble("cannot be listed", "the TCP connections", error); }
+Trouble cannotList(int error) { return systemTrouble("the TCP connections cannot be listed", {}, error); }
 
 void addConnection(const nlmsghdr& message, std::vector<Connection>& connections) {
   if (mnl_nlmsg_get_payload_len(&message) < sizeof(inet_diag_msg)) return;

@@ -1,7 +1,7 @@
 /// The TCP connections of this network namespace, from the kernel's socket diagnostics (sock_diag(7)).
 #pragma once
 
-#include "platform/Result.h"
+#include "platform/values/Result.h"
 
 #include <cstdint>
 #include <span>

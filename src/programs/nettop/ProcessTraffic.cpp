@@ -82,7 +82,7 @@ Result<FileDescriptor> openOfProcess(const FileDescriptor& procfs, int id, std::
   std::ranges::copy(file, std::to_chars(path.begin(), path.end(), id).ptr);
   FileDescriptor opened(openat(procfs.get(), path.data(), flags));
   if (!opened && (errno == EMFILE || errno == ENFILE || errno == ENOMEM)) {
-    return systemTrouble("cannot be examined", "the processes", errno);
+    return systemTrouble("the processes cannot be examined", {}, errno);
   }
   return opened;
 }
@@ -158,7 +158,7 @@ Result<std::vector<ProcessTraffic>> trafficByProcess(const std::filesystem::path
                                                      std::span<const Connection> connections) {
   std::vector<ProcessTraffic> processes;
   const FileDescriptor procfs(open(procfsRoot.c_str(), kFolder));
-  if (!procfs) return systemTrouble("cannot be listed", procfsRoot, errno);
+  if (!procfs) return systemTrouble("{} cannot be listed", procfsRoot, errno);
   Search search(procfs, connections);
   for (const int id : processIds(procfs)) {
     if (search.isOver()) break;

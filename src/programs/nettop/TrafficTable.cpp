@@ -1,6 +1,6 @@
 #include "programs/nettop/TrafficTable.h"
 
-#include "platform/Utf8.h"
+#include "platform/values/Utf8.h"
 
 #include <algorithm>
 #include <array>
@@ -18,19 +18,6 @@ bool isContinuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0
 /// How many columns a text takes, most characters taking one.
 std::size_t width(std::string_view text) {
   return text.size() - static_cast<std::size_t>(std::ranges::count_if(text, isContinuation));
-}
-
-/// The character that well-formed UTF-8 begins with; removes it.
-char32_t takeCharacter(std::string_view& text) {
-  const auto first = static_cast<unsigned char>(text.front());
-  char32_t character = first < 0x80   ? first
-                       : first < 0xE0 ? first & 0x1FU
-                       : first < 0xF0 ? first & 0x0FU
-                                      : first & 7U;
-  for (text.remove_prefix(1); !text.empty() && isContinuation(text.front()); text.remove_prefix(1)) {
-    character = character << 6U | (static_cast<unsigned char>(text.front()) & 0x3FU);
-  }
-  return character;
 }
 
 /// By Unicode 15's White_Space and general category Cc, the invisible characters near them, and what stands
@@ -75,7 +62,7 @@ std::string singleWord(std::string_view name) {
   std::string word;
   for (std::string_view rest = wellFormed; !rest.empty();) {
     const std::string_view before = rest;
-    const bool isReplaced = mayNotShow(takeCharacter(rest));
+    const bool isReplaced = mayNotShow(takeCodePoint(rest));
     word += isReplaced ? "_" : before.substr(0, before.size() - rest.size());
   }
   return word;

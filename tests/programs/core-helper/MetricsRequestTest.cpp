@@ -1,4 +1,4 @@
-#include "platform/Utf8.h"
+#include "platform/values/Utf8.h"
 #include "programs/core-helper/metrics/MetricsRequest.h"
 
 #include <vector>

@@ -49,7 +49,7 @@ const Notification kReduced = {
 
 std::string shownBy(Output& output, const Notification& notification) {
   testing::internal::CaptureStdout();
-  EXPECT_EQ(output.show(notification), std::error_code());
+  EXPECT_FALSE(output.show(notification));
   return testing::internal::GetCapturedStdout();
 }
 

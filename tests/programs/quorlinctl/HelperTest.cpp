@@ -35,10 +35,10 @@ struct SystemBus : PrivateBus {
 };
 
 TEST(Helper, IsToldFromOneThatIsAbsentRefusesOrFails) {
-  using enum HelperAnswer::Kind;
+  using enum HelperRefusal::Kind;
   using Text = std::string_view;
-  const std::tuple<std::string, HelperAnswer::Kind, CheckState, Text, Text> cases[] = {
-      {"", Answered, CheckState::Ok, "Version 1.2", ""},
+  const std::tuple<std::string, std::optional<HelperRefusal::Kind>, CheckState, Text, Text> cases[] = {
+      {"", std::nullopt, CheckState::Ok, "Version 1.2", ""},
       {SD_BUS_ERROR_ACCESS_DENIED, NotAllowed, CheckState::Missing, "may not use it (because)", "polkit"},
       {SD_BUS_ERROR_INTERACTIVE_AUTHORIZATION_REQUIRED, NotAllowed, CheckState::Missing, "(because)",
        "polkit"},
@@ -52,13 +52,13 @@ TEST(Helper, IsToldFromOneThatIsAbsentRefusesOrFails) {
     EXPECT_EQ(check.state, state) << error;
     EXPECT_THAT(check.text, HasSubstr(finding));
     EXPECT_THAT(check.advice, HasSubstr(advice));
-    const HelperAnswer answer = askHelperToUninstall(bus, "89abcdef");
-    EXPECT_EQ(answer.kind, kind) << error;
-    EXPECT_EQ(answer.text, kind == Answered ? "89abcdef" : "because");
+    const Result<std::string, HelperRefusal> answer = askHelperToUninstall(bus, "89abcdef");
+    EXPECT_EQ(answer ? std::nullopt : std::optional(answer.error().kind), kind) << error;
+    EXPECT_EQ(answer ? *answer : answer.error().reason, kind ? "because" : "89abcdef");
   }
   const SystemBus daemon;
   const Bus bus = Bus::openSystem();
-  EXPECT_EQ(askHelperToUninstall(bus, "").kind, NotInstalled);
+  EXPECT_EQ(askHelperToUninstall(bus, "").error().kind, NotInstalled);
   EXPECT_EQ(checkHelper(bus).advice, "Install it with 'quorlinctl helper install'.");
 }
 

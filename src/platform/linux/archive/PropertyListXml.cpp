@@ -3,6 +3,7 @@
 #include "platform/PropertyListXml.h"
 
 #include "platform/posix/TextFile.h"
+#include "platform/values/Parsing.h"
 
 #include <algorithm>
 #include <charconv>
@@ -24,30 +25,25 @@ void fail(GError** error) {
   g_set_error_literal(error, G_MARKUP_ERROR, G_MARKUP_ERROR_INVALID_CONTENT, "not a property list");
 }
 
-template <typename Number>
-std::optional<Number> numberOf(std::string_view text, auto... format) {
-  Number number{};
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, format...);
-  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-  return number;
-}
-
 std::string_view withoutPlus(std::string_view text) {
   return text.starts_with('+') && !text.starts_with("+-") ? text.substr(1) : text;
 }
 
 std::optional<PropertyList> realOf(std::string_view text) {
-  const auto number = numberOf<double>(withoutPlus(text));
-  return number ? std::optional<PropertyList>(*number) : std::nullopt;
+  text = withoutPlus(text);
+  double number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  return number;
 }
 
 /// A decimal number that 64 bits with a sign do not hold becomes a real.
 std::optional<PropertyList> integerOf(std::string_view text) {
   if (text.starts_with("0x") || text.starts_with("0X")) {
-    const auto number = numberOf<std::uint64_t>(text.substr(2), 16);
+    const auto number = wholeNumber<std::uint64_t>(text.substr(2), 16);
     return number ? std::optional<PropertyList>(static_cast<std::int64_t>(*number)) : std::nullopt;
   }
-  if (const auto number = numberOf<std::int64_t>(withoutPlus(text))) return *number;
+  if (const auto number = wholeNumber<std::int64_t>(withoutPlus(text))) return *number;
   return text.find_first_not_of("+-0123456789") == std::string_view::npos ? realOf(text) : std::nullopt;
 }
 

@@ -2,7 +2,7 @@
 /// library's tree of nodes would cost more than the rest of the sample.
 #pragma once
 
-#include "platform/PropertyList.h"
+#include "platform/values/PropertyList.h"
 
 #include <vector>
 

@@ -12,8 +12,8 @@
 
 namespace quorlin {
 
-int checked(int result, const char* attempt) {
-  if (result < 0) throw BusError(std::string("Cannot ") + attempt + ": " + errorText(-result));
+int checked(int result, const char* complaint) {
+  if (result < 0) throw BusError(std::string(complaint) + ": " + errorText(-result));
   return result;
 }
 
@@ -27,7 +27,7 @@ void dropAddressedSignals(sd_bus* bus) {
                ? 1
                : 0;
   };
-  checked(sd_bus_add_filter(bus, nullptr, drop, nullptr), "watch the bus");
+  checked(sd_bus_add_filter(bus, nullptr, drop, nullptr), "Cannot watch the bus");
 }
 
 bool CallError::isOneOf(std::initializer_list<const char*> names) const {
@@ -37,7 +37,7 @@ bool CallError::isOneOf(std::initializer_list<const char*> names) const {
 BusMessage methodCall(sd_bus* bus, const BusObject& object, const char* member) {
   sd_bus_message* message = nullptr;
   checked(sd_bus_message_new_method_call(bus, &message, object.name, object.path, object.interface, member),
-          "write a call");
+          "Cannot write a call");
   return BusMessage(message);
 }
 
@@ -73,14 +73,14 @@ Bus Bus::openSession() {
     throw BusError(
         "There is no session bus: neither DBUS_SESSION_BUS_ADDRESS nor XDG_RUNTIME_DIR leads to one");
   }
-  checked(opened, "connect to the session bus");
+  checked(opened, "Cannot connect to the session bus");
   sd_bus_set_exit_on_disconnect(bus, 0);
   return Bus(bus);
 }
 
 Bus Bus::openSystem() {
   sd_bus* bus = nullptr;
-  checked(sd_bus_open_system(&bus), "connect to the system bus");
+  checked(sd_bus_open_system(&bus), "Cannot connect to the system bus");
   sd_bus_set_exit_on_disconnect(bus, 0);
   Bus opened(bus);
   dropAddressedSignals(bus);
@@ -99,7 +99,7 @@ BusSlot Bus::slotOf(Handler handler, const AddMatch& addMatch) {
   };
   auto owned = std::make_unique<Handler>(std::move(handler));
   sd_bus_slot* slot = nullptr;
-  checked(addMatch(&slot, call, owned.get()), "add a match");
+  checked(addMatch(&slot, call, owned.get()), "Cannot add a match");
   // From here on the slot owns its handler.
   sd_bus_slot_set_userdata(slot, owned.release());
   sd_bus_slot_set_destroy_callback(slot, [](void* userdata) { delete static_cast<Handler*>(userdata); });
@@ -122,7 +122,7 @@ std::vector<std::string> namesOn(const Bus& bus, NameState state) {
   const bool areOwned = state == NameState::Owned;
   char** found = nullptr;
   checked(sd_bus_list_names(bus.get(), areOwned ? &found : nullptr, areOwned ? nullptr : &found),
-          "list the names on the bus");
+          "Cannot list the names on the bus");
   std::vector<std::string> names;
   for (char** name = found; *name != nullptr; ++name) {
     names.emplace_back(*name);
@@ -138,9 +138,9 @@ std::optional<pid_t> processOwning(const Bus& bus, const std::string& name) {
   const BusCredentials credentials(found);
   // sd_bus_get_name_creds(3): how the bus's "no such name" arrives.
   if (result == -ENXIO || result == -ESRCH) return std::nullopt;
-  checked(result, "ask who owns a name on the bus");
+  checked(result, "Cannot ask who owns a name on the bus");
   pid_t process = 0;
-  checked(sd_bus_creds_get_pid(found, &process), "learn the process of a name's owner");
+  checked(sd_bus_creds_get_pid(found, &process), "Cannot learn the process of a name's owner");
   return process;
 }
 

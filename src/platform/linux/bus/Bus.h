@@ -1,7 +1,7 @@
 /// A connection to a message bus. The one place where sd-bus errors become ours.
 #pragma once
 
-#include "platform/Result.h"
+#include "platform/values/Result.h"
 
 #include <chrono>
 #include <functional>
@@ -23,8 +23,9 @@ class BusError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// Returns the result of an sd-bus call, or throws a BusError that names what was tried.
-int checked(int result, const char* attempt);
+/// Returns the result of an sd-bus call. Throws a BusError with the complaint, a whole sentence, and the
+/// reason.
+int checked(int result, const char* complaint);
 
 /// Frees what libsystemd hands out with one of its functions.
 template <auto free>

@@ -41,12 +41,12 @@ void BusNotificationCenter::post(std::string_view name, std::optional<std::strin
   try {
     sd_bus_message* made = nullptr;
     checked(sd_bus_message_new_signal(bus_.get(), &made, kPath, kInterface, std::string(name).c_str()),
-            "make a notification");
+            "Cannot make a notification");
     const BusMessage message(made);
     checked(sd_bus_message_append_basic(made, 's', std::string(object.value_or("")).c_str()),
-            "write a notification");
+            "Cannot write a notification");
     appendDictionary(made, userInfo);
-    checked(sd_bus_send(bus_.get(), made, nullptr), "post a notification");
+    checked(sd_bus_send(bus_.get(), made, nullptr), "Cannot post a notification");
   } catch (const BusError& error) {
     // A bus that has gone away is the application's to report.
     if (sd_bus_is_open(bus_.get()) > 0) {

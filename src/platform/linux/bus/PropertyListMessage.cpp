@@ -15,15 +15,15 @@ std::int64_t secondsOf(Date date) {
 }
 
 void open(sd_bus_message* message, char type, const char* contents) {
-  checked(sd_bus_message_open_container(message, type, contents), "write a notification");
+  checked(sd_bus_message_open_container(message, type, contents), "Cannot write a notification");
 }
 
 void close(sd_bus_message* message) {
-  checked(sd_bus_message_close_container(message), "write a notification");
+  checked(sd_bus_message_close_container(message), "Cannot write a notification");
 }
 
 void basic(sd_bus_message* message, char type, const void* value) {
-  checked(sd_bus_message_append_basic(message, type, value), "write a notification");
+  checked(sd_bus_message_append_basic(message, type, value), "Cannot write a notification");
 }
 
 void appendVariant(sd_bus_message* message, const PropertyList& value);
@@ -41,7 +41,8 @@ struct VariantWriter {
   void operator()(const std::string& text) const { appendBasic('s', "s", text.c_str()); }
   void operator()(const PropertyList::SharedData& data) const {
     open(message, 'v', "ay");
-    checked(sd_bus_message_append_array(message, 'y', data->data(), data->size()), "write a notification");
+    checked(sd_bus_message_append_array(message, 'y', data->data(), data->size()),
+            "Cannot write a notification");
     close(message);
   }
   void operator()(Date date) const {
@@ -78,19 +79,19 @@ void appendVariant(sd_bus_message* message, const PropertyList& value) {
 }
 
 void enter(sd_bus_message* message, char type, const char* contents) {
-  if (checked(sd_bus_message_enter_container(message, type, contents), "read a notification") == 0) {
+  if (checked(sd_bus_message_enter_container(message, type, contents), "Cannot read a notification") == 0) {
     throw BusError("Cannot read a notification: a value is missing");
   }
 }
 
 void leave(sd_bus_message* message) {
-  checked(sd_bus_message_exit_container(message), "read a notification");
+  checked(sd_bus_message_exit_container(message), "Cannot read a notification");
 }
 
 template <typename T>
 T readBasic(sd_bus_message* message, char type) {
   T value{};
-  checked(sd_bus_message_read_basic(message, type, &value), "read a notification");
+  checked(sd_bus_message_read_basic(message, type, &value), "Cannot read a notification");
   return value;
 }
 
@@ -101,7 +102,7 @@ PropertyList readArray(sd_bus_message* message, int depth);
 PropertyList readVariant(sd_bus_message* message, int depth) {
   if (depth > kMaximumDepth) throw BusError("Cannot read a notification: it nests too deeply");
   const char* signature = nullptr;
-  checked(sd_bus_message_peek_type(message, nullptr, &signature), "read a notification");
+  checked(sd_bus_message_peek_type(message, nullptr, &signature), "Cannot read a notification");
   if (signature == nullptr) throw BusError("Cannot read a notification: a value is missing");
   const std::string type = signature;
   enter(message, 'v', type.c_str());
@@ -111,7 +112,7 @@ PropertyList readVariant(sd_bus_message* message, int depth) {
     if (type == "ay") {
       const void* bytes = nullptr;
       std::size_t size = 0;
-      checked(sd_bus_message_read_array(message, 'y', &bytes, &size), "read a notification");
+      checked(sd_bus_message_read_array(message, 'y', &bytes, &size), "Cannot read a notification");
       const auto* first = static_cast<const std::uint8_t*>(bytes);
       return size == 0 ? Data{} : Data(first, first + size);
     }
@@ -159,7 +160,7 @@ PropertyList readVariant(sd_bus_message* message, int depth) {
 PropertyList readArray(sd_bus_message* message, int depth) {
   Array array;
   enter(message, 'a', "v");
-  while (checked(sd_bus_message_at_end(message, 0), "read a notification") == 0) {
+  while (checked(sd_bus_message_at_end(message, 0), "Cannot read a notification") == 0) {
     array.push_back(readVariant(message, depth));
   }
   leave(message);
@@ -169,7 +170,7 @@ PropertyList readArray(sd_bus_message* message, int depth) {
 Dictionary readDictionary(sd_bus_message* message, int depth) {
   Dictionary dictionary;
   enter(message, 'a', "{sv}");
-  while (checked(sd_bus_message_at_end(message, 0), "read a notification") == 0) {
+  while (checked(sd_bus_message_at_end(message, 0), "Cannot read a notification") == 0) {
     enter(message, 'e', "sv");
     std::string key = readBasic<const char*>(message, 's');
     dictionary.emplace_back(std::move(key), readVariant(message, depth));

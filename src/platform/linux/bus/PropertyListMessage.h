@@ -2,7 +2,7 @@
 /// 1970, array av, dictionary a{sv}.
 #pragma once
 
-#include "platform/PropertyList.h"
+#include "platform/values/PropertyList.h"
 
 #include <systemd/sd-bus.h>
 

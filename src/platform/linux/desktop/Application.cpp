@@ -25,35 +25,36 @@ constexpr int kAttempts = 5;
 
 /// Marks the call as a person's, with the desktop's tokens where there are any.
 void appendPlatformData(sd_bus_message* message) {
-  checked(sd_bus_message_open_container(message, 'a', "{sv}"), "hand over to the running instance");
+  checked(sd_bus_message_open_container(message, 'a', "{sv}"), "Cannot hand over to the running instance");
   for (const auto& [variable, key] : kActivationTokens) {
     const char* token = std::getenv(variable);
     checked(sd_bus_message_append(message, "{sv}", key, "s", token == nullptr ? "" : token),
-            "hand over to the running instance");
+            "Cannot hand over to the running instance");
   }
-  checked(sd_bus_message_close_container(message), "hand over to the running instance");
+  checked(sd_bus_message_close_container(message), "Cannot hand over to the running instance");
 }
 
 std::vector<std::string> readKeys(sd_bus_message* message) {
   std::vector<std::string> keys;
-  checked(sd_bus_message_enter_container(message, 'a', "{sv}"), "read platform data");
-  while (checked(sd_bus_message_enter_container(message, 'e', "sv"), "read platform data") > 0) {
+  checked(sd_bus_message_enter_container(message, 'a', "{sv}"), "Cannot read platform data");
+  while (checked(sd_bus_message_enter_container(message, 'e', "sv"), "Cannot read platform data") > 0) {
     const char* key = nullptr;
-    checked(sd_bus_message_read_basic(message, 's', &key), "read platform data");
+    checked(sd_bus_message_read_basic(message, 's', &key), "Cannot read platform data");
     keys.emplace_back(key);
-    checked(sd_bus_message_skip(message, "v"), "read platform data");
-    checked(sd_bus_message_exit_container(message), "read platform data");
+    checked(sd_bus_message_skip(message, "v"), "Cannot read platform data");
+    checked(sd_bus_message_exit_container(message), "Cannot read platform data");
   }
-  checked(sd_bus_message_exit_container(message), "read platform data");
+  checked(sd_bus_message_exit_container(message), "Cannot read platform data");
   return keys;
 }
 
 std::vector<std::string> readStrings(sd_bus_message* message) {
   std::vector<std::string> strings;
-  checked(sd_bus_message_enter_container(message, 'a', "s"), "read URLs");
+  checked(sd_bus_message_enter_container(message, 'a', "s"), "Cannot read URLs");
   const char* text = nullptr;
-  while (checked(sd_bus_message_read_basic(message, 's', &text), "read URLs") > 0) strings.emplace_back(text);
-  checked(sd_bus_message_exit_container(message), "read URLs");
+  while (checked(sd_bus_message_read_basic(message, 's', &text), "Cannot read URLs") > 0)
+    strings.emplace_back(text);
+  checked(sd_bus_message_exit_container(message), "Cannot read URLs");
   return strings;
 }
 
@@ -115,13 +116,13 @@ bool BusApplication::becomeOnlyInstance() {
   // The object comes first: messages for the name may arrive as soon as it is owned.
   sd_bus_slot* slot = nullptr;
   checked(sd_bus_add_object_vtable(bus_.get(), &slot, path_.c_str(), kInterface, Methods::table(), this),
-          "offer the application on the session bus");
+          "Cannot offer the application on the session bus");
   object_.reset(slot);
   // The other instance may leave before it answers; then the name is free.
   for (int attempts = 0; attempts < kAttempts; ++attempts) {
     const int requested = sd_bus_request_name(bus_.get(), id_.c_str(), 0);
     if (requested != -EEXIST) {
-      checked(requested, "take the application's name on the session bus");
+      checked(requested, "Cannot take the application's name on the session bus");
       return true;
     }
     if (handOver()) break;
@@ -139,11 +140,12 @@ bool BusApplication::handOver() const {
     list.reserve(toOpen.size() + 1);
     for (const std::string& url : toOpen) list.push_back(const_cast<char*>(url.c_str()));
     list.push_back(nullptr);
-    checked(sd_bus_message_append_strv(handOver.get(), list.data()), "hand over to the running instance");
+    checked(sd_bus_message_append_strv(handOver.get(), list.data()),
+            "Cannot hand over to the running instance");
   }
   const bool silent = std::ranges::find(arguments_, "-silent") != arguments_.end();
   if (silent) {
-    checked(sd_bus_message_append(handOver.get(), "a{sv}", 0), "hand over to the running instance");
+    checked(sd_bus_message_append(handOver.get(), "a{sv}", 0), "Cannot hand over to the running instance");
   } else {
     appendPlatformData(handOver.get());
   }

@@ -29,7 +29,7 @@ ApplicationNames::ApplicationNames(const Bus& bus) {
 void ApplicationNames::ownerChanged(sd_bus_message* message) {
   const char* name = nullptr;
   const char* newOwner = nullptr;
-  checked(sd_bus_message_read(message, "sss", &name, nullptr, &newOwner), "read a change of owner");
+  checked(sd_bus_message_read(message, "sss", &name, nullptr, &newOwner), "Cannot read a change of owner");
   if (*newOwner == '\0') {
     names_.erase(std::string(name));
   } else {

@@ -2,7 +2,7 @@
 /// applications associations.
 #pragma once
 
-#include "platform/Result.h"
+#include "platform/values/Result.h"
 
 #include <filesystem>
 #include <optional>

@@ -24,14 +24,15 @@ Result<KeyFile> loadKeyFile(const std::filesystem::path& file) {
   if (status.type() == std::filesystem::file_type::not_found) return keyFile;
   // A pipe or a device would keep the reader waiting.
   if (!std::filesystem::is_regular_file(status)) {
-    return Trouble{
-        .what = "cannot be read", .where = file, .why = error ? error.message() : "it is not a regular file"};
+    return Trouble{.what = "{} cannot be read",
+                   .where = file,
+                   .why = error ? error.message() : "it is not a regular file"};
   }
   GError* failure = nullptr;
   gchar* bytes = nullptr;
   gsize size = 0;
   if (g_file_get_contents(file.c_str(), &bytes, &size, &failure) == FALSE) {
-    return troubleOf(failure, "cannot be read", file);
+    return troubleOf(failure, "{} cannot be read", file);
   }
   const GText owner(bytes);
   std::string_view contents(bytes, size);
@@ -40,11 +41,11 @@ Result<KeyFile> loadKeyFile(const std::filesystem::path& file) {
   // A file system that lost power may leave zeros, which the parser would take for the end.
   if (contents.find('\0') != std::string_view::npos) {
     return Trouble{
-        .what = "is malformed", .where = file, .why = "it contains zero bytes", .error = kMalformed};
+        .what = "{} is malformed", .where = file, .why = "it contains zero bytes", .error = kMalformed};
   }
   constexpr auto flags = static_cast<GKeyFileFlags>(G_KEY_FILE_KEEP_COMMENTS | G_KEY_FILE_KEEP_TRANSLATIONS);
   if (g_key_file_load_from_data(keyFile.get(), contents.data(), contents.size(), flags, &failure) == FALSE) {
-    return troubleOf(failure, "is malformed", file, kMalformed);
+    return troubleOf(failure, "{} is malformed", file, kMalformed);
   }
   return keyFile;
 }
@@ -67,7 +68,7 @@ std::optional<Trouble> saveKeyFile(GKeyFile* keyFile, const std::filesystem::pat
   GError* failure = nullptr;
   // Writes a file beside it, then renames that one over it.
   if (g_file_set_contents(file.c_str(), contents.get(), static_cast<gssize>(size), &failure) == FALSE) {
-    return troubleOf(failure, "cannot be written", file);
+    return troubleOf(failure, "{} cannot be written", file);
   }
   return std::nullopt;
 }

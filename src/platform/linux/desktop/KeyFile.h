@@ -1,7 +1,7 @@
 /// Files of groups, keys and values, as GLib reads and writes them.
 #pragma once
 
-#include "platform/Result.h"
+#include "platform/values/Result.h"
 
 #include <cerrno>
 #include <filesystem>

@@ -2,6 +2,7 @@
 
 #include "platform/linux/desktop/KeyFile.h"
 #include "platform/posix/TextFile.h"
+#include "platform/values/Sentence.h"
 
 #include <charconv>
 #include <limits>
@@ -15,6 +16,7 @@ namespace quorlin {
 namespace {
 
 constexpr const char* kGroup = "Settings";
+constexpr const char* kNotSaved = "the settings are not saved: {}";
 
 /// Copies a malformed file to a free name beside it, and returns that.
 Result<std::filesystem::path> keepAside(const std::filesystem::path& file) {
@@ -25,7 +27,9 @@ Result<std::filesystem::path> keepAside(const std::filesystem::path& file) {
   }
   if (!error) std::filesystem::copy_file(file, aside, error);
   if (error)
-    return systemTrouble("is malformed and cannot be copied to " + aside.string(), file, error.value());
+    return systemTrouble(
+        filledIn("{} is malformed and cannot be copied to {}", {file.native(), aside.native()}), {},
+        error.value());
   return aside;
 }
 
@@ -50,7 +54,7 @@ KeyFileUserDefaults::KeyFileUserDefaults(std::filesystem::path file, Log& log)
     : file_(std::move(file)), log_(log) {
   const Result<KeyFile> keyFile = loadKeyFile(file_);
   if (!keyFile) {
-    log_.line("the settings are ignored: " + keyFile.error().text());
+    log_.line(filledIn("the settings are ignored: {}", {keyFile.error().text()}));
     return;
   }
   gsize count = 0;
@@ -122,13 +126,13 @@ void KeyFileUserDefaults::store() {
   if (!keyFile && keyFile.error().error == kMalformed) {
     const Result<std::filesystem::path> aside = keepAside(target);
     if (aside) {
-      log_.line("the malformed settings are kept in " + aside->string());
+      log_.line(filledIn("the malformed settings are kept in {}", {aside->native()}));
       keyFile = KeyFile(g_key_file_new());
     } else {
       keyFile = aside.error();
     }
   }
-  if (!keyFile) return log_.line("the settings are not saved: " + keyFile.error().text());
+  if (!keyFile) return log_.line(filledIn(kNotSaved, {keyFile.error().text()}));
   for (const auto& [key, value] : unsaved_) {
     if (value) {
       g_key_file_set_value(keyFile->get(), kGroup, key.c_str(), value->c_str());
@@ -137,7 +141,7 @@ void KeyFileUserDefaults::store() {
     }
   }
   if (const std::optional<Trouble> trouble = saveKeyFile(keyFile->get(), target)) {
-    return log_.line("the settings are not saved: " + trouble->text());
+    return log_.line(filledIn(kNotSaved, {trouble->text()}));
   }
   unsaved_.clear();
 }

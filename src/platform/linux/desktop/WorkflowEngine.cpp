@@ -15,7 +15,7 @@ namespace {
 constexpr const char* kGroup = "Desktop Entry";
 
 Trouble cannotRun(const std::filesystem::path& file, std::string why) {
-  return {.what = "cannot be run", .where = "the workflow " + file.string(), .why = std::move(why)};
+  return {.what = filledIn("the workflow '{}' cannot be run", {file.native()}), .why = std::move(why)};
 }
 
 std::string stringOf(GKeyFile* entry, const char* key) {

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "platform/Log.h"
-#include "platform/Result.h"
 #include "platform/WorkflowEngine.h"
+#include "platform/values/Result.h"
 
 #include <filesystem>
 #include <string>

@@ -4,6 +4,7 @@
 #include "platform/linux/processes/ApplicationId.h"
 #include "platform/posix/FileDescriptor.h"
 #include "platform/posix/TextFile.h"
+#include "platform/values/Sentence.h"
 
 #include <algorithm>
 #include <charconv>
@@ -88,7 +89,7 @@ bool LinuxWorkspace::ownsApplicationName(std::int32_t processId) const {
 void LinuxWorkspace::setDefaultHandlerForUrlScheme(std::string_view scheme,
                                                    std::string_view bundleIdentifier) {
   const auto trouble = setDefaultUrlHandler(mimeApplicationsFile(), scheme, bundleIdentifier);
-  if (trouble) log_.line("URLs of " + std::string(scheme) + " do not open this program: " + trouble->text());
+  if (trouble) log_.line(filledIn("URLs of {} do not open this program: {}", {scheme, trouble->text()}));
 }
 
 }  // namespace quorlin

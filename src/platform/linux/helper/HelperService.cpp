@@ -3,6 +3,7 @@
 #include "platform/linux/bus/Bus.h"
 #include "platform/linux/helper/HelperProtocol.h"
 #include "platform/linux/loop/BusSource.h"
+#include "platform/values/Sentence.h"
 
 #include <cstdint>
 #include <list>
@@ -12,7 +13,7 @@
 namespace quorlin {
 namespace {
 
-constexpr const char* kAttempt = "call the core helper";
+constexpr const char* kAttempt = "Cannot call the core helper";
 
 class BusConnection final : public HelperToolConnection {
  public:
@@ -135,7 +136,7 @@ class BusConnection final : public HelperToolConnection {
     const sd_bus_error* error = sd_bus_message_get_error(answer);
     const char* reason =
         error == nullptr || error->message == nullptr ? "the answer is not a string" : error->message;
-    connection.refusals_.line(std::string("core helper: ") + call.member + ": " + reason);
+    connection.refusals_.line(filledIn("core helper: {}: {}", {call.member, reason}));
     const bool lost = !isFromHelper(answer);
     call.failed();
     if (lost) connection.invalidate();

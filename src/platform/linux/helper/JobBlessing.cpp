@@ -6,8 +6,8 @@
 namespace quorlin {
 
 bool LinuxJobBlessing::bless(std::string_view /*label*/, const Authorization* /*authorization*/) {
-  const std::filesystem::path helper = bundledProgram(kHelperFileName);
-  return !helper.empty() && runHelperInstaller(helper).kind == InstallerOutcome::Kind::Installed;
+  const Result<std::filesystem::path> helper = bundledProgram(kHelperFileName);
+  return helper && runHelperInstaller(*helper).kind == InstallerOutcome::Kind::Installed;
 }
 
 }  // namespace quorlin

@@ -68,7 +68,7 @@ BusSource::BusSource(const Bus& bus, std::function<void()> disconnected)
   source_->disconnected = &disconnected_;
   const int descriptor = sd_bus_get_fd(bus.get());
   if (descriptor < 0) g_source_unref(&source_->base);
-  source_->descriptor = {.fd = checked(descriptor, "watch the bus"), .events = G_IO_IN, .revents = 0};
+  source_->descriptor = {.fd = checked(descriptor, "Cannot watch the bus"), .events = G_IO_IN, .revents = 0};
   g_source_add_poll(&source_->base, &source_->descriptor);
   g_source_attach(&source_->base, nullptr);
 }

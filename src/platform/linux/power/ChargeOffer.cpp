@@ -1,10 +1,10 @@
 #include "platform/linux/power/ChargeOffer.h"
 
 #include "platform/linux/power/SystemBatteries.h"
+#include "platform/values/Parsing.h"
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <span>
 #include <system_error>
 
@@ -44,17 +44,17 @@ bool isChargeValue(std::string_view attribute, std::string_view value) {
   const auto choices = choicesOf(attribute);
   if (!choices.empty()) return std::ranges::find(choices, value) != choices.end();
   if (attribute != kEndThreshold && attribute != kStartThreshold) return false;
-  unsigned percent = 0;
-  const auto [stop, error] = std::from_chars(value.data(), value.data() + value.size(), percent);
-  return error == std::errc() && stop == value.data() + value.size() && percent <= 100;
+  return wholeNumber<unsigned>(value).value_or(101) <= 100;
 }
 
-std::string chargeValue(const std::filesystem::path& battery, std::string_view attribute) {
+std::optional<std::string> chargeValue(const std::filesystem::path& battery, std::string_view attribute) {
   std::string text = supplyText(battery, attribute);
+  if (text.empty()) return std::nullopt;
   if (choicesOf(attribute).empty()) return text;
   const std::size_t open = text.find('[');
   const std::size_t close = text.find(']', open);
-  return close == std::string::npos ? std::string() : text.substr(open + 1, close - open - 1);
+  if (close == std::string::npos) return std::nullopt;
+  return text.substr(open + 1, close - open - 1);
 }
 
 }  // namespace quorlin

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -34,8 +35,8 @@ ChargeOffer chargeOfferOf(const std::filesystem::path& battery);
 /// Whether one of the attributes above can have the value: a percentage, or a choice that the kernel knows.
 bool isChargeValue(std::string_view attribute, std::string_view value);
 
-/// The current value of an attribute: its text, or of a list of choices the one in brackets; empty where the
-/// attribute is absent, cannot be read, or has no choice in force.
-std::string chargeValue(const std::filesystem::path& battery, std::string_view attribute);
+/// The current value of an attribute: its text, or of a list of choices the one in brackets. Nothing where
+/// the attribute is absent, cannot be read, or has no choice in force.
+std::optional<std::string> chargeValue(const std::filesystem::path& battery, std::string_view attribute);
 
 }  // namespace quorlin

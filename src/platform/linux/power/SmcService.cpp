@@ -5,11 +5,11 @@
 
 #include "platform/posix/FileDescriptor.h"
 #include "platform/posix/TextFile.h"
+#include "platform/values/Parsing.h"
 
 #include <algorithm>
 #include <bit>
 #include <cerrno>
-#include <charconv>
 #include <chrono>
 #include <optional>
 #include <system_error>
@@ -128,11 +128,8 @@ Reading<std::string> SysfsSmcConnection::line(const char* file) const {
 Reading<std::uint32_t> SysfsSmcConnection::number(const char* file) const {
   const Reading<std::string> text = line(file);
   if (!text) return text.error();
-  std::uint32_t number = 0;
-  const char* const end = text->data() + text->size();
-  const auto [stop, error] = std::from_chars(text->data(), end, number);
-  if (error != std::errc() || stop != end) return std::errc::bad_message;
-  return number;
+  const auto number = wholeNumber<std::uint32_t>(*text);
+  return number ? Reading<std::uint32_t>(*number) : std::errc::bad_message;
 }
 
 Reading<std::array<char, 4>> SysfsSmcConnection::fourCharacters(const char* file, std::size_t least) const {

@@ -1,9 +1,9 @@
 #include "platform/linux/power/SystemBatteries.h"
 
 #include "platform/posix/TextFile.h"
+#include "platform/values/Parsing.h"
 
 #include <algorithm>
-#include <charconv>
 
 namespace quorlin {
 namespace {
@@ -70,12 +70,8 @@ std::string supplyText(const std::filesystem::path& supply, std::string_view att
 }
 
 std::optional<std::int32_t> supplyNumber(const std::filesystem::path& supply, std::string_view attribute) {
-  const std::string text = supplyText(supply, attribute);
-  std::int32_t number = 0;
-  const char* end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number);
-  if (error != std::errc() || stop != end || number < 0) return std::nullopt;
-  return number;
+  const auto number = wholeNumber<std::int32_t>(supplyText(supply, attribute));
+  return number && *number >= 0 ? number : std::nullopt;
 }
 
 }  // namespace quorlin

@@ -1,9 +1,9 @@
 #include "platform/linux/processes/ApplicationId.h"
 
-#include "platform/Utf8.h"
+#include "platform/values/Parsing.h"
+#include "platform/values/Utf8.h"
 
 #include <algorithm>
-#include <charconv>
 #include <vector>
 
 namespace quorlin {
@@ -15,26 +15,19 @@ constexpr std::string_view kPrefix = "app-";
 std::string unescaped(std::string_view text) {
   std::string result;
   while (!text.empty()) {
-    unsigned char byte = 0;
-    if (text.size() >= 4 && text.starts_with("\\x")) {
-      const char* digits = text.data() + 2;
-      const auto [end, error] = std::from_chars(digits, digits + 2, byte, 16);
-      if (error == std::errc() && end == digits + 2 && byte != 0) {
-        result += static_cast<char>(byte);
-        text.remove_prefix(4);
-        continue;
-      }
-    }
-    result += text.front();
-    text.remove_prefix(1);
+    const bool isEscape = text.size() >= 4 && text.starts_with("\\x");
+    const auto byte = isEscape ? wholeNumber<unsigned char>(text.substr(2, 2), 16) : std::nullopt;
+    const bool isByte = byte.value_or(0) != 0;
+    result += isByte ? static_cast<char>(*byte) : text.front();
+    text.remove_prefix(isByte ? 4 : 1);
   }
   return result;
 }
 
-std::vector<std::string_view> split(std::string_view text, char separator) {
+std::vector<std::string_view> splitAtDashes(std::string_view text) {
   std::vector<std::string_view> pieces;
   while (true) {
-    const std::size_t end = text.find(separator);
+    const std::size_t end = text.find('-');
     pieces.push_back(text.substr(0, end));
     if (end == std::string_view::npos) return pieces;
     text.remove_prefix(end + 1);
@@ -66,7 +59,7 @@ std::optional<std::string> applicationIdOfUnit(std::string_view unit) {
   const bool isInstance = at != std::string_view::npos;
   if (isInstance) name = name.substr(0, at);
 
-  std::vector<std::string_view> pieces = split(name, '-');
+  std::vector<std::string_view> pieces = splitAtDashes(name);
   if (!isInstance && pieces.size() > 1 && (hasRandomPart || isRandomPart(pieces.back()))) pieces.pop_back();
   // The id remains, or a launcher and the id. An id's own dashes are escaped.
   if (pieces.size() > 2 || pieces.back().empty()) return std::nullopt;
@@ -77,7 +70,8 @@ std::optional<std::string> applicationIdOfUnit(std::string_view unit) {
 std::optional<std::string> applicationIdOfControlGroups(std::string_view controlGroups) {
   // Most processes belong to no application; this test spares them the parsing.
   if (controlGroups.find("/app-") == std::string_view::npos) return std::nullopt;
-  for (const std::string_view line : split(controlGroups, '\n')) {
+  while (!controlGroups.empty()) {
+    const std::string_view line = takeUntil('\n', controlGroups);
     // HIERARCHY:CONTROLLERS:PATH; units are named in systemd's own hierarchy alone, which is the second
     // version's or, on older systems, name=systemd.
     const std::size_t first = line.find(':');

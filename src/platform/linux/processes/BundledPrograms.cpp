@@ -10,12 +10,13 @@ std::filesystem::path bundleFolder() {
   return error ? std::filesystem::path() : (program.parent_path() / QUORLIN_BUNDLE).lexically_normal();
 }
 
-std::filesystem::path bundledProgram(std::string_view name, const std::filesystem::path& folder) {
+Result<std::filesystem::path> bundledProgram(std::string_view name, const std::filesystem::path& folder) {
   std::error_code ignored;
   std::filesystem::path program = folder / name;
   const bool isProgram =
       std::filesystem::is_regular_file(program, ignored) && access(program.c_str(), X_OK) == 0;
-  return isProgram ? program : std::filesystem::path();
+  if (!isProgram) return Trouble{.what = "the program {} does not exist", .where = program};
+  return program;
 }
 
 }  // namespace quorlin

@@ -1,6 +1,8 @@
 /// The programs that come with the running one and are not for the user's PATH.
 #pragma once
 
+#include "platform/values/Result.h"
+
 #include <filesystem>
 #include <string_view>
 
@@ -10,8 +12,8 @@ namespace quorlin {
 /// Empty when the executable's path cannot be read.
 std::filesystem::path bundleFolder();
 
-/// The executable of that name in the folder; empty if it is absent.
-std::filesystem::path bundledProgram(std::string_view name,
-                                     const std::filesystem::path& folder = bundleFolder());
+/// The executable of that name in the folder.
+Result<std::filesystem::path> bundledProgram(std::string_view name,
+                                             const std::filesystem::path& folder = bundleFolder());
 
 }  // namespace quorlin

@@ -2,6 +2,7 @@
 
 #include "platform/linux/processes/ApplicationId.h"
 #include "platform/linux/system/DirectoryEntries.h"
+#include "platform/values/Parsing.h"
 
 #include <algorithm>
 #include <array>
@@ -19,12 +20,7 @@ constexpr int kLooks = 2;
 constexpr std::size_t kEntriesSize = std::size_t{64} * 1024;
 
 /// The process id in a folder's name, or 0.
-std::int32_t processId(const char* name) {
-  std::int32_t id = 0;
-  const char* end = name + std::strlen(name);
-  const auto [parsed, error] = std::from_chars(name, end, id);
-  return error == std::errc() && parsed == end && id > 0 ? id : 0;
-}
+std::int32_t processId(const char* name) { return std::max(wholeNumber<std::int32_t>(name).value_or(0), 0); }
 
 }  // namespace
 

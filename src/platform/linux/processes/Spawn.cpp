@@ -79,7 +79,7 @@ class Environment {
 Result<pid_t> spawn(const std::string& program, const std::vector<std::string>& arguments,
                     const SpawnOptions& options) {
   std::optional<std::vector<char*>> vector = argumentVector(program, arguments);
-  if (!vector) return systemTrouble("cannot be started", program, EINVAL);
+  if (!vector) return systemTrouble("{} cannot be started", program, EINVAL);
   FileActions actions;
   addActions(options, actions);
   Attributes attributes;
@@ -92,7 +92,7 @@ Result<pid_t> spawn(const std::string& program, const std::vector<std::string>& 
     error = posix_spawnp(&child, program.c_str(), actions.get(), attributes.get(), vector->data(),
                          environment ? environment->get() : environ);
   }
-  if (error != 0) return systemTrouble("cannot be started", program, error);
+  if (error != 0) return systemTrouble("{} cannot be started", program, error);
   return child;
 }
 

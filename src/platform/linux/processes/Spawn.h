@@ -1,8 +1,8 @@
 /// Starting child processes.
 #pragma once
 
-#include "platform/Result.h"
 #include "platform/posix/ChildProcess.h"
+#include "platform/values/Result.h"
 
 #include <optional>
 #include <string>

@@ -1,8 +1,8 @@
 /// How much the disks read and write, from one reading of their counters to the next.
 #pragma once
 
-#include "platform/Tick.h"
 #include "platform/linux/sensors/DiskCounters.h"
+#include "platform/values/Tick.h"
 
 #include <array>
 #include <chrono>

@@ -1,11 +1,12 @@
 #include "platform/linux/sensors/DiskCounters.h"
 
 #include "platform/posix/TextFile.h"
+#include "platform/values/Parsing.h"
+#include "platform/values/Sentence.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <charconv>
 
 #include <fcntl.h>
 
@@ -25,17 +26,10 @@ std::string_view takeWord(std::string_view& line) {
   return word;
 }
 
-bool parseWhole(std::string_view word, std::uint64_t& number) {
-  const char* end = word.data() + word.size();
-  const auto [stop, error] = std::from_chars(word.data(), end, number);
-  return error == std::errc() && stop == end;
-}
-
 /// The device numbers and the name, which every line begins with.
 std::optional<std::string_view> takeName(std::string_view& line) {
-  std::array<std::uint64_t, 2> device{};
-  for (std::uint64_t& number : device) {
-    if (!parseWhole(takeWord(line), number)) return std::nullopt;
+  for (int i = 0; i < 2; ++i) {
+    if (!wholeNumber<unsigned>(takeWord(line))) return std::nullopt;
   }
   const std::string_view name = takeWord(line);
   return name.empty() ? std::nullopt : std::optional(name);
@@ -45,7 +39,9 @@ std::optional<DiskCounters> parseCounts(std::string_view name, std::string_view 
   // Reads completed, merged, sectors read, milliseconds; then the same of the writes.
   std::array<std::uint64_t, 7> counts{};
   for (std::uint64_t& count : counts) {
-    if (!parseWhole(takeWord(line), count)) return std::nullopt;
+    const auto number = wholeNumber<std::uint64_t>(takeWord(line));
+    if (!number) return std::nullopt;
+    count = *number;
   }
   return DiskCounters{.name = std::string(name),
                       .operations = counts[0] + counts[4],
@@ -71,9 +67,7 @@ std::optional<std::vector<DiskCounters>> DiskCounterReader::read() {
   bool malformed = false;
   std::size_t number = 0;  // of the lines that have a name
   while (!text->empty()) {
-    const std::size_t length = std::min(text->find('\n'), text->size());
-    std::string_view line = text->substr(0, length);
-    text->remove_prefix(std::min(length + 1, text->size()));
+    std::string_view line = takeUntil('\n', *text);
     if (line.empty()) continue;
 
     const std::optional<std::string_view> name = takeName(line);
@@ -132,7 +126,7 @@ bool DiskCounterReader::hasHardware(std::string_view name) const {
 }
 
 void DiskCounterReader::report(std::string_view trouble) {
-  if (!reported_) log_.line("Disk activity: " + path_ + ": " + std::string(trouble));
+  if (!reported_) log_.line(filledIn("Disk activity: {}: {}", {path_, trouble}));
   reported_ = true;
 }
 

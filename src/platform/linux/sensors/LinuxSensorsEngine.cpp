@@ -1,5 +1,7 @@
 #include "platform/linux/sensors/LinuxSensorsEngine.h"
 
+#include "platform/values/Sentence.h"
+
 #include <utility>
 
 namespace quorlin {
@@ -41,7 +43,8 @@ void LinuxSensorsEngine::discoverIfChanged() {
 void LinuxSensorsEngine::reportNameless(const std::vector<FoundChip>& chips) {
   for (const FoundChip& chip : chips) {
     if (!chip.name.empty() || !nameless_.insert(chip.idPrefix).second) continue;
-    log_.line("The sensor chip at " + chip.directory + " has no name and is shown as " + chip.displayName);
+    log_.line(
+        filledIn("The sensor chip at {} has no name and is shown as {}", {chip.directory, chip.displayName}));
   }
 }
 

@@ -1,8 +1,8 @@
 /// The ids and labels of the sensors found, and the few that a person looks at first.
 #pragma once
 
-#include "platform/PropertyList.h"
 #include "platform/linux/sensors/SensorDiscovery.h"
+#include "platform/values/PropertyList.h"
 
 #include <cstddef>
 #include <memory>

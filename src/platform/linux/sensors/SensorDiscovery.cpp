@@ -2,10 +2,10 @@
 
 #include "platform/linux/sensors/Drivers.h"
 #include "platform/posix/TextFile.h"
+#include "platform/values/Parsing.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <optional>
 #include <set>
 #include <tuple>
@@ -17,7 +17,8 @@ namespace {
 /// Looks into one sysfs tree, and notices when the process runs out of descriptors.
 class Tree {
  public:
-  explicit Tree(const std::string& root) : root_(root), devices_(realPath(root) + "/devices/") {}
+  explicit Tree(const std::string& root)
+      : root_(root), devices_(realPath(root).value_or(root) + "/devices/") {}
 
   std::vector<std::string> names(const std::string& directory) {
     return noted(namesIn(directory)).value_or({});
@@ -25,8 +26,9 @@ class Tree {
 
   std::string text(const std::string& path) { return noted(readText(path)).value_or(""); }
 
-  /// A path below the tree's devices, or an empty one.
-  std::string belowDevices(const std::string& real) const {
+  /// Where a link leads below the tree's devices; empty where it does not.
+  std::string belowDevices(const std::string& link) const {
+    const std::string real = realPath(link).value_or("");
     return real.starts_with(devices_) ? real.substr(devices_.size()) : std::string();
   }
 
@@ -56,10 +58,9 @@ std::string lastComponent(const std::string& path) { return path.substr(path.rfi
 std::optional<unsigned> numberIn(std::string_view name, std::string_view prefix, std::string_view suffix) {
   if (!name.starts_with(prefix) || !name.ends_with(suffix)) return std::nullopt;
   if (name.size() <= prefix.size() + suffix.size()) return std::nullopt;
-  const char* end = name.data() + name.size() - suffix.size();
-  unsigned number = 0;
-  const auto [stop, error] = std::from_chars(name.data() + prefix.size(), end, number);
-  return error == std::errc() && stop == end ? std::optional(number) : std::nullopt;
+  name.remove_prefix(prefix.size());
+  name.remove_suffix(suffix.size());
+  return wholeNumber<unsigned>(name);
 }
 
 std::vector<FoundChannel> findChannels(Tree& tree, const std::string& directory) {
@@ -87,8 +88,8 @@ std::vector<FoundChannel> findChannels(Tree& tree, const std::string& directory)
 /// The chip's device below the devices of sysfs, without the entry of the chip itself; empty without a
 /// device.
 std::string devicePathOf(const Tree& tree, const std::string& entry) {
-  std::string path = tree.belowDevices(realPath(entry));
-  if (path.empty()) return tree.belowDevices(realPath(entry + "/device"));
+  std::string path = tree.belowDevices(entry);
+  if (path.empty()) return tree.belowDevices(entry + "/device");
   path = parentOf(path);
   return lastComponent(path) == "hwmon" ? parentOf(path) : path;
 }

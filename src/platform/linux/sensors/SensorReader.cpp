@@ -1,10 +1,11 @@
 #include "platform/linux/sensors/SensorReader.h"
 
 #include "platform/posix/TextFile.h"
+#include "platform/values/Parsing.h"
+#include "platform/values/Sentence.h"
 
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <limits>
 #include <string_view>
 #include <utility>
@@ -20,14 +21,8 @@ constexpr std::uint8_t kTrustAfter = 100;
 
 /// A whole number with nothing but line ends behind it.
 std::optional<std::int64_t> parseNumber(std::string_view text) {
-  std::int64_t number = 0;
-  const char* end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number);
-  if (error != std::errc()) return std::nullopt;
-  for (const char* rest = stop; rest != end; ++rest) {
-    if (*rest != '\n') return std::nullopt;
-  }
-  return number;
+  while (text.ends_with('\n')) text.remove_suffix(1);
+  return wholeNumber<std::int64_t>(text);
 }
 
 }  // namespace
@@ -120,7 +115,7 @@ double SensorReader::readChannel(const Chip& chip, Channel& channel) {
   }
   const SensorKindRow& row = rowOf(channel.kind);
   if (*number < row.least || *number > row.most) {
-    report(channel, std::to_string(*number) + " is out of range");
+    report(channel, filledIn("{} is out of range", {std::to_string(*number)}));
     return kNotRead;
   }
   if (channel.isReported && ++channel.goodReadings == kTrustAfter) channel.isReported = false;
@@ -157,7 +152,7 @@ void SensorReader::readFile(const std::string& directory, File& file, Bytes& byt
 
 double SensorReader::failed(Channel& channel, const Bytes& bytes) {
   if (bytes.error == EMFILE || bytes.error == ENFILE) {
-    if (!reportedShortage_) log_.line("Some sensors cannot be read: " + errorText(bytes.error));
+    if (!reportedShortage_) log_.line(filledIn("Some sensors cannot be read: {}", {errorText(bytes.error)}));
     reportedShortage_ = true;
     return kNotRead;
   }
@@ -173,7 +168,7 @@ void SensorReader::report(Channel& channel, const std::string& trouble) {
   channel.isReported = true;
   const auto& [id, label] = (*catalogue_->labels[channel.kind])[channel.index];
   const std::string* shown = label.string();
-  log_.line("Sensor \"" + (shown == nullptr ? id : *shown) + "\" (" + id + ") cannot be read: " + trouble);
+  log_.line(filledIn("Sensor \"{}\" ({}) cannot be read: {}", {shown == nullptr ? id : *shown, id, trouble}));
 }
 
 }  // namespace quorlin

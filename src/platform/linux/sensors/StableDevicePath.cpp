@@ -1,4 +1,5 @@
 #include "platform/linux/sensors/SensorDiscovery.h"
+#include "platform/values/Parsing.h"
 
 #include <algorithm>
 #include <array>
@@ -40,9 +41,7 @@ std::string_view withoutHidInstance(std::string_view component) {
 std::string withoutEnumeration(std::string_view devicePath) {
   std::string stable;
   while (!devicePath.empty()) {
-    const std::size_t length = std::min(devicePath.find('/'), devicePath.size());
-    const std::string_view component = devicePath.substr(0, length);
-    devicePath.remove_prefix(std::min(length + 1, devicePath.size()));
+    const std::string_view component = takeUntil('/', devicePath);
     if (isEnumerated(component)) continue;
     if (!stable.empty()) stable += '/';
     stable += withoutHidInstance(addressOnBus(component));

@@ -1,6 +1,7 @@
 #include "platform/linux/system/System.h"
 
-#include "platform/Utf8.h"
+#include "platform/values/Parsing.h"
+#include "platform/values/Utf8.h"
 
 #include <array>
 #include <fstream>
@@ -35,9 +36,7 @@ std::string unquoted(std::string_view value) {
 std::optional<std::string> assignedValue(std::string_view file, std::string_view variable) {
   std::optional<std::string> value;
   while (!file.empty()) {
-    const std::size_t end = file.find('\n');
-    std::string_view line = file.substr(0, end);
-    file.remove_prefix(end == std::string_view::npos ? file.size() : end + 1);
+    std::string_view line = takeUntil('\n', file);
     line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
     while (!line.empty() && std::string_view(" \t\r").find(line.back()) != std::string_view::npos) {
       line.remove_suffix(1);

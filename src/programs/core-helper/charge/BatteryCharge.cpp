@@ -2,6 +2,7 @@
 
 #include "platform/posix/FileDescriptor.h"
 #include "platform/posix/TextFile.h"
+#include "platform/values/Sentence.h"
 
 #include <algorithm>
 #include <array>
@@ -29,7 +30,7 @@ std::vector<int> endsFor(int charge) {
 /// Some firmware reports 0 when it has no threshold.
 bool isEndFor(int charge, std::optional<int> end) { return end && *end >= 1 && *end <= charge; }
 
-bool isBack(const FormerValue& former, std::string_view now) {
+bool isBack(const FormerValue& former, const std::optional<std::string>& now) {
   return now == former.value || (former.attribute == kEndThreshold && former.value == "0" && now == "100");
 }
 
@@ -52,12 +53,13 @@ Result<std::string> BatteryCharge::hold(int least) {
   // Read only now: some drivers round a value, or move one threshold with the other.
   for (const std::string_view attribute : kHeldAttributes) {
     const FormerValue* const former = held_.find(name_, attribute);
-    if (former != nullptr && former->ours.empty()) held_.setOurs(name_, attribute, value(attribute));
+    const std::optional<std::string> now = value(attribute);
+    if (former != nullptr && former->ours.empty() && now) held_.setOurs(name_, attribute, *now);
   }
   return outcome;
 }
 
-std::string BatteryCharge::putBack() {
+std::optional<Trouble> BatteryCharge::putBack() {
   std::string text;
   const auto add = [&text](const std::optional<Trouble>& trouble) {
     if (trouble) text += (text.empty() ? "" : "; ") + trouble->text();
@@ -75,7 +77,7 @@ std::string BatteryCharge::putBack() {
   add(putBack(kEndThreshold));
   if (held_.find(name_, kEndThreshold) == nullptr) add(putBack(kStartThreshold));
   add(putBack(kChargeTypes));
-  return text.empty() ? "the charge settings are restored" : text;
+  return text.empty() ? std::nullopt : std::optional(Trouble{.what = text});
 }
 
 Result<std::string> BatteryCharge::holdByWhatIsOffered(int least) {
@@ -84,7 +86,8 @@ Result<std::string> BatteryCharge::holdByWhatIsOffered(int least) {
   if (offer.inhibitsCharge && !mayChargeOn) return holdByBehaviour();
   if (offer.hasEndThreshold) return holdByThreshold(least, offer);
   if (!offer.inhibitsCharge) return Trouble{.what = "the driver cannot hold the charge"};
-  return Trouble{.what = "it keeps charging because its charge is below " + std::to_string(least) + " %"};
+  return Trouble{.what =
+                     filledIn("it keeps charging because its charge is below {} %", {std::to_string(least)})};
 }
 
 Result<std::string> BatteryCharge::holdByBehaviour() {
@@ -109,7 +112,7 @@ Result<std::string> BatteryCharge::holdByThreshold(int least, const ChargeOffer&
     change(kChargeTypes, kCustomCharge);
     if (value(kChargeTypes) != kCustomCharge) return refused(kChargeTypes, kCustomCharge);
   }
-  return "the charge is held at " + std::to_string(*end) + " % (charge_control_end_threshold)";
+  return filledIn("the charge is held at {} % (charge_control_end_threshold)", {std::to_string(*end)});
 }
 
 void BatteryCharge::setEnd(int percentage) {
@@ -132,7 +135,7 @@ bool BatteryCharge::writeDown(std::string_view attribute) {
   const std::optional<Trouble> trouble = held_.remember(name_, attribute, value(attribute));
   if (!trouble) return true;
   isOver_ = true;
-  if (!trouble_) trouble_ = Trouble{.what = trouble->text() + "; nothing is changed"};
+  if (!trouble_) trouble_ = Trouble{.what = filledIn("{}; nothing is changed", {trouble->text()})};
   return false;
 }
 
@@ -143,17 +146,17 @@ std::optional<Trouble> BatteryCharge::write(std::string_view attribute, std::str
   if (file && ::write(file.get(), line.data(), line.size()) >= 0) return std::nullopt;
   const int error = errno;
   if (error == EINVAL) return std::nullopt;
-  return systemTrouble("cannot be set to " + std::string(wanted), std::string(attribute), error);
+  return systemTrouble(filledIn("{} cannot be set to {}", {attribute, wanted}), {}, error);
 }
 
 std::optional<Trouble> BatteryCharge::leaveToOthers(std::string_view attribute) {
   const FormerValue* const former = held_.find(name_, attribute);
-  const std::string now = value(attribute);
-  if (former == nullptr || former->ours.empty() || now.empty()) return std::nullopt;
+  const std::optional<std::string> now = value(attribute);
+  if (former == nullptr || former->ours.empty() || !now) return std::nullopt;
   if (now == former->ours || isBack(*former, now)) return std::nullopt;
   held_.forget(name_, attribute);
-  return Trouble{.what = "another program set " + std::string(attribute) + " to " + displayText(now) +
-                         "; that value stays"};
+  return Trouble{
+      .what = filledIn("another program set {} to {}; that value stays", {attribute, displayText(*now)})};
 }
 
 std::optional<Trouble> BatteryCharge::putBack(std::string_view attribute) {
@@ -164,20 +167,20 @@ std::optional<Trouble> BatteryCharge::putBack(std::string_view attribute) {
   // A firmware that shows 0 for no threshold may refuse it.
   if (attribute == kEndThreshold && former->value == "0" && !isBack(*former, value(attribute)))
     write(attribute, "100");
-  const std::string now = value(attribute);
+  const std::optional<std::string> now = value(attribute);
   if (isBack(*former, now)) {
     held_.forget(name_, attribute);
     return std::nullopt;
   }
-  held_.setOurs(name_, attribute, now);
+  if (now) held_.setOurs(name_, attribute, *now);
   return trouble ? trouble : keeps(attribute, former->value);
 }
 
 Trouble BatteryCharge::keeps(std::string_view attribute, std::string_view wanted) const {
-  const std::string now = displayText(value(attribute));
-  if (now.empty()) return {.what = "cannot be read", .where = std::string(attribute)};
-  return {.what = "the firmware kept " + std::string(attribute) + " at " + now + "; " + std::string(wanted) +
-                  " was requested"};
+  const std::optional<std::string> now = value(attribute);
+  if (!now) return {.what = "{} cannot be read", .where = std::string(attribute)};
+  return {.what = filledIn("the firmware kept {} at {}; {} was requested",
+                           {attribute, displayText(*now), wanted})};
 }
 
 }  // namespace quorlin

@@ -25,9 +25,8 @@ class BatteryCharge {
   /// Whether hold() has asked the firmware for anything, and not only looked.
   bool wasAsked() const { return wasAsked_; }
 
-  /// Restores each former value that no other program has changed since, and forgets it in memory. Returns
-  /// the outcome as text for the user.
-  std::string putBack();
+  /// Restores each former value that no other program has changed since, and forgets it in memory.
+  std::optional<Trouble> putBack();
 
  private:
   Result<std::string> holdByWhatIsOffered(int least);
@@ -44,7 +43,9 @@ class BatteryCharge {
   std::optional<Trouble> leaveToOthers(std::string_view attribute);
   std::optional<Trouble> putBack(std::string_view attribute);
 
-  std::string value(std::string_view attribute) const { return chargeValue(folder_, attribute); }
+  std::optional<std::string> value(std::string_view attribute) const {
+    return chargeValue(folder_, attribute);
+  }
   std::optional<int> percent(std::string_view attribute) const { return supplyNumber(folder_, attribute); }
   Trouble keeps(std::string_view attribute, std::string_view wanted) const;
   Trouble refused(std::string_view attribute, std::string_view wanted) const {

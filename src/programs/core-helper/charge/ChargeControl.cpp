@@ -2,6 +2,7 @@
 
 #include "platform/linux/power/SystemBatteries.h"
 #include "platform/posix/TextFile.h"
+#include "platform/values/Sentence.h"
 #include "programs/core-helper/charge/BatteryCharge.h"
 #include "programs/core-helper/charge/HeldCharge.h"
 
@@ -24,7 +25,7 @@ ChargeControl::ChargeControl(std::filesystem::path sysfsRoot, std::filesystem::p
 
 ChargeOutcome ChargeControl::hold() {
   Result<HeldCharge> held = HeldCharge::in(stateFile_);
-  if (!held) return {false, held.error().text() + "; nothing is changed"};
+  if (!held) return {false, filledIn("{}; nothing is changed", {held.error().text()})};
   ChargeOutcome outcome;
   const auto batteries = systemBatteries(sysfsRoot_);
   // The agent decided by the first battery; a lower limit would keep emptier ones from charging.
@@ -62,7 +63,9 @@ ChargeOutcome ChargeControl::release() {
   for (const auto& folder : systemBatteries(sysfsRoot_)) {
     BatteryCharge battery(folder, *held);
     if (absent.erase(battery.name()) == 0) continue;
-    addLine(outcome.text, battery.name() + ": " + battery.putBack());
+    const std::optional<Trouble> trouble = battery.putBack();
+    addLine(outcome.text,
+            battery.name() + ": " + (trouble ? trouble->text() : "the charge settings are restored"));
     outcome.holding = outcome.holding || held->isAbout(battery.name());
   }
   // Firmware remembers the thresholds of a battery that is taken out, and nothing else knows the former ones.

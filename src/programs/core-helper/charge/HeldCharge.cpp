@@ -2,6 +2,8 @@
 
 #include "platform/posix/FileDescriptor.h"
 #include "platform/posix/TextFile.h"
+#include "platform/values/Parsing.h"
+#include "platform/values/Sentence.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -19,12 +21,6 @@ bool isBatteryName(std::string_view name) {
   return !name.empty() && name.front() != '.' && name.find_first_not_of(allowed) == std::string_view::npos;
 }
 
-std::string_view takeUntil(std::string_view& text, char end) {
-  const std::string_view part = text.substr(0, text.find(end));
-  text.remove_prefix(std::min(part.size() + 1, text.size()));
-  return part;
-}
-
 /// The place of an attribute's former value, or the end.
 template <typename Values>
 auto findIn(Values& values, std::string_view battery, std::string_view attribute) {
@@ -34,7 +30,7 @@ auto findIn(Values& values, std::string_view battery, std::string_view attribute
 }
 
 Trouble cannotWrite(const std::filesystem::path& path, int error) {
-  return systemTrouble("cannot be written", path, error);
+  return systemTrouble("{} cannot be written", path, error);
 }
 
 /// Writes a file that must not exist yet, and has it on the disk.
@@ -56,11 +52,11 @@ void syncFolder(const std::filesystem::path& folder) {
 std::vector<FormerValue> parseFormerValues(std::string_view text) {
   std::vector<FormerValue> values;
   while (!text.empty()) {
-    std::string_view line = takeUntil(text, '\n');
-    const std::string_view battery = takeUntil(line, ' ');
-    const std::string_view attribute = takeUntil(line, ' ');
+    std::string_view line = takeUntil('\n', text);
+    const std::string_view battery = takeUntil(' ', line);
+    const std::string_view attribute = takeUntil(' ', line);
     const bool hasOurs = line.find(' ') != std::string_view::npos;
-    const std::string_view value = takeUntil(line, ' ');
+    const std::string_view value = takeUntil(' ', line);
     if (!isBatteryName(battery) || !isChargeValue(attribute, value)) continue;
     if (hasOurs && !isChargeValue(attribute, line)) continue;
     if (findIn(values, battery, attribute) != values.end()) continue;
@@ -87,19 +83,19 @@ bool HeldCharge::isAbout(std::string_view battery) const {
 }
 
 std::optional<Trouble> HeldCharge::remember(const std::string& battery, std::string_view attribute,
-                                            const std::string& value) {
+                                            const std::optional<std::string>& value) {
   const auto known = findIn(values_, battery, attribute);
   if (known != values_.end() && known->ours.empty()) return std::nullopt;
-  if (known == values_.end() && (!isBatteryName(battery) || !isChargeValue(attribute, value))) {
-    return Trouble{.what = "is \"" + displayText(value) + "\", which could not be restored",
-                   .where = std::string(attribute)};
+  if (known == values_.end() && (!isBatteryName(battery) || !value || !isChargeValue(attribute, *value))) {
+    return Trouble{.what = filledIn("{} is \"{}\", which could not be restored",
+                                    {attribute, displayText(value.value_or(""))})};
   }
   const std::vector<FormerValue> before = values_;
   const bool wasStored = std::exchange(isStored_, false);
   if (known != values_.end()) {
     known->ours.clear();
   } else {
-    values_.push_back({battery, std::string(attribute), value, {}});
+    values_.push_back({battery, std::string(attribute), *value, {}});
   }
   std::optional<Trouble> trouble = store();
   if (trouble) {
@@ -128,7 +124,7 @@ std::optional<Trouble> HeldCharge::store() {
   const std::filesystem::path folder = file_.parent_path();
   if (values_.empty()) {
     if (unlink(file_.c_str()) != 0 && errno != ENOENT)
-      return systemTrouble("cannot be removed", file_, errno);
+      return systemTrouble("{} cannot be removed", file_, errno);
   } else {
     std::string contents;
     for (const FormerValue& former : values_) {

@@ -1,8 +1,8 @@
 /// The former values of batteries' attributes, kept in a file.
 #pragma once
 
-#include "platform/Result.h"
 #include "platform/linux/power/ChargeOffer.h"
+#include "platform/values/Result.h"
 
 #include <array>
 #include <filesystem>
@@ -47,7 +47,7 @@ class HeldCharge {
   /// Before a change: has the value in the file when it returns without trouble. A known former value stays,
   /// but what is ours becomes unknown.
   std::optional<Trouble> remember(const std::string& battery, std::string_view attribute,
-                                  const std::string& value);
+                                  const std::optional<std::string>& value);
 
   /// The result of a change. In memory only until store(), as with forget().
   void setOurs(std::string_view battery, std::string_view attribute, const std::string& ours);

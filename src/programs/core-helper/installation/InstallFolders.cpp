@@ -14,20 +14,22 @@ namespace {
 constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
 [[noreturn]] void refuse(const std::filesystem::path& path, int error) {
-  if (error == ELOOP || error == ENOTDIR) throw InstallationError({.what = "is not a folder", .where = path});
-  throw InstallationError(systemTrouble("cannot be opened", path, error));
+  if (error == ELOOP || error == ENOTDIR)
+    throw InstallationError({.what = "{} is not a folder", .where = path});
+  throw InstallationError(systemTrouble("{} cannot be opened", path, error));
 }
 
 void requireOwnFolder(int folder, const std::filesystem::path& path) {
   struct stat status {};
   if (fstat(folder, &status) != 0) refuse(path, errno);
   if (status.st_uid != geteuid()) {
-    throw InstallationError({.what = "belongs to another user, who could replace the helper", .where = path});
+    throw InstallationError(
+        {.what = "{} belongs to another user, who could replace the helper", .where = path});
   }
   // The bits of the group are also the upper bound of an access control list (acl(5)).
   if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
     throw InstallationError(
-        {.what = "can be written to by other users, who could replace the helper", .where = path});
+        {.what = "{} can be written to by other users, who could replace the helper", .where = path});
   }
 }
 
@@ -51,7 +53,7 @@ FileDescriptor InstallFolders::open(const std::filesystem::path& relative) {
     const bool missing = !next && errno == ENOENT;
     if (missing) {
       if (mkdirat(folder.get(), name.c_str(), 0755) != 0) {
-        throw InstallationError(systemTrouble("cannot be made", path, errno));
+        throw InstallationError(systemTrouble("{} cannot be made", path, errno));
       }
       made_.push_back({FileDescriptor(fcntl(folder.get(), F_DUPFD_CLOEXEC, 0)), name});
       next = FileDescriptor(openat(folder.get(), name.c_str(), kFolderFlags));

@@ -1,8 +1,8 @@
 /// The folders below an install root, reached without following a link.
 #pragma once
 
-#include "platform/Result.h"
 #include "platform/posix/FileDescriptor.h"
+#include "platform/values/Result.h"
 
 #include <filesystem>
 #include <stdexcept>

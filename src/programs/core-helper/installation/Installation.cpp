@@ -55,7 +55,7 @@ std::string previousName(const std::string& name) { return "." + name + ".old"; 
 std::optional<Trouble> removeEntry(const FileDescriptor& folder, const std::filesystem::path& path,
                                    int flags = 0) {
   if (unlinkat(folder.get(), path.filename().c_str(), flags) == 0 || errno == ENOENT) return std::nullopt;
-  return systemTrouble("cannot be removed", path, errno);
+  return systemTrouble("{} cannot be removed", path, errno);
 }
 
 /// A file beside its place, then in it. Unless it is kept, the earlier one comes back.
@@ -73,7 +73,7 @@ class StagedFile {
     replaces_ = fstatat(folder_.get(), name_.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
     if (!replaces_ && errno != ENOENT) fail(errno);
     if (replaces_ && !S_ISREG(status.st_mode)) {
-      throw InstallationError({.what = "is not a regular file", .where = path_});
+      throw InstallationError({.what = "{} is not a regular file", .where = path_});
     }
   }
   StagedFile(const StagedFile&) = delete;
@@ -120,7 +120,7 @@ class StagedFile {
 
  private:
   [[noreturn]] void fail(int error) const {
-    throw InstallationError(systemTrouble("cannot be written", path_, error));
+    throw InstallationError(systemTrouble("{} cannot be written", path_, error));
   }
 
   FileDescriptor folder_;
@@ -140,7 +140,7 @@ std::string contentsOf(const std::filesystem::path& path) {
     count = read(file.get(), buffer.data(), buffer.size());
     if (count > 0) contents.append(buffer.data(), static_cast<std::size_t>(count));
   }
-  if (count < 0) throw InstallationError(systemTrouble("cannot be read", path, errno));
+  if (count < 0) throw InstallationError(systemTrouble("{} cannot be read", path, errno));
   return contents;
 }
 

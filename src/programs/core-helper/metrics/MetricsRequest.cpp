@@ -1,10 +1,11 @@
 #include "programs/core-helper/metrics/MetricsRequest.h"
 
 #include "platform/posix/TextFile.h"
+#include "platform/values/Parsing.h"
+#include "platform/values/Sentence.h"
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -24,8 +25,8 @@ constexpr std::array<Sampler, 4> kSamplers = {{{"cpu_power", &MetricsRequest::pr
                                                {"ane_power", &MetricsRequest::neuralEnginePower},
                                                {"thermal", &MetricsRequest::thermal}}};
 
-/// A trouble about a caller's text, which is cut short and made fit for people.
-Trouble wrong(std::string_view raw, std::string what) {
+/// A caller's text in quotes, cut short and made fit for people.
+std::string quoted(std::string_view raw) {
   constexpr std::size_t most = 40;
   std::string shown = displayText(raw);
   if (shown.size() > most) {
@@ -34,29 +35,30 @@ Trouble wrong(std::string_view raw, std::string what) {
     while ((static_cast<unsigned char>(shown[end]) & 0xC0U) == 0x80U) --end;
     shown.resize(end);
   }
-  return {.what = std::move(what), .where = '"' + shown + '"'};
+  return '"' + shown + '"';
 }
+
+Trouble wrong(std::string_view raw, const char* what) { return {.what = what, .where = quoted(raw)}; }
 
 std::optional<Trouble> parseSamplers(std::string_view list, MetricsRequest& request) {
   while (true) {
     const std::string_view name = list.substr(0, list.find(','));
     const auto* const sampler = std::ranges::find(kSamplers, name, &Sampler::name);
-    if (sampler == kSamplers.end()) return wrong(name, "is not a sampler");
-    if (std::exchange(request.*sampler->wanted, true)) return wrong(name, "is given twice");
+    if (sampler == kSamplers.end()) return wrong(name, "{} is not a sampler");
+    if (std::exchange(request.*sampler->wanted, true)) return wrong(name, "{} is given twice");
     if (name.size() == list.size()) return std::nullopt;
     list.remove_prefix(name.size() + 1);
   }
 }
 
 std::optional<Trouble> parseInterval(std::string_view text, MetricsRequest& request) {
-  unsigned number = 0;
-  const char* end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number);
-  if (error != std::errc() || stop != end || number < kShortestInterval || number > kLongestInterval) {
-    return wrong(text, "is not an interval from " + std::to_string(kShortestInterval) + " to " +
-                           std::to_string(kLongestInterval) + " milliseconds");
+  const auto number = wholeNumber<unsigned>(text);
+  if (!number || *number < kShortestInterval || *number > kLongestInterval) {
+    return Trouble{.what = filledIn(
+                       "{} is not an interval from {} to {} milliseconds",
+                       {quoted(text), std::to_string(kShortestInterval), std::to_string(kLongestInterval)})};
   }
-  request.interval = std::chrono::milliseconds(number);
+  request.interval = std::chrono::milliseconds(*number);
   return std::nullopt;
 }
 
@@ -69,14 +71,15 @@ Result<MetricsRequest> parseMetricsParameters(std::span<const std::string> param
   for (; !parameters.empty(); parameters = parameters.subspan(2)) {
     const std::string& option = parameters.front();
     const bool isSamplers = option == "--samplers";
-    if (!isSamplers && option != "-i") return wrong(option, "is not an option");
-    if (std::exchange(isSamplers ? hasSamplers : hasInterval, true)) return wrong(option, "is given twice");
-    if (parameters.size() < 2) return wrong(option, "needs a value");
+    if (!isSamplers && option != "-i") return wrong(option, "{} is not an option");
+    if (std::exchange(isSamplers ? hasSamplers : hasInterval, true))
+      return wrong(option, "{} is given twice");
+    if (parameters.size() < 2) return wrong(option, "{} needs a value");
     const auto trouble = (isSamplers ? parseSamplers : parseInterval)(parameters[1], request);
     if (trouble) return *trouble;
   }
-  if (!hasSamplers) return wrong("--samplers", "is missing");
-  if (!hasInterval) return wrong("-i", "is missing");
+  if (!hasSamplers) return wrong("--samplers", "{} is missing");
+  if (!hasInterval) return wrong("-i", "{} is missing");
   return request;
 }
 

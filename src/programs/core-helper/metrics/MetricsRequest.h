@@ -1,7 +1,7 @@
 /// The parameters of GetCoreMetrics.
 #pragma once
 
-#include "platform/Result.h"
+#include "platform/values/Result.h"
 
 #include <chrono>
 #include <span>

@@ -34,10 +34,10 @@ AuthorizationCheck::AuthorizationCheck(sd_bus* bus, const std::string& caller, c
   checked(sd_bus_message_append(question.get(), "(sa{sv})sa{ss}us", "system-bus-name", 1, "name", "s",
                                 caller.c_str(), action, 0, interactive ? kAllowUserInteraction : 0U,
                                 cancellationId_.c_str()),
-          "ask polkit");
+          "Cannot ask polkit");
   checked(sd_bus_call_async(bus, &slot, question.get(), answered, this,
                             static_cast<std::uint64_t>(patience.count())),
-          "ask polkit");
+          "Cannot ask polkit");
   slot_.reset(slot);
 }
 
@@ -48,7 +48,7 @@ AuthorizationCheck::~AuthorizationCheck() {
   try {
     const BusMessage cancellation = methodCall(bus_, kPolkit, "CancelCheckAuthorization");
     sd_bus_message_set_auto_start(cancellation.get(), 0);
-    checked(sd_bus_message_append(cancellation.get(), "s", cancellationId_.c_str()), "ask polkit");
+    checked(sd_bus_message_append(cancellation.get(), "s", cancellationId_.c_str()), "Cannot ask polkit");
     sd_bus_send(bus_, cancellation.get(), nullptr);
   } catch (const BusError&) {
     // polkit drops the question by itself when this connection ends.
@@ -59,11 +59,10 @@ int AuthorizationCheck::answered(sd_bus_message* reply, void* userdata, sd_bus_e
   auto* const check = static_cast<AuthorizationCheck*>(userdata);
   std::optional<Trouble> refusal;
   if (const sd_bus_error* error = sd_bus_message_get_error(reply)) {
-    refusal = {
-        .what = "cannot answer", .where = "polkit", .why = error->message == nullptr ? "" : error->message};
+    refusal = {.what = "polkit cannot answer", .why = error->message == nullptr ? "" : error->message};
   } else {
     check->slot_.reset();
-    if (!saysYes(reply)) refusal = {.what = "does not allow this call", .where = "polkit"};
+    if (!saysYes(reply)) refusal = {.what = "polkit does not allow this call"};
   }
   // The answer may destroy this check.
   const Answer answer = std::exchange(check->answer_, nullptr);

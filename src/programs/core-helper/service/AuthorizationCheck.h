@@ -1,8 +1,8 @@
 /// One question to polkit: may this caller do that?
 #pragma once
 
-#include "platform/Result.h"
 #include "platform/linux/bus/Bus.h"
+#include "platform/values/Result.h"
 
 #include <chrono>
 #include <functional>

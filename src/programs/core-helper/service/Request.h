@@ -1,7 +1,7 @@
 /// A call of one of the helper's methods, read from its message and checked for shape and key.
 #pragma once
 
-#include "platform/Result.h"
+#include "platform/values/Result.h"
 #include "programs/core-helper/metrics/MetricsRequest.h"
 
 #include <string>

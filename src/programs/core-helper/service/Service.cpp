@@ -2,10 +2,11 @@
 
 #include "commands/RequestKey.h"
 #include "helper/HelperTool.h"
-#include "platform/Tick.h"
 #include "platform/linux/helper/HelperProtocol.h"
 #include "platform/linux/system/System.h"
 #include "platform/posix/TextFile.h"
+#include "platform/values/Sentence.h"
+#include "platform/values/Tick.h"
 #include "programs/core-helper/installation/InstallFolders.h"
 #include "programs/core-helper/installation/Removal.h"
 
@@ -43,7 +44,7 @@ EventSource endOnSignal(sd_event* event, int signal) {
   sigaddset(&set, signal);
   sigprocmask(SIG_BLOCK, &set, nullptr);
   sd_event_source* source = nullptr;
-  checked(sd_event_add_signal(event, &source, signal, nullptr, nullptr), "watch a signal");
+  checked(sd_event_add_signal(event, &source, signal, nullptr, nullptr), "Cannot watch a signal");
   return EventSource(source);
 }
 
@@ -77,7 +78,7 @@ struct Service::Methods {
 
   static int holderGone(sd_bus_track* /*track*/, void* userdata) {
     auto* const service = static_cast<Service*>(userdata);
-    service->releaseCharge("the caller left the bus");
+    service->releaseCharge("the charge is released because the caller left the bus: {}");
     service->restartIdleTime();
     return 0;
   }
@@ -104,46 +105,47 @@ struct Service::Methods {
 
 Service::Service(const Setup& setup) : setup_(setup), charge_(setup.sysfsRoot, setup.heldChargeFile()) {
   sd_event* event = nullptr;
-  checked(sd_event_new(&event), "make an event loop");
+  checked(sd_event_new(&event), "Cannot make an event loop");
   event_.reset(event);
   terminationSignal_ = endOnSignal(event, SIGTERM);
 
   sd_bus* bus = nullptr;
-  checked(sd_bus_open_system(&bus), "connect to the system bus");
+  checked(sd_bus_open_system(&bus), "Cannot connect to the system bus");
   bus_.reset(bus);
-  checked(sd_bus_attach_event(bus, event, SD_EVENT_PRIORITY_NORMAL), "watch the system bus");
-  checked(sd_bus_set_exit_on_disconnect(bus, 1), "watch the system bus");
+  checked(sd_bus_attach_event(bus, event, SD_EVENT_PRIORITY_NORMAL), "Cannot watch the system bus");
+  checked(sd_bus_set_exit_on_disconnect(bus, 1), "Cannot watch the system bus");
   dropAddressedSignals(bus);
 
   // The object comes first: calls may arrive as soon as the name is owned.
   sd_bus_slot* slot = nullptr;
   checked(sd_bus_add_object_vtable(bus, &slot, helperprotocol::kPath, helperprotocol::kInterface,
                                    Methods::table(), this),
-          "offer the helper's methods");
+          "Cannot offer the helper's methods");
   object_.reset(slot);
   checked(sd_bus_match_signal_async(bus, &slot, "org.freedesktop.login1", "/org/freedesktop/login1",
                                     "org.freedesktop.login1.Manager", "PrepareForSleep",
                                     Methods::sleepChanged, nullptr, this),
-          "watch for suspend");
+          "Cannot watch for suspend");
   sleepSignal_.reset(slot);
   sd_event_source* idle = nullptr;
   checked(sd_event_add_time_relative(event, &idle, CLOCK_MONOTONIC, microseconds(setup_.idle), 0,
                                      Methods::idle, this),
-          "wait for calls");
+          "Cannot wait for calls");
   idle_.reset(idle);
 
   // Only the owner of the name holds the charge.
-  checked(sd_bus_request_name(bus, kHelperLabel.data(), 0), "take the helper's name on the system bus");
+  checked(sd_bus_request_name(bus, kHelperLabel.data(), 0),
+          "Cannot take the helper's name on the system bus");
   // Only the earlier process knew who asked for the hold.
-  if (charge_.hasHeld()) releaseCharge("the helper that held it ended");
+  if (charge_.hasHeld()) releaseCharge("the charge is released because the helper that held it ended: {}");
 }
 
 Service::~Service() = default;
 
 void Service::run() {
   const int result = sd_event_loop(event_.get());
-  if (holder_) releaseCharge("the helper is stopping");
-  if (checked(result, "run the event loop") != 0) throw BusError("the system bus has gone away");
+  if (holder_) releaseCharge("the charge is released because the helper is stopping: {}");
+  if (checked(result, "Cannot run the event loop") != 0) throw BusError("the system bus has gone away");
 }
 
 int Service::take(Method method, sd_bus_message* message, sd_bus_error* error) {
@@ -245,9 +247,9 @@ void Service::limitCharge(Call& call) {
     holder_ = std::move(caller);
   }
   restartIdleTime();
-  const std::string line = call.caller + " of user " + std::to_string(call.user) +
-                           (hold ? " asked to hold the charge: " : " asked to release the charge: ") +
-                           outcome.text;
+  const std::string line = filledIn(
+      hold ? "{} of user {} asked to hold the charge: {}" : "{} of user {} asked to release the charge: {}",
+      {call.caller, std::to_string(call.user), outcome.text});
   if (line != std::exchange(lastLogged_, line)) log(line);
   answer(call, outcome.text);
 }
@@ -273,7 +275,7 @@ void Service::uninstall(Call& call) {
     refuse(call, {SD_BUS_ERROR_FAILED, error.what()});
     return;
   }
-  log(call.caller + " of user " + std::to_string(call.user) + " asked to remove the helper");
+  log(filledIn("{} of user {} asked to remove the helper", {call.caller, std::to_string(call.user)}));
   answer(call, "The core helper is being removed.");
   sd_event_exit(event_.get(), 0);
 }
@@ -302,9 +304,9 @@ BusTrack Service::trackCaller(const std::string& caller, sd_bus_track_handler_t 
   return sd_bus_track_add_name(created, caller.c_str()) < 0 ? nullptr : std::move(track);
 }
 
-void Service::releaseCharge(const char* reason) {
+void Service::releaseCharge(const char* sentence) {
   holder_.reset();
-  log(std::string("the charge is released because ") + reason + ": " + charge_.release().text);
+  log(filledIn(sentence, {charge_.release().text}));
   lastLogged_.clear();
 }
 

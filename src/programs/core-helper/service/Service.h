@@ -64,7 +64,7 @@ class Service {
   void finish(Call& call);
 
   BusTrack trackCaller(const std::string& caller, sd_bus_track_handler_t gone, void* userdata) const;
-  void releaseCharge(const char* reason);
+  void releaseCharge(const char* sentence);
   void resumed(sd_bus_message* message);
   void takeWaitingMessages();
   void restartIdleTime();

@@ -1,7 +1,7 @@
 /// Arguments, parsed by a description of options and operands.
 #pragma once
 
-#include "platform/Result.h"
+#include "platform/values/Result.h"
 
 #include <chrono>
 #include <map>

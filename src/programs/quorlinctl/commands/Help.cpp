@@ -1,5 +1,6 @@
 #include "programs/quorlinctl/commands/Help.h"
 
+#include "platform/values/Parsing.h"
 #include "programs/quorlinctl/terminal/TerminalText.h"
 
 #include <algorithm>
@@ -35,11 +36,9 @@ std::string textOf(const std::vector<Entry>& entries) {
 std::string paragraphs(std::string_view text) {
   std::string result;
   while (!text.empty()) {
-    const std::size_t end = std::min(text.find('\n'), text.size());
-    for (const std::string_view line : linesOf(text.substr(0, end), kColumns, Charset::Ascii)) {
+    for (const std::string_view line : linesOf(takeUntil('\n', text), kColumns, Charset::Ascii)) {
       result.append(line).append("\n");
     }
-    text.remove_prefix(std::min(end + 1, text.size()));
     result += "\n";
   }
   return result;

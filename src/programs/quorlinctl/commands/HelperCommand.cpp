@@ -46,9 +46,9 @@ std::string failureOf(const InstallerOutcome& outcome, const std::filesystem::pa
 }
 
 int install() {
-  const std::filesystem::path helper = bundledProgram(kHelperFileName);
-  if (helper.empty()) {
-    complain(fmt::format("{} does not exist", (bundleFolder() / kHelperFileName).native()));
+  const Result<std::filesystem::path> helper = bundledProgram(kHelperFileName);
+  if (!helper) {
+    complain(helper.error().text());
     return kExitFailed;
   }
   const bool isRoot = ::geteuid() == 0;
@@ -60,8 +60,8 @@ int install() {
       return kExitFailed;
     }
   }
-  if (const InstallerOutcome outcome = runHelperInstaller(helper, isRoot); outcome.status != 0) {
-    complain(failureOf(outcome, helper));
+  if (const InstallerOutcome outcome = runHelperInstaller(*helper, isRoot); outcome.status != 0) {
+    complain(failureOf(outcome, *helper));
     return outcome.status;
   }
   if (!isSwitchedOn(settingsFile(), setting::kCoreAutostart)) {
@@ -76,23 +76,22 @@ int install() {
 }
 
 int remove() {
-  const HelperAnswer answer =
+  const Result<std::string, HelperRefusal> answer =
       askHelperToUninstall(Bus::openSystem(), requestKey(LinuxSystem().localizedHostName()).value_or(""));
-  const std::string text = displayText(answer.text);
-  switch (answer.kind) {
-    case HelperAnswer::Kind::Answered:
-      return print(text + "\n");
-    case HelperAnswer::Kind::NotInstalled:
+  if (answer) return print(displayText(*answer) + "\n");
+  const std::string reason = displayText(answer.error().reason);
+  switch (answer.error().kind) {
+    case HelperRefusal::Kind::NotInstalled:
       complain("the core helper is not installed");
       break;
-    case HelperAnswer::Kind::NotAllowed:
+    case HelperRefusal::Kind::NotAllowed:
       complain(fmt::format(
           "the core helper was not removed, because polkit gave no permission ({}); without a password "
           "prompt, try: sudo quorlinctl helper remove",
-          text));
+          reason));
       break;
-    case HelperAnswer::Kind::Failed:
-      complain(fmt::format("the core helper was not removed: {}", text));
+    case HelperRefusal::Kind::Failed:
+      complain(fmt::format("the core helper was not removed: {}", reason));
       break;
   }
   return kExitFailed;

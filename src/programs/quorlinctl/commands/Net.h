@@ -1,7 +1,7 @@
 /// quorlinctl net: asks the agent once which applications use the network.
 #pragma once
 
-#include "platform/Tick.h"
+#include "platform/values/Tick.h"
 
 #include <chrono>
 

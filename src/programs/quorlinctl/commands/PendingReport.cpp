@@ -1,7 +1,7 @@
 #include "programs/quorlinctl/commands/PendingReport.h"
 
 #include "core/Notifications.h"
-#include "platform/Tick.h"
+#include "platform/values/Tick.h"
 
 #include <utility>
 

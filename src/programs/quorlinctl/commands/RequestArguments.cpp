@@ -3,12 +3,12 @@
 #include "commands/UrlScheme.h"
 #include "core/Settings.h"
 #include "helper/ChargePolicy.h"
-#include "platform/Utf8.h"
 #include "platform/linux/desktop/UserDefaults.h"
 #include "platform/linux/desktop/WorkflowEngine.h"
 #include "platform/linux/power/SystemBatteries.h"
 #include "platform/linux/system/SystemRoots.h"
 #include "platform/posix/TextFile.h"
+#include "platform/values/Utf8.h"
 #include "programs/quorlinctl/doctor/Checks.h"
 
 #include <cerrno>

@@ -3,13 +3,13 @@
 #include "core/Notifications.h"
 #include "core/Settings.h"
 #include "helper/HelperTool.h"
-#include "platform/Tick.h"
 #include "platform/linux/bus/NotificationCenter.h"
 #include "platform/linux/desktop/UserDefaults.h"
 #include "platform/linux/loop/BusSource.h"
 #include "platform/linux/loop/RunLoop.h"
 #include "platform/linux/power/PowerSources.h"
 #include "platform/linux/system/SystemRoots.h"
+#include "platform/values/Tick.h"
 #include "programs/quorlinctl/commands/PendingReport.h"
 #include "programs/quorlinctl/doctor/Checks.h"
 #include "programs/quorlinctl/services/Agent.h"
@@ -125,10 +125,11 @@ class WatchSession {
   }
 
   void show(LinuxRunLoop& loop, const Notification& notification) {
-    const std::error_code error = output_->show(notification);
-    if (!error) return;
-    if (error != std::errc::broken_pipe) message_ = troubleWithOutput(error);
-    finish(loop, error == std::errc::broken_pipe ? kExitOk : kExitFailed);
+    const std::optional<Trouble> trouble = output_->show(notification);
+    if (!trouble) return;
+    const bool isClosed = trouble->error == EPIPE;
+    if (!isClosed) message_ = trouble->text();
+    finish(loop, isClosed ? kExitOk : kExitFailed);
   }
 
   void waitForSample(LinuxRunLoop& loop) {

@@ -20,23 +20,25 @@ Finding checkCoreSetting(const std::filesystem::path& settings) {
 }
 
 Finding checkHelper(const Bus& systemBus) {
-  const HelperAnswer answer = askHelperVersion(systemBus);
-  const std::string text = displayText(answer.text);
-  switch (answer.kind) {
-    case HelperAnswer::Kind::Answered:
-      return {CheckState::Ok, fmt::format("Version {} of the core helper answers on the system bus.", text)};
-    case HelperAnswer::Kind::NotInstalled:
+  const Result<std::string, HelperRefusal> version = askHelperVersion(systemBus);
+  if (version) {
+    return {CheckState::Ok,
+            fmt::format("Version {} of the core helper answers on the system bus.", displayText(*version))};
+  }
+  const std::string reason = displayText(version.error().reason);
+  switch (version.error().kind) {
+    case HelperRefusal::Kind::NotInstalled:
       return {CheckState::Missing, "The core helper is not installed.",
               "Install it with 'quorlinctl helper install'."};
-    case HelperAnswer::Kind::NotAllowed:
+    case HelperRefusal::Kind::NotAllowed:
       return {
           CheckState::Missing,
-          fmt::format("The core helper is installed, but this user may not use it ({}).", text),
+          fmt::format("The core helper is installed, but this user may not use it ({}).", reason),
           "Check that polkit is running, then install the helper again with 'quorlinctl helper install'."};
-    case HelperAnswer::Kind::Failed:
+    case HelperRefusal::Kind::Failed:
       break;
   }
-  return {CheckState::Missing, fmt::format("The core helper is installed but does not answer ({}).", text),
+  return {CheckState::Missing, fmt::format("The core helper is installed but does not answer ({}).", reason),
           "Find out why with 'journalctl -u quorlin-core-helper', or install the helper again with "
           "'quorlinctl helper install'."};
 }

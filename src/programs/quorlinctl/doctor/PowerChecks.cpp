@@ -2,6 +2,7 @@
 #include "platform/linux/power/ChargeOffer.h"
 #include "platform/linux/power/PowerSources.h"
 #include "platform/linux/power/SystemBatteries.h"
+#include "platform/linux/sensors/Drivers.h"
 #include "platform/linux/system/CpuInfo.h"
 #include "platform/posix/TextFile.h"
 #include "probes/BatteryInformation.h"
@@ -34,7 +35,6 @@ std::string stateOf(const std::filesystem::path& battery,
 }  // namespace
 
 Finding checkEnergyCounters(const SystemRoots& roots) {
-  constexpr std::array<std::string_view, 3> vendors = {"GenuineIntel", "AuthenticAMD", "HygonGenuine"};
   // Documentation/power/powercap/powercap.rst: the first package's zone.
   const std::filesystem::path zone = roots.sysfs / "class/powercap/intel-rapl:0";
   std::error_code ignored;
@@ -45,7 +45,7 @@ Finding checkEnergyCounters(const SystemRoots& roots) {
   // arch/x86/events/rapl.c: AMD's processors have them since family 17h.
   const std::string family = processorField(roots.procfs, "cpu family");
   const bool isTooOld = vendor == "AuthenticAMD" && std::strtol(family.c_str(), nullptr, 10) < 0x17;
-  if (isTooOld || std::ranges::find(vendors, vendor) == vendors.end()) {
+  if (isTooOld || processorDriverOf(vendor).empty()) {
     return {CheckState::Note, "This kind of processor has no known energy counters."};
   }
   return driverMissing(

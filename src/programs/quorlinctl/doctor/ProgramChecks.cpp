@@ -2,9 +2,8 @@
 #include "inspect/NetTop.h"
 #include "platform/linux/processes/BundledPrograms.h"
 #include "platform/linux/processes/Task.h"
+#include "platform/values/Parsing.h"
 #include "programs/quorlinctl/doctor/Checks.h"
-
-#include <algorithm>
 
 #include <fmt/format.h>
 #include <unistd.h>
@@ -13,9 +12,7 @@ namespace quorlin {
 
 Finding checkProgram(std::string_view program, std::string_view package, std::string_view folders) {
   for (std::string_view rest = folders; !rest.empty();) {
-    const std::string_view folder = rest.substr(0, rest.find(':'));
-    rest.remove_prefix(std::min(folder.size() + 1, rest.size()));
-    const std::string path = fmt::format("{}/{}", folder, program);
+    const std::string path = fmt::format("{}/{}", takeUntil(':', rest), program);
     if (::access(path.c_str(), X_OK) == 0) {
       return {CheckState::Ok, fmt::format("{} is installed as {}.", program, path)};
     }
@@ -25,7 +22,7 @@ Finding checkProgram(std::string_view program, std::string_view package, std::st
 }
 
 Finding checkNetTop() {
-  if (bundledProgram("nettop").empty()) {
+  if (!bundledProgram("nettop")) {
     return {CheckState::Missing,
             fmt::format("The program {} does not exist.", (bundleFolder() / "nettop").native()),
             "Install Quorlin Sensors again."};

@@ -31,7 +31,8 @@ std::optional<pid_t> findAgent(const Bus& bus) { return processOwning(bus, std::
 void openUrl(const Bus& bus, const std::string& url) {
   const BusMessage open =
       methodCall(bus.get(), {kAgentIdentifier.data(), kPath, "org.freedesktop.Application"}, "Open");
-  checked(sd_bus_message_append(open.get(), "asa{sv}", 1, url.c_str(), 0), "write a message to the agent");
+  checked(sd_bus_message_append(open.get(), "asa{sv}", 1, url.c_str(), 0),
+          "Cannot write a message to the agent");
   if (const auto answer = call(bus.get(), open, kPatience); !answer) {
     throw BusError(reasonOf(answer.error()));
   }

@@ -17,19 +17,19 @@ ApplicationName::ApplicationName(const Bus& bus, Role role)
     : bus_(bus),
       name_(role == Role::Widget ? kWidgetIdentifiers.front().data() : kMainAppIdentifiers.front().data()) {
   checked(sd_bus_request_name(bus.get(), name_, SD_BUS_NAME_ALLOW_REPLACEMENT | SD_BUS_NAME_QUEUE),
-          "own an application's name on the session bus");
+          "Cannot own an application's name on the session bus");
 }
 
 bool ApplicationName::isOwned() const {
   const char* own = nullptr;
-  checked(sd_bus_get_unique_name(bus_.get(), &own), "ask for this program's name on the session bus");
+  checked(sd_bus_get_unique_name(bus_.get(), &own), "Cannot ask for this program's name on the session bus");
   sd_bus_creds* made = nullptr;
   const int found = sd_bus_get_name_creds(bus_.get(), name_, SD_BUS_CREDS_UNIQUE_NAME, &made);
   if (found == -ENXIO) return false;
-  checked(found, "ask who owns an application's name");
+  checked(found, "Cannot ask who owns an application's name");
   const BusCredentials owner(made);
   const char* ownerName = nullptr;
-  checked(sd_bus_creds_get_unique_name(owner.get(), &ownerName), "ask who owns an application's name");
+  checked(sd_bus_creds_get_unique_name(owner.get(), &ownerName), "Cannot ask who owns an application's name");
   return std::string_view(own) == ownerName;
 }
 

@@ -14,8 +14,8 @@ constexpr std::chrono::minutes kPatienceWithPeople(10);
 
 constexpr BusObject kHelper{kHelperLabel.data(), helperprotocol::kPath, helperprotocol::kInterface};
 
-HelperAnswer::Kind kindOf(const CallError& error) {
-  using enum HelperAnswer::Kind;
+HelperRefusal::Kind kindOf(const CallError& error) {
+  using enum HelperRefusal::Kind;
   if (error.isOneOf({SD_BUS_ERROR_SERVICE_UNKNOWN, SD_BUS_ERROR_NAME_HAS_NO_OWNER})) return NotInstalled;
   if (error.isOneOf({SD_BUS_ERROR_ACCESS_DENIED, SD_BUS_ERROR_INTERACTIVE_AUTHORIZATION_REQUIRED,
                      SD_BUS_ERROR_AUTH_FAILED})) {
@@ -24,12 +24,13 @@ HelperAnswer::Kind kindOf(const CallError& error) {
   return Failed;
 }
 
-HelperAnswer ask(const Bus& bus, const BusMessage& question, std::chrono::microseconds patience) {
+Result<std::string, HelperRefusal> ask(const Bus& bus, const BusMessage& question,
+                                       std::chrono::microseconds patience) {
   const auto answer = call(bus.get(), question, patience);
-  if (!answer) return {kindOf(answer.error()), answer.error().message};
+  if (!answer) return HelperRefusal{kindOf(answer.error()), answer.error().message};
   const char* const text = stringIn(*answer);
-  if (text == nullptr) return {HelperAnswer::Kind::Failed, "the answer is not a text"};
-  return {HelperAnswer::Kind::Answered, text};
+  if (text == nullptr) return HelperRefusal{HelperRefusal::Kind::Failed, "the answer is not a text"};
+  return std::string(text);
 }
 
 }  // namespace
@@ -41,12 +42,12 @@ bool isAvailable(const Bus& bus, std::string_view service) {
   return isAmong(namesOn(bus)) || isAmong(namesOn(bus, NameState::Activatable));
 }
 
-HelperAnswer askHelperVersion(const Bus& systemBus) {
+Result<std::string, HelperRefusal> askHelperVersion(const Bus& systemBus) {
   return ask(systemBus, methodCall(systemBus.get(), kHelper, helperprotocol::kGetVersion), kPatience);
 }
 
-HelperAnswer askHelperToUninstall(const Bus& systemBus, const std::string& key) {
-  constexpr const char* attempt = "write a message to the core helper";
+Result<std::string, HelperRefusal> askHelperToUninstall(const Bus& systemBus, const std::string& key) {
+  constexpr const char* attempt = "Cannot write a message to the core helper";
   const BusMessage question = methodCall(systemBus.get(), kHelper, helperprotocol::kUninstallHelper);
   checked(sd_bus_message_append_basic(question.get(), 's', key.c_str()), attempt);
   checked(sd_bus_message_set_allow_interactive_authorization(question.get(), 1), attempt);

@@ -3,7 +3,6 @@
 
 #include "platform/linux/bus/Bus.h"
 
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -12,19 +11,18 @@ namespace quorlin {
 /// Whether a service runs or the bus can start it. Throws BusError.
 bool isAvailable(const Bus& bus, std::string_view service);
 
-/// The helper's answer, or why it did not answer.
-struct HelperAnswer {
-  enum class Kind { Answered, NotInstalled, NotAllowed, Failed };
-
+/// Why the helper did not answer.
+struct HelperRefusal {
+  enum class Kind { NotInstalled, NotAllowed, Failed };
   Kind kind = Kind::Failed;
-  /// The answer, or the bus's own words.
-  std::string text;
+  /// The bus's own words.
+  std::string reason;
 };
 
 /// Both have the bus start the helper if it can. Throws BusError if no message could be made.
-HelperAnswer askHelperVersion(const Bus& systemBus);
+Result<std::string, HelperRefusal> askHelperVersion(const Bus& systemBus);
 
 /// May ask the user for a password.
-HelperAnswer askHelperToUninstall(const Bus& systemBus, const std::string& key);
+Result<std::string, HelperRefusal> askHelperToUninstall(const Bus& systemBus, const std::string& key);
 
 }  // namespace quorlin

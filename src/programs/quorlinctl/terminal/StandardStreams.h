@@ -1,9 +1,10 @@
 /// The program's output: its two output streams and its exit status.
 #pragma once
 
-#include <string>
+#include "platform/values/Result.h"
+
+#include <optional>
 #include <string_view>
-#include <system_error>
 
 namespace quorlin {
 
@@ -11,15 +12,12 @@ namespace quorlin {
 enum ExitCode : int { kExitOk = 0, kExitFailed = 1, kExitUsage = 2 };
 
 /// Writes all of the bytes to a descriptor, however long that takes.
-std::error_code writeAll(int descriptor, std::string_view bytes);
+std::optional<Trouble> writeAll(int descriptor, std::string_view bytes);
 
 /// Writes a text to standard output and complains if that fails.
 ExitCode print(std::string_view text);
 
 /// Writes a line to the error stream, after the program's name.
 void complain(std::string_view message);
-
-/// The sentence for an error of writing to standard output.
-std::string troubleWithOutput(std::error_code error);
 
 }  // namespace quorlin

@@ -1,6 +1,6 @@
 #include "programs/quorlinctl/terminal/TerminalText.h"
 
-#include "platform/Utf8.h"
+#include "platform/values/Utf8.h"
 
 #include <algorithm>
 #include <array>
@@ -60,21 +60,6 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 16> kLikenes
     {"µ", "u"},
 }};
 
-/// The first character of well-formed, non-empty UTF-8, in bytes.
-std::string_view firstCharacter(std::string_view text) {
-  const auto lead = static_cast<std::uint8_t>(text.front());
-  return text.substr(0, lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4);
-}
-
-char32_t codePointOf(std::string_view character) {
-  const auto lead = static_cast<std::uint8_t>(character.front());
-  if (character.size() == 1) return lead;
-  char32_t codePoint = lead & (0x7FU >> character.size());
-  for (const char byte : character.substr(1))
-    codePoint = codePoint << 6U | (static_cast<std::uint8_t>(byte) & 0x3FU);
-  return codePoint;
-}
-
 bool isLeftOut(char32_t codePoint) {
   return std::ranges::any_of(
       kLeftOut, [=](CodePointRange range) { return range.first <= codePoint && codePoint <= range.last; });
@@ -104,9 +89,9 @@ std::vector<Cell> cellsOf(std::string_view text, Charset charset) {
   std::vector<Cell> cells;
   int marks = 0;
   for (std::string_view rest = mended; !rest.empty();) {
-    const std::string_view character = firstCharacter(rest);
-    rest.remove_prefix(character.size());
-    const char32_t codePoint = codePointOf(character);
+    std::string_view character = rest;
+    const char32_t codePoint = takeCodePoint(rest);
+    character.remove_suffix(rest.size());
     if (isLeftOut(codePoint)) continue;
     const bool control = codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0);
     if (charset == Charset::Ascii) {

@@ -1,7 +1,7 @@
 #include "programs/quorlinctl/view/Json.h"
 
 #include "platform/KeyedArchiver.h"
-#include "platform/Utf8.h"
+#include "platform/values/Utf8.h"
 
 #include <chrono>
 #include <cmath>

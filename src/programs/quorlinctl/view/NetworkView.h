@@ -1,7 +1,7 @@
 /// The applications that use the network, as a table.
 #pragma once
 
-#include "platform/PropertyList.h"
+#include "platform/values/PropertyList.h"
 #include "programs/quorlinctl/terminal/StyledLine.h"
 
 #include <cstdint>

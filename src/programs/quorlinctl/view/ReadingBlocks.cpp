@@ -1,11 +1,12 @@
 #include "programs/quorlinctl/view/ReadingBlocks.h"
 
 #include "platform/posix/TextFile.h"
+#include "platform/values/Parsing.h"
 #include "programs/quorlinctl/view/Figures.h"
 
 #include <algorithm>
 #include <cmath>
-#include <ranges>
+#include <iterator>
 #include <utility>
 
 namespace quorlin {
@@ -58,19 +59,17 @@ std::vector<ReadingBlock> sensorBlocks(const Sample& sample) {
     blocks.push_back(blockOf(group.title, SensorKind::Temperature, group.readings));
   }
   // The other kinds come before the other temperatures, which may not fit a small terminal.
-  for (const SensorKindRow& row : std::views::reverse(kSensorKinds)) {
-    if (row.kind == SensorKind::Temperature) continue;
+  std::for_each(kSensorKinds.rbegin(), kSensorKinds.rend(), [&](const SensorKindRow& row) {
+    if (row.kind == SensorKind::Temperature) return;
     insertBehind(blocks, "Processor", blockOf(row.title, row.kind, sample.readings[row.kind]));
-  }
+  });
   return blocks;
 }
 
 ReadingBlock powerBlock(std::string_view metrics) {
   ReadingBlock block{.title = "Power", .rows = {}};
   while (!metrics.empty()) {
-    const std::size_t end = std::min(metrics.find('\n'), metrics.size());
-    const std::string_view line = trimmed(metrics.substr(0, end));
-    metrics.remove_prefix(std::min(end + 1, metrics.size()));
+    const std::string_view line = trimmed(takeUntil('\n', metrics));
     if (line.empty()) continue;
     const std::size_t colon = std::min(line.find(':'), line.size());
     const std::string_view value = trimmed(line.substr(std::min(colon + 1, line.size())));

@@ -1,8 +1,8 @@
 /// A sample of the agent, as a consumer understands it.
 #pragma once
 
-#include "platform/PropertyList.h"
 #include "platform/linux/sensors/SensorKinds.h"
+#include "platform/values/PropertyList.h"
 
 #include <limits>
 #include <optional>

@@ -1,8 +1,8 @@
 #include "programs/quorlinctl/view/SampleOutput.h"
 
 #include "core/Notifications.h"
-#include "platform/Tick.h"
 #include "platform/linux/system/System.h"
+#include "platform/values/Tick.h"
 #include "programs/quorlinctl/terminal/StandardStreams.h"
 #include "programs/quorlinctl/view/Json.h"
 
@@ -28,7 +28,7 @@ std::string timeOfDay() {
 
 }  // namespace
 
-std::error_code JsonOutput::show(const Notification& notification) {
+std::optional<Trouble> JsonOutput::show(const Notification& notification) {
   using namespace notification;
   const bool withBattery = notification.name == kCoreData || notification.name == kSensorsDataM ||
                            notification.name == kSensorsDataW;
@@ -73,8 +73,8 @@ void ViewState::forgetOldPower(Clock::time_point now) {
   view_.batteryLimit.reset();
 }
 
-std::error_code ReportOutput::show(const Notification& notification) {
-  if (!state_.take(notification)) return {};
+std::optional<Trouble> ReportOutput::show(const Notification& notification) {
+  if (!state_.take(notification)) return std::nullopt;
   const int columns = terminalSize(STDOUT_FILENO).value_or(ViewSize()).columns;
   std::string text = first_ ? "" : "\n";
   first_ = false;
@@ -94,8 +94,8 @@ LiveOutput::LiveOutput(Role role, PowerSources& powerSources, LinuxRunLoop& loop
   draw();
 }
 
-std::error_code LiveOutput::show(const Notification& notification) {
-  return state_.take(notification) ? draw() : std::error_code();
+std::optional<Trouble> LiveOutput::show(const Notification& notification) {
+  return state_.take(notification) ? draw() : std::nullopt;
 }
 
 void LiveOutput::explainSilence(const std::string& reason) {
@@ -103,7 +103,7 @@ void LiveOutput::explainSilence(const std::string& reason) {
   draw();
 }
 
-std::error_code LiveOutput::draw() const {
+std::optional<Trouble> LiveOutput::draw() const {
   constexpr std::string_view home = "\x1b[H";
   constexpr std::string_view eraseToEndOfLine = "\x1b[K";
   constexpr std::string_view eraseBelow = "\x1b[J";

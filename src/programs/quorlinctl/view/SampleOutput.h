@@ -9,7 +9,6 @@
 #include "programs/quorlinctl/view/SampleView.h"
 
 #include <chrono>
-#include <system_error>
 
 namespace quorlin {
 
@@ -18,7 +17,7 @@ class Output {
  public:
   virtual ~Output() = default;
 
-  virtual std::error_code show(const Notification& notification) = 0;
+  virtual std::optional<Trouble> show(const Notification& notification) = 0;
 
   /// Keeps power metrics for the next sample.
   virtual void remember(const Notification& /*notification*/) {}
@@ -33,7 +32,7 @@ class JsonOutput final : public Output {
   /// The power sources outlive it.
   explicit JsonOutput(PowerSources& powerSources) : powerSources_(powerSources) {}
 
-  std::error_code show(const Notification& notification) override;
+  std::optional<Trouble> show(const Notification& notification) override;
 
  private:
   PowerSources& powerSources_;
@@ -67,7 +66,7 @@ class ReportOutput final : public Output {
  public:
   ReportOutput(Role role, PowerSources& powerSources) : state_(role, powerSources) {}
 
-  std::error_code show(const Notification& notification) override;
+  std::optional<Trouble> show(const Notification& notification) override;
   void remember(const Notification& notification) override { state_.take(notification); }
 
  private:
@@ -80,11 +79,11 @@ class LiveOutput final : public Output {
  public:
   LiveOutput(Role role, PowerSources& powerSources, LinuxRunLoop& loop, std::function<void()> quit);
 
-  std::error_code show(const Notification& notification) override;
+  std::optional<Trouble> show(const Notification& notification) override;
   void explainSilence(const std::string& reason) override;
 
  private:
-  std::error_code draw() const;
+  std::optional<Trouble> draw() const;
 
   ViewState state_;
   Screen screen_;

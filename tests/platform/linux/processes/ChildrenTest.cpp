@@ -129,7 +129,7 @@ TEST(WorkflowEngine, RunsAFileOnceAndWaitsForItAndSaysWhatItCannotRun) {
     log.lines.clear();
     engine.runWorkflow(path);
     ASSERT_EQ(log.lines.size(), 1U) << path;
-    EXPECT_THAT(log.lines[0], HasSubstr("the workflow " + path + " cannot be run: "));
+    EXPECT_THAT(log.lines[0], HasSubstr("the workflow '" + path + "' cannot be run: "));
     EXPECT_THAT(log.lines[0], testing::Not(HasSubstr(std::strerror(0))));
   }
 }
@@ -146,7 +146,7 @@ TEST(HelperInstaller, RunsTheHelperAsItsOwnInstallerThroughPkexec) {
   script("bin/pkexec", "echo \"$@\" > \"$0.run\"; exec \"$@\"\n");
   const std::string path = std::getenv("PATH");
   setenv("PATH", ((folder.path() / "bin").string() + ":" + path).c_str(), 1);
-  EXPECT_EQ(bundledProgram(kHelperFileName, folder.path() / "libexec/quorlin-sensors"), helper);
+  EXPECT_EQ(bundledProgram(kHelperFileName, folder.path() / "libexec/quorlin-sensors").value_or({}), helper);
   const auto outcome = [&helper](bool isRoot) {
     const InstallerOutcome found = runHelperInstaller(helper, isRoot);
     return std::pair(found.kind, found.status);
@@ -169,7 +169,7 @@ TEST(HelperInstaller, RunsTheHelperAsItsOwnInstallerThroughPkexec) {
   setenv("PATH", folder.path().c_str(), 1);
   EXPECT_EQ(outcome(false), std::pair(Kind::NotStarted, 127)) << "without pkexec";
   setenv("PATH", path.c_str(), 1);
-  EXPECT_EQ(bundledProgram(kHelperFileName, folder.path()), std::filesystem::path());
+  EXPECT_FALSE(bundledProgram(kHelperFileName, folder.path()));
   EXPECT_FALSE(LinuxJobBlessing().bless("", nullptr)) << "no helper lies beside this program";
 }
 

@@ -1,7 +1,7 @@
 #include "fakes/TemporaryFolder.h"
-#include "platform/Utf8.h"
 #include "platform/linux/processes/Task.h"
 #include "platform/linux/system/System.h"
+#include "platform/values/Utf8.h"
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>

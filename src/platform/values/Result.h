@@ -1,6 +1,8 @@
 /// The one way in which something that can fail says that it did.
 #pragma once
 
+#include "platform/values/Sentence.h"
+
 #include <optional>
 #include <string>
 #include <utility>
@@ -10,23 +12,18 @@ namespace quorlin {
 
 /// A failure, described for people and for the code that handles it.
 struct Trouble {
-  /// Follows the place in a sentence: "cannot be read".
+  /// A sentence without its point. {} stands for the place: "{} cannot be read".
   std::string what;
-  /// The file, service or program; may be empty.
+  /// The file, service or program; empty in a sentence without {}.
   std::string where = {};
   /// The reason; empty if it is unknown.
   std::string why = {};
   /// The reason's number in errno.h; 0 if it has none.
   int error = 0;
 
-  /// "WHERE WHAT: WHY", without what is empty.
   std::string text() const {
-    std::string text = where;
-    for (const auto& [separator, part] : {std::pair(" ", &what), std::pair(": ", &why)}) {
-      if (!text.empty() && !part->empty()) text += separator;
-      text += *part;
-    }
-    return text;
+    const std::string text = where.empty() ? what : filledIn(what, {where});
+    return why.empty() ? text : filledIn("{}: {}", {text, why});
   }
 };
 

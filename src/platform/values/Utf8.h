@@ -10,6 +10,9 @@ namespace quorlin {
 /// surrogates are not.
 bool isUtf8(std::string_view bytes);
 
+/// Takes the first character off well-formed text that is not empty. Returns its code point.
+char32_t takeCodePoint(std::string_view& text);
+
 /// The text with U+FFFD in place of each byte that belongs to no well-formed sequence.
 std::string withoutMalformedUtf8(std::string_view bytes);
 

@@ -1,4 +1,4 @@
-#include "platform/Utf8.h"
+#include "platform/values/Utf8.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -34,6 +34,18 @@ bool isUtf8(std::string_view bytes) {
     bytes.remove_prefix(length);
   }
   return true;
+}
+
+char32_t takeCodePoint(std::string_view& text) {
+  const auto first = static_cast<std::uint8_t>(text.front());
+  char32_t codePoint = first < 0x80   ? first
+                       : first < 0xE0 ? first & 0x1FU
+                       : first < 0xF0 ? first & 0x0FU
+                                      : first & 7U;
+  for (text.remove_prefix(1); !text.empty() && isContinuation(text.front()); text.remove_prefix(1)) {
+    codePoint = codePoint << 6U | (static_cast<std::uint8_t>(text.front()) & 0x3FU);
+  }
+  return codePoint;
 }
 
 std::string withoutMalformedUtf8(std::string_view bytes) {
