@@ -1,17 +1,32 @@
 /// The agent's command line.
 #include "platform/linux/bus/Bus.h"
 #include "platform/linux/system/Log.h"
+#include "platform/posix/ProgramOptions.h"
+#include "platform/values/Sentence.h"
 #include "programs/agent/Agent.h"
 
+#include <array>
 #include <csignal>
 #include <cstdio>
-#include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include <sysexits.h>
 
 namespace {
+
+constexpr const char* kProgram = "quorlin-sensors";
+constexpr std::string_view kSilent = "-silent";
+constexpr std::string_view kHelp = "--help";
+constexpr std::string_view kVersion = "--version";
+
+constexpr std::array kOptions = {
+    quorlin::ProgramOption{kSilent, "start in the background, without a window"},
+    quorlin::ProgramOption{kHelp, "show this text"},
+    quorlin::ProgramOption{kVersion, "show the version"},
+};
 
 constexpr const char* kUsage =
     "Usage: quorlin-sensors [-silent] [URL...]\n"
@@ -19,39 +34,17 @@ constexpr const char* kUsage =
     "Reads the computer's sensors while a program of this session wants them, and publishes them on the\n"
     "session bus. One agent runs in a session: a second one hands its request over and ends.\n"
     "The agent also ends if its settings switch everything off.\n"
-    "\n"
-    "  -silent    start in the background, without a window\n"
-    "  --help     show this text\n"
-    "  --version  show the version\n";
+    "\n";
 
-/// The exit code of a command line that does not start the agent.
-std::optional<int> answerQuestions(const std::vector<std::string>& arguments) {
-  for (std::size_t i = 1; i < arguments.size(); ++i) {
-    const std::string& argument = arguments[i];
-    if (argument == "--help" || argument == "-h") {
-      std::fputs(kUsage, stdout);
-      return EX_OK;
-    }
-    if (argument == "--version") {
-      std::puts("quorlin-sensors " QUORLIN_VERSION);
-      return EX_OK;
-    }
-    if (argument != "-silent" && argument.find("://") == std::string::npos) {
-      std::fprintf(stderr, "quorlin-sensors: unknown argument %s\n\n%s", argument.c_str(), kUsage);
-      return EX_USAGE;
-    }
-  }
-  return std::nullopt;
+int complain(const std::string& text) {
+  std::fputs(text.c_str(), stderr);
+  return EX_USAGE;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-  std::vector<std::string> arguments(argv, argv + argc);
-  if (const std::optional<int> code = answerQuestions(arguments)) return *code;
+int run(std::vector<std::string> arguments) {
   // The agent goes on when the reader of its log has closed the pipe.
   std::signal(SIGPIPE, SIG_IGN);
-  quorlin::StreamLog log("quorlin-sensors");
+  quorlin::StreamLog log(kProgram);
   try {
     quorlin::Agent agent(std::move(arguments), log);
     if (agent.becomeOnlyInstance()) {
@@ -64,4 +57,25 @@ int main(int argc, char** argv) {
     return EX_UNAVAILABLE;
   }
   return EX_OK;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // A program may be started without even its name.
+  const std::vector<std::string_view> words(argc > 0 ? argv + 1 : argv, argv + argc);
+  const auto given = quorlin::parseOptions(words, kOptions);
+  const std::string usage = kUsage + quorlin::helpOf(kOptions);
+  if (!given) return complain(quorlin::filledIn("{}: {}\n{}", {kProgram, given.error().text(), usage}));
+  for (const std::string& operand : given->operands) {
+    if (operand.find("://") == std::string::npos) {
+      return complain(quorlin::filledIn("{}: {} is not a URL\n{}", {kProgram, operand, usage}));
+    }
+  }
+  if (given->has(kHelp)) return std::fputs(usage.c_str(), stdout) < 0 ? EX_IOERR : EX_OK;
+  if (given->has(kVersion)) return std::printf("%s %s\n", kProgram, QUORLIN_VERSION) < 0 ? EX_IOERR : EX_OK;
+  std::vector<std::string> arguments = {kProgram};
+  if (given->has(kSilent)) arguments.emplace_back(kSilent);
+  arguments.insert(arguments.end(), given->operands.begin(), given->operands.end());
+  return run(std::move(arguments));
 }

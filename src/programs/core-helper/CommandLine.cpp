@@ -1,28 +1,41 @@
 #include "programs/core-helper/CommandLine.h"
 
+#include "platform/posix/ProgramOptions.h"
 #include "programs/core-helper/installation/Installation.h"
 #include "programs/core-helper/installation/Removal.h"
 #include "programs/core-helper/service/Service.h"
 
+#include <array>
 #include <cstdio>
 #include <exception>
+#include <string>
 
 #include <sysexits.h>
 
 namespace quorlin {
 namespace {
 
+constexpr const char* kProgram = "quorlin-core-helper";
+constexpr std::string_view kInstall = "--install";
+constexpr std::string_view kRemove = "--remove";
+constexpr std::string_view kAfterStop = "--after-stop";
+constexpr std::string_view kHelp = "--help";
+constexpr std::string_view kVersion = "--version";
+
+constexpr std::array kOptions = {
+    ProgramOption{kInstall, "install this program with its unit and its files for the bus and polkit"},
+    ProgramOption{kRemove, "release the charge and remove everything that --install installed"},
+    ProgramOption{kAfterStop, "clean up after the service has stopped; its unit runs this"},
+    ProgramOption{kHelp, "show this text"},
+    ProgramOption{kVersion, "show the version"},
+};
+
 constexpr const char* kUsage =
     "Usage: quorlin-core-helper [--install | --remove | --after-stop]\n"
     "\n"
     "Holds the battery's charge and reads power counters for the agent. It runs as root on the system bus,\n"
     "which starts it on the first call; it exits when it is idle.\n"
-    "\n"
-    "  --install     install this program with its unit and its files for the bus and polkit\n"
-    "  --remove      release the charge and remove everything that --install installed\n"
-    "  --after-stop  clean up after the service has stopped; its unit runs this\n"
-    "  --help        show this text\n"
-    "  --version     show the version\n";
+    "\n";
 
 void serve(const Setup& setup) { Service(setup).run(); }
 
@@ -51,25 +64,25 @@ void remove(const Setup& setup) {
 }  // namespace
 
 int runCoreHelper(const Setup& setup, std::span<const std::string_view> arguments) {
-  const std::string_view command = arguments.empty() ? "" : arguments.front();
-  if (command == "--help" || command == "-h") return std::fputs(kUsage, stdout) < 0 ? EX_IOERR : EX_OK;
-  if (command == "--version") return std::puts("quorlin-core-helper " QUORLIN_VERSION) < 0 ? EX_IOERR : EX_OK;
-
-  void (*const act)(const Setup&) = command.empty()             ? serve
-                                    : command == "--install"    ? install
-                                    : command == "--remove"     ? remove
-                                    : command == "--after-stop" ? cleanUpAfterStop
-                                                                : nullptr;
-  if (act == nullptr || arguments.size() > 1) {
-    std::fprintf(stderr, "quorlin-core-helper: wrong arguments\n\n%s", kUsage);
+  const auto given = parseOptions(arguments, kOptions);
+  const std::string usage = kUsage + helpOf(kOptions);
+  if (!given || !given->operands.empty() || given->options.size() > 1) {
+    std::fprintf(stderr, "%s: wrong arguments\n\n%s", kProgram, usage.c_str());
     return EX_USAGE;
   }
+  if (given->has(kHelp)) return std::fputs(usage.c_str(), stdout) < 0 ? EX_IOERR : EX_OK;
+  if (given->has(kVersion)) return std::printf("%s %s\n", kProgram, QUORLIN_VERSION) < 0 ? EX_IOERR : EX_OK;
+
+  void (*const act)(const Setup&) = given->has(kInstall)     ? install
+                                    : given->has(kRemove)    ? remove
+                                    : given->has(kAfterStop) ? cleanUpAfterStop
+                                                             : serve;
   try {
     // On a described machine no root is needed.
     if (setup.installRoot == "/") requireRoot();
     act(setup);
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "quorlin-core-helper: %s\n", error.what());
+    std::fprintf(stderr, "%s: %s\n", kProgram, error.what());
     return EX_UNAVAILABLE;
   }
   return EX_OK;

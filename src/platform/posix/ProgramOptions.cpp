@@ -1,0 +1,34 @@
+#include "platform/posix/ProgramOptions.h"
+
+#include <algorithm>
+
+namespace quorlin {
+
+Result<ProgramArguments> parseOptions(std::span<const std::string_view> arguments,
+                                      std::span<const ProgramOption> options) {
+  ProgramArguments given;
+  for (const std::string_view argument : arguments) {
+    const std::string_view name = argument == "-h" ? "--help" : argument;
+    const auto option = std::ranges::find(options, name, &ProgramOption::name);
+    if (option != options.end()) {
+      given.options.insert(option->name);
+    } else if (argument.starts_with('-')) {
+      return Trouble{.what = "unknown option {}", .where = std::string(argument)};
+    } else {
+      given.operands.emplace_back(argument);
+    }
+  }
+  return given;
+}
+
+std::string helpOf(std::span<const ProgramOption> options) {
+  std::size_t width = 0;
+  for (const ProgramOption& option : options) width = std::max(width, option.name.size());
+  std::string help;
+  for (const auto& [name, meaning] : options) {
+    help.append("  ").append(name).append(width - name.size() + 2, ' ').append(meaning).append("\n");
+  }
+  return help;
+}
+
+}  // namespace quorlin

@@ -1,0 +1,36 @@
+/// The options of a program: one table for parsing and for help.
+#pragma once
+
+#include "platform/values/Result.h"
+
+#include <set>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace quorlin {
+
+struct ProgramOption {
+  /// With its dashes.
+  std::string_view name;
+  const char* meaning;
+};
+
+struct ProgramArguments {
+  /// The names of the options that were given.
+  std::set<std::string_view> options;
+  std::vector<std::string> operands;
+
+  bool has(std::string_view option) const { return options.contains(option); }
+};
+
+/// Sorts the arguments behind the program's name; -h stands for --help. Only whole names count, since a
+/// program that runs as root must not guess.
+Result<ProgramArguments> parseOptions(std::span<const std::string_view> arguments,
+                                      std::span<const ProgramOption> options);
+
+/// A line for each option.
+std::string helpOf(std::span<const ProgramOption> options);
+
+}  // namespace quorlin
