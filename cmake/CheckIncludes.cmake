@@ -1,5 +1,6 @@
 # cmake -P CheckIncludes.cmake RULE FILE...: ends with an error that names each include line of the files that the rule
-# does not allow. The rule is a file that sets room, may_include (folders below src/) and standard_only.
+# does not allow. The rule is a file that sets room, may_include (folders below src/), own (the folders in src/ itself)
+# and standard_only.
 #
 # A compiler knows many ways to write an include: behind a comment, over several lines, with a digraph. Here there is one;
 # each other line that could be one is refused, too.
@@ -23,9 +24,11 @@ foreach(index RANGE 4 ${last})
       if("${CMAKE_MATCH_1}" IN_LIST may_include)
         set(allowed TRUE)
       endif()
-    elseif(line MATCHES "^#include <([^<>]+)>$")
-      # A header of the standard library has neither folder nor suffix.
-      if(NOT standard_only OR NOT CMAKE_MATCH_1 MATCHES "[./]")
+    elseif(line MATCHES "^#include <(([^<>/]+)(/[^<>]*)?)>$")
+      # A header of the standard library has neither folder nor suffix. No header of ours stands in these brackets.
+      set(header ${CMAKE_MATCH_1})
+      set(folder ${CMAKE_MATCH_2})
+      if(NOT (standard_only AND header MATCHES "[./]") AND NOT header MATCHES "(^|/)\\.\\.?/" AND NOT folder IN_LIST own)
         set(allowed TRUE)
       endif()
     endif()

@@ -19,9 +19,10 @@ function(quorlin_room name)
   endforeach()
 
   # The rule of this room, and the proof that its files keep it.
+  file(GLOB own RELATIVE ${PROJECT_SOURCE_DIR}/src LIST_DIRECTORIES TRUE ${PROJECT_SOURCE_DIR}/src/*)
   set(rule ${PROJECT_BINARY_DIR}/rooms/${name}.cmake)
   file(CONFIGURE OUTPUT ${rule} @ONLY CONTENT
-    "set(room @name@)\nset(folders @ROOM_FOLDERS@)\nset(may_include @may_include@)\nset(standard_only @ROOM_STANDARD_ONLY@)\n")
+    "set(room @name@)\nset(folders @ROOM_FOLDERS@)\nset(may_include @may_include@)\nset(own @own@)\nset(standard_only @ROOM_STANDARD_ONLY@)\n")
   set(stamp ${PROJECT_BINARY_DIR}/rooms/${name}.checked)
   add_custom_command(OUTPUT ${stamp}
     COMMAND ${CMAKE_COMMAND} -P ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/CheckIncludes.cmake ${rule} ${files}
