@@ -16,8 +16,6 @@ class FileDescriptor {
     std::swap(number_, other.number_);
     return *this;
   }
-  FileDescriptor(const FileDescriptor&) = delete;
-  FileDescriptor& operator=(const FileDescriptor&) = delete;
   ~FileDescriptor() { reset(); }
 
   explicit operator bool() const { return number_ >= 0; }

@@ -1,13 +1,13 @@
 #include "platform/posix/TextFile.h"
 
 #include "platform/posix/FileDescriptor.h"
+#include "platform/values/Owned.h"
 #include "platform/values/Utf8.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdlib>
-#include <memory>
+#include <filesystem>
 #include <system_error>
 #include <utility>
 
@@ -15,13 +15,6 @@
 #include <fcntl.h>
 
 namespace quorlin {
-namespace {
-
-struct Close {
-  void operator()(DIR* directory) const { closedir(directory); }
-};
-
-}  // namespace
 
 std::string_view trimmed(std::string_view text) {
   constexpr std::string_view space(" \t\r\n\v\f\0", 7);
@@ -41,7 +34,7 @@ Result<std::string> readText(const std::string& path) {
 
 Result<std::vector<std::string>> namesIn(const std::string& directory) {
   std::vector<std::string> names;
-  const std::unique_ptr<DIR, Close> stream(opendir(directory.c_str()));
+  const Owned<DIR, closedir> stream(opendir(directory.c_str()));
   if (!stream) return systemTrouble("{} cannot be listed", directory, errno);
   while (const dirent* entry = readdir(stream.get())) {
     const std::string_view name(static_cast<const char*>(entry->d_name));
@@ -52,25 +45,22 @@ Result<std::vector<std::string>> namesIn(const std::string& directory) {
 }
 
 Result<std::string> realPath(const std::string& path) {
-  struct Free {
-    void operator()(char* text) const { std::free(text); }
-  };
-  const std::unique_ptr<char, Free> resolved(realpath(path.c_str(), nullptr));
-  if (!resolved) return systemTrouble("{} cannot be resolved", path, errno);
-  return std::string(resolved.get());
+  std::error_code error;
+  const std::filesystem::path resolved = std::filesystem::canonical(path, error);
+  if (error) return systemTrouble("{} cannot be resolved", path, error.value());
+  return resolved.string();
 }
 
 std::string displayText(std::string_view raw) {
-  std::string text = withoutMalformedUtf8(raw);
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const auto byte = static_cast<unsigned char>(text[i]);
-    const bool control = byte < 0x20 || byte == 0x7F;
-    // U+0080 to U+009F, two bytes each.
-    const bool secondControl =
-        byte == 0xC2 && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) < 0xA0;
-    if (control || secondControl) text.replace(i, secondControl ? 2 : 1, " ");
+  const std::string text = withoutMalformedUtf8(raw);
+  std::string shown;
+  for (std::string_view rest = text; !rest.empty();) {
+    const std::string_view before = rest;
+    const char32_t character = takeCodePoint(rest);
+    const bool isControl = character < 0x20 || (character >= 0x7F && character < 0xA0);
+    shown += isControl ? " " : before.substr(0, before.size() - rest.size());
   }
-  return std::string(trimmed(text));
+  return std::string(trimmed(shown));
 }
 
 std::string errorText(int error) { return std::generic_category().message(error); }

@@ -1,11 +1,12 @@
 /// Bytes that grow at their end.
 #pragma once
 
+#include "platform/values/Owned.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <memory>
 #include <new>
 #include <span>
 
@@ -25,10 +26,6 @@ class ByteBuffer {
   }
 
  private:
-  struct Free {
-    void operator()(std::uint8_t* start) const { std::free(start); }
-  };
-
   void grow(std::size_t capacity) {
     void* const moved = std::realloc(start_.get(), capacity);
     if (moved == nullptr) throw std::bad_alloc();
@@ -37,7 +34,7 @@ class ByteBuffer {
     capacity_ = capacity;
   }
 
-  std::unique_ptr<std::uint8_t, Free> start_;
+  Owned<std::uint8_t, std::free> start_;
   std::size_t size_ = 0;
   std::size_t capacity_ = 0;
 };

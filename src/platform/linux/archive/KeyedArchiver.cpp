@@ -3,10 +3,10 @@
 #include "platform/KeyedArchiver.h"
 
 #include "platform/linux/archive/RealArrayArchive.h"
+#include "platform/values/Owned.h"
 
 #include <cmath>
 #include <limits>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -15,10 +15,7 @@
 namespace quorlin {
 namespace {
 
-struct PlistFree {
-  void operator()(void* node) const { plist_free(node); }
-};
-using Plist = std::unique_ptr<void, PlistFree>;
+using Plist = Owned<void, plist_free>;
 
 /// Seconds between 1970 and 2001, from which archived dates count.
 constexpr double kReferenceDateOffset = 978307200.0;
@@ -118,6 +115,14 @@ class Archiver {
   std::uint64_t dateClass_ = 0;
 };
 
+/// What one of libplist's functions says of a node.
+template <typename Value>
+Value valueOf(plist_t node, void (*get)(plist_t, Value*)) {
+  Value value{};
+  get(node, &value);
+  return value;
+}
+
 /// Follows references. An archive from outside may refer in circles or to one object a million times, so
 /// depth and size are bounded.
 class Unarchiver {
@@ -126,27 +131,17 @@ class Unarchiver {
 
   std::optional<PropertyList> object(plist_t reference, int depth = 0) {
     if (depth > kMaximumDepth || ++visited_ > kMaximumObjects) return std::nullopt;
-    if (reference == nullptr || plist_get_node_type(reference) != PLIST_UID) return std::nullopt;
-    std::uint64_t index = 0;
-    plist_get_uid_val(reference, &index);
+    if (plist_get_node_type(reference) != PLIST_UID) return std::nullopt;
+    const std::uint64_t index = valueOf(reference, plist_get_uid_val);
     if (index == 0 || index >= plist_array_get_size(objects_)) return std::nullopt;
     plist_t node = plist_array_get_item(objects_, static_cast<std::uint32_t>(index));
     switch (plist_get_node_type(node)) {
-      case PLIST_BOOLEAN: {
-        std::uint8_t flag = 0;
-        plist_get_bool_val(node, &flag);
-        return PropertyList(flag != 0);
-      }
-      case PLIST_UINT: {
-        std::uint64_t number = 0;
-        plist_get_uint_val(node, &number);
-        return PropertyList(static_cast<std::int64_t>(number));
-      }
-      case PLIST_REAL: {
-        double number = 0;
-        plist_get_real_val(node, &number);
-        return PropertyList(number);
-      }
+      case PLIST_BOOLEAN:
+        return PropertyList(valueOf(node, plist_get_bool_val) != 0);
+      case PLIST_UINT:
+        return PropertyList(static_cast<std::int64_t>(valueOf(node, plist_get_uint_val)));
+      case PLIST_REAL:
+        return PropertyList(valueOf(node, plist_get_real_val));
       case PLIST_STRING: {
         std::uint64_t length = 0;
         const char* text = plist_get_string_ptr(node, &length);
@@ -171,7 +166,7 @@ class Unarchiver {
   std::optional<PropertyList> instance(plist_t node, int depth) {
     if (plist_t time = plist_dict_get_item(node, "NS.time")) return date(time);
     plist_t values = plist_dict_get_item(node, "NS.objects");
-    if (values == nullptr || plist_get_node_type(values) != PLIST_ARRAY) return std::nullopt;
+    if (plist_get_node_type(values) != PLIST_ARRAY) return std::nullopt;
     plist_t keys = plist_dict_get_item(node, "NS.keys");
     if (keys == nullptr) return array(values, depth);
     if (plist_get_node_type(keys) != PLIST_ARRAY) return std::nullopt;
@@ -180,9 +175,7 @@ class Unarchiver {
 
   static std::optional<PropertyList> date(plist_t time) {
     if (plist_get_node_type(time) != PLIST_REAL) return std::nullopt;
-    double seconds = 0;
-    plist_get_real_val(time, &seconds);
-    const double microseconds = (seconds + kReferenceDateOffset) * 1e6;
+    const double microseconds = (valueOf(time, plist_get_real_val) + kReferenceDateOffset) * 1e6;
     // The negation refuses not-a-number too.
     if (!(std::abs(microseconds) < 9e18)) return std::nullopt;
     return PropertyList(Date(std::chrono::microseconds(static_cast<std::int64_t>(microseconds))));
@@ -242,12 +235,10 @@ std::optional<PropertyList> unarchiveRootObject(const Data& archive) {
   plist_t parsed = nullptr;
   plist_from_bin(bytes, size, &parsed);
   const Plist document(parsed);
-  if (!document || plist_get_node_type(parsed) != PLIST_DICT) return std::nullopt;
-  plist_t top = plist_dict_get_item(parsed, "$top");
+  // In what is no dictionary, or not there, libplist finds nothing.
   plist_t objects = plist_dict_get_item(parsed, "$objects");
-  if (top == nullptr || plist_get_node_type(top) != PLIST_DICT) return std::nullopt;
-  if (objects == nullptr || plist_get_node_type(objects) != PLIST_ARRAY) return std::nullopt;
-  return Unarchiver(objects).object(plist_dict_get_item(top, "root"));
+  if (plist_get_node_type(objects) != PLIST_ARRAY) return std::nullopt;
+  return Unarchiver(objects).object(plist_dict_get_item(plist_dict_get_item(parsed, "$top"), "root"));
 }
 
 }  // namespace quorlin

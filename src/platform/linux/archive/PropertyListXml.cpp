@@ -3,11 +3,11 @@
 #include "platform/PropertyListXml.h"
 
 #include "platform/posix/TextFile.h"
+#include "platform/values/Owned.h"
 #include "platform/values/Parsing.h"
 
 #include <algorithm>
 #include <charconv>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -48,8 +48,7 @@ std::optional<PropertyList> integerOf(std::string_view text) {
 }
 
 std::optional<PropertyList> dateOf(const std::string& text) {
-  const std::unique_ptr<GDateTime, decltype(&g_date_time_unref)> date(
-      g_date_time_new_from_iso8601(text.c_str(), nullptr), g_date_time_unref);
+  const Owned<GDateTime, g_date_time_unref> date(g_date_time_new_from_iso8601(text.c_str(), nullptr));
   if (!date) return std::nullopt;
   return PropertyList(Date(std::chrono::seconds(g_date_time_to_unix(date.get()))));
 }
@@ -61,7 +60,7 @@ std::optional<PropertyList> dataOf(const std::string& text) {
   });
   if (!isBase64) return std::nullopt;
   gsize size = 0;
-  const std::unique_ptr<guchar, decltype(&g_free)> bytes(g_base64_decode(text.c_str(), &size), g_free);
+  const Owned<guchar, g_free> bytes(g_base64_decode(text.c_str(), &size));
   return Data(bytes.get(), bytes.get() + size);
 }
 
@@ -89,7 +88,7 @@ class Builder {
     } else if (!takesValue()) {
       return false;
     } else if (element == "array" || element == "dict") {
-      open_.push_back({.isDictionary = element == "dict", .key = {}, .array = {}, .dictionary = {}});
+      open_.emplace_back().isDictionary = element == "dict";
       return open_.size() <= kMaximumDepth;
     }
     leaf_ = element;
@@ -104,7 +103,12 @@ class Builder {
   }
 
   bool end() {
-    if (!leaf_.empty()) return endLeaf(std::exchange(leaf_, {}));
+    const std::string leaf = std::exchange(leaf_, {});
+    if (leaf == "key") {
+      open_.back().key = text_;
+      return true;
+    }
+    if (!leaf.empty()) return add(leafOf(leaf, text_));
     if (open_.empty()) {
       inPlist_ = false;
       return root_.has_value();
@@ -112,9 +116,8 @@ class Builder {
     Collection collection = std::move(open_.back());
     open_.pop_back();
     if (collection.key) return false;
-    add(collection.isDictionary ? PropertyList(std::move(collection.dictionary))
-                                : PropertyList(std::move(collection.array)));
-    return true;
+    return add(collection.isDictionary ? PropertyList(std::move(collection.dictionary))
+                                       : PropertyList(std::move(collection.array)));
   }
 
   std::optional<PropertyList> take() && { return std::move(root_); }
@@ -132,25 +135,16 @@ class Builder {
     return !open_.back().isDictionary || open_.back().key;
   }
 
-  bool endLeaf(const std::string& leaf) {
-    if (leaf == "key") {
-      open_.back().key = text_;
-      return true;
-    }
-    std::optional<PropertyList> value = leafOf(leaf, text_);
+  bool add(std::optional<PropertyList> value) {
     if (!value) return false;
-    add(*std::move(value));
-    return true;
-  }
-
-  void add(PropertyList value) {
     if (open_.empty()) {
       root_ = std::move(value);
     } else if (open_.back().isDictionary) {
-      open_.back().dictionary.emplace_back(*std::exchange(open_.back().key, std::nullopt), std::move(value));
+      open_.back().dictionary.emplace_back(*std::exchange(open_.back().key, std::nullopt), *std::move(value));
     } else {
-      open_.back().array.push_back(std::move(value));
+      open_.back().array.push_back(*std::move(value));
     }
+    return true;
   }
 
   bool inPlist_ = false;
@@ -181,9 +175,8 @@ std::optional<PropertyList> propertyListFromXml(const Data& document) {
       .passthrough = nullptr,
       .error = nullptr};
   Builder builder;
-  const std::unique_ptr<GMarkupParseContext, decltype(&g_markup_parse_context_free)> context(
-      g_markup_parse_context_new(&parser, G_MARKUP_TREAT_CDATA_AS_TEXT, &builder, nullptr),
-      g_markup_parse_context_free);
+  const Owned<GMarkupParseContext, g_markup_parse_context_free> context(
+      g_markup_parse_context_new(&parser, G_MARKUP_TREAT_CDATA_AS_TEXT, &builder, nullptr));
   std::string_view text(reinterpret_cast<const char*>(document.data()), document.size());
   if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);  // which only marks it as UTF-8
   const bool isWhole = g_markup_parse_context_parse(context.get(), text.data(),

@@ -47,9 +47,11 @@ class Writer {
     append("bplist00");
   }
 
-  void string(std::string_view ascii) {
-    begin(0x5, ascii.size());
-    append(ascii);
+  void strings(std::initializer_list<std::string_view> texts) {
+    for (const std::string_view ascii : texts) {
+      begin(0x5, ascii.size());
+      append(ascii);
+    }
   }
   void integer(std::uint32_t value) {
     begin(0x1, 2);
@@ -120,11 +122,7 @@ Data archivedArrayOfReals(const std::vector<double>& values) {
   Writer writer(firstValue + values.size());
 
   writer.dictionary({kArchiverKey, kObjectsKey, kTopKey, kVersionKey}, {kArchiver, kObjects, kTop, kVersion});
-  writer.string("$archiver");
-  writer.string("$objects");
-  writer.string("$top");
-  writer.string("$version");
-  writer.string("NSKeyedArchiver");
+  writer.strings({"$archiver", "$objects", "$top", "$version", "NSKeyedArchiver"});
 
   // References within the archive count in this array: the null object, the instance, its elements, its
   // class.
@@ -138,25 +136,22 @@ Data archivedArrayOfReals(const std::vector<double>& values) {
 
   writer.dictionary({kRootKey}, {kRoot});
   writer.integer(100000);
-  writer.string("root");
+  writer.strings({"root"});
   writer.uid(instance);
 
-  writer.string("$null");
+  writer.strings({"$null"});
   writer.dictionary({kInstanceObjectsKey, kInstanceClassKey}, {kInstanceObjects, kInstanceClass});
-  writer.string("NS.objects");
-  writer.string("$class");
+  writer.strings({"NS.objects", "$class"});
   writer.array(values.size());
   for (std::size_t i = 0; i < values.size(); ++i) writer.reference(kFirstElement + i);
   writer.uid(firstElement + values.size());
 
   writer.dictionary({kClassNameKey, kClassesKey}, {kClassName, kClasses});
-  writer.string("$classname");
-  writer.string("$classes");
-  writer.string("NSArray");
+  writer.strings({"$classname", "$classes", "NSArray"});
   writer.array(2);
   writer.reference(kClassName);
   writer.reference(kBaseClassName);
-  writer.string("NSObject");
+  writer.strings({"NSObject"});
 
   for (std::size_t i = 0; i < values.size(); ++i) writer.uid(firstElement + i);
   for (const double value : values) writer.real(value);

@@ -7,7 +7,8 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <memory>
+#include <string_view>
 #include <utility>
 
 namespace quorlin {
@@ -19,11 +20,11 @@ int checked(int result, const char* complaint) {
 
 void dropAddressedSignals(sd_bus* bus) {
   const sd_bus_message_handler_t drop = [](sd_bus_message* message, void*, sd_bus_error*) {
-    const char* const sender = sd_bus_message_get_sender(message);
-    const bool isOfBus = sender != nullptr && std::strcmp(sender, "org.freedesktop.DBus") == 0;
-    const bool isLocal = sender == nullptr || std::strcmp(sender, "org.freedesktop.DBus.Local") == 0;
+    const char* const known = sd_bus_message_get_sender(message);
+    const std::string_view sender = known == nullptr ? "org.freedesktop.DBus.Local" : known;
+    const bool isOfBus = sender == "org.freedesktop.DBus" || sender == "org.freedesktop.DBus.Local";
     return sd_bus_message_is_signal(message, nullptr, nullptr) > 0 &&
-                   sd_bus_message_get_destination(message) != nullptr && !isOfBus && !isLocal
+                   sd_bus_message_get_destination(message) != nullptr && !isOfBus
                ? 1
                : 0;
   };
@@ -43,22 +44,23 @@ BusMessage methodCall(sd_bus* bus, const BusObject& object, const char* member) 
 
 Result<BusMessage, CallError> call(sd_bus* bus, const BusMessage& message,
                                    std::chrono::microseconds patience) {
-  /// Frees what a call has put into it.
-  struct OwnedError {
-    OwnedError() = default;
-    OwnedError(const OwnedError&) = delete;
-    OwnedError& operator=(const OwnedError&) = delete;
-    ~OwnedError() { sd_bus_error_free(&error); }
-    sd_bus_error error = SD_BUS_ERROR_NULL;
-  } failure;
+  sd_bus_error error = SD_BUS_ERROR_NULL;
+  const Owned<sd_bus_error, sd_bus_error_free> contents(&error);
   sd_bus_message* answer = nullptr;
   const int result =
-      sd_bus_call(bus, message.get(), static_cast<std::uint64_t>(patience.count()), &failure.error, &answer);
+      sd_bus_call(bus, message.get(), static_cast<std::uint64_t>(patience.count()), &error, &answer);
   BusMessage reply(answer);
   if (result >= 0) return reply;
-  const sd_bus_error& error = failure.error;
   return CallError{.name = error.name == nullptr ? "" : error.name,
                    .message = error.message == nullptr ? errorText(-result) : error.message};
+}
+
+void appendStrings(sd_bus_message* message, const std::vector<std::string>& strings, const char* complaint) {
+  checked(sd_bus_message_open_container(message, 'a', "s"), complaint);
+  for (const std::string& string : strings) {
+    checked(sd_bus_message_append_basic(message, 's', string.c_str()), complaint);
+  }
+  checked(sd_bus_message_close_container(message), complaint);
 }
 
 const char* stringIn(const BusMessage& message) {

@@ -1,12 +1,12 @@
 /// A connection to a message bus. The one place where sd-bus errors become ours.
 #pragma once
 
+#include "platform/values/Owned.h"
 #include "platform/values/Result.h"
 
 #include <chrono>
 #include <functional>
 #include <initializer_list>
-#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -29,14 +29,12 @@ int checked(int result, const char* complaint);
 
 /// Frees what libsystemd hands out with one of its functions.
 template <auto free>
-struct SystemdFree {
-  void operator()(auto* handle) const { free(handle); }
-};
-using BusMessage = std::unique_ptr<sd_bus_message, SystemdFree<sd_bus_message_unref>>;
-using BusSlot = std::unique_ptr<sd_bus_slot, SystemdFree<sd_bus_slot_unref>>;
-using BusCredentials = std::unique_ptr<sd_bus_creds, SystemdFree<sd_bus_creds_unref>>;
+using SystemdFree = FreedBy<free>;
+using BusMessage = Owned<sd_bus_message, sd_bus_message_unref>;
+using BusSlot = Owned<sd_bus_slot, sd_bus_slot_unref>;
+using BusCredentials = Owned<sd_bus_creds, sd_bus_creds_unref>;
 /// Sends queued messages before it closes.
-using BusHandle = std::unique_ptr<sd_bus, SystemdFree<sd_bus_flush_close_unref>>;
+using BusHandle = Owned<sd_bus, sd_bus_flush_close_unref>;
 
 /// Has the connection drop signals that are addressed to it alone, except the bus's own. A match on a
 /// well-known sender trusts the bus to let only that one's signals through, and the bus does so for broadcast
@@ -67,6 +65,9 @@ BusMessage methodCall(sd_bus* bus, const BusObject& object, const char* member);
 /// arrive meanwhile are kept for the event loop.
 Result<BusMessage, CallError> call(sd_bus* bus, const BusMessage& message,
                                    std::chrono::microseconds patience = {});
+
+/// Appends an array of strings. Throws a BusError with the complaint.
+void appendStrings(sd_bus_message* message, const std::vector<std::string>& strings, const char* complaint);
 
 /// The string that an answer begins with, valid as long as the message; null where it begins with none.
 const char* stringIn(const BusMessage& message);

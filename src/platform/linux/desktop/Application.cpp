@@ -6,45 +6,42 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <iterator>
 #include <utility>
 
 namespace quorlin {
 namespace {
 
 constexpr const char* kInterface = "org.freedesktop.Application";
-
-/// The variable in which a desktop passes a program the token to come to the foreground with (Startup
-/// Notification, XDG Activation), and the key under which the program passes it on.
-constexpr std::array<std::pair<const char*, const char*>, 2> kActivationTokens = {
-    {{"DESKTOP_STARTUP_ID", "desktop-startup-id"}, {"XDG_ACTIVATION_TOKEN", "activation-token"}}};
+constexpr const char* kHandingOver = "Cannot hand over to the running instance";
+constexpr const char* kReadingData = "Cannot read platform data";
 
 /// How long another instance may take to answer, and how often one may leave instead.
 constexpr std::chrono::microseconds kPatience = std::chrono::seconds(5);
 constexpr int kAttempts = 5;
 
-/// Marks the call as a person's, with the desktop's tokens where there are any.
+/// Marks the call as a person's, with the tokens where there are any that a desktop passes a program to come
+/// to the foreground with (Startup Notification, XDG Activation).
 void appendPlatformData(sd_bus_message* message) {
-  checked(sd_bus_message_open_container(message, 'a', "{sv}"), "Cannot hand over to the running instance");
-  for (const auto& [variable, key] : kActivationTokens) {
-    const char* token = std::getenv(variable);
-    checked(sd_bus_message_append(message, "{sv}", key, "s", token == nullptr ? "" : token),
-            "Cannot hand over to the running instance");
-  }
-  checked(sd_bus_message_close_container(message), "Cannot hand over to the running instance");
+  const auto token = [](const char* variable) {
+    const char* text = std::getenv(variable);
+    return text == nullptr ? "" : text;
+  };
+  checked(sd_bus_message_append(message, "a{sv}", 2, "desktop-startup-id", "s", token("DESKTOP_STARTUP_ID"),
+                                "activation-token", "s", token("XDG_ACTIVATION_TOKEN")),
+          kHandingOver);
 }
 
 std::vector<std::string> readKeys(sd_bus_message* message) {
   std::vector<std::string> keys;
-  checked(sd_bus_message_enter_container(message, 'a', "{sv}"), "Cannot read platform data");
-  while (checked(sd_bus_message_enter_container(message, 'e', "sv"), "Cannot read platform data") > 0) {
+  checked(sd_bus_message_enter_container(message, 'a', "{sv}"), kReadingData);
+  while (checked(sd_bus_message_enter_container(message, 'e', "sv"), kReadingData) > 0) {
     const char* key = nullptr;
-    checked(sd_bus_message_read_basic(message, 's', &key), "Cannot read platform data");
+    checked(sd_bus_message_read_basic(message, 's', &key), kReadingData);
     keys.emplace_back(key);
-    checked(sd_bus_message_skip(message, "v"), "Cannot read platform data");
-    checked(sd_bus_message_exit_container(message), "Cannot read platform data");
+    checked(sd_bus_message_skip(message, "v"), kReadingData);
+    checked(sd_bus_message_exit_container(message), kReadingData);
   }
-  checked(sd_bus_message_exit_container(message), "Cannot read platform data");
+  checked(sd_bus_message_exit_container(message), kReadingData);
   return keys;
 }
 
@@ -135,17 +132,10 @@ bool BusApplication::handOver() const {
   const std::vector<std::string> toOpen = urls();
   const BusMessage handOver =
       methodCall(bus_.get(), {id_.c_str(), path_.c_str(), kInterface}, toOpen.empty() ? "Activate" : "Open");
-  if (!toOpen.empty()) {
-    std::vector<char*> list;
-    list.reserve(toOpen.size() + 1);
-    for (const std::string& url : toOpen) list.push_back(const_cast<char*>(url.c_str()));
-    list.push_back(nullptr);
-    checked(sd_bus_message_append_strv(handOver.get(), list.data()),
-            "Cannot hand over to the running instance");
-  }
+  if (!toOpen.empty()) appendStrings(handOver.get(), toOpen, kHandingOver);
   const bool silent = std::ranges::find(arguments_, "-silent") != arguments_.end();
   if (silent) {
-    checked(sd_bus_message_append(handOver.get(), "a{sv}", 0), "Cannot hand over to the running instance");
+    checked(sd_bus_message_append(handOver.get(), "a{sv}", 0), kHandingOver);
   } else {
     appendPlatformData(handOver.get());
   }
@@ -162,9 +152,8 @@ bool BusApplication::handOver() const {
 }
 
 std::vector<std::string> BusApplication::urls() const {
-  std::vector<std::string> urls;
-  std::ranges::copy_if(arguments_, std::back_inserter(urls),
-                       [](const std::string& argument) { return argument.find("://") != std::string::npos; });
+  std::vector<std::string> urls = arguments_;
+  std::erase_if(urls, [](const auto& argument) { return argument.find("://") == std::string::npos; });
   return urls;
 }
 

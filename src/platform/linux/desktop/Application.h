@@ -23,8 +23,6 @@ class BusApplication final : public Application {
   BusApplication(const Bus& bus, BusSource& busSource, LinuxRunLoop& runLoop, Log& log, std::string id,
                  std::vector<std::string> arguments);
   ~BusApplication() override;
-  BusApplication(const BusApplication&) = delete;
-  BusApplication& operator=(const BusApplication&) = delete;
 
   /// Takes the id on the bus, or reports this start to the instance that has it. True when this process is to
   /// run. Throws BusError, also when the other instance does not answer.

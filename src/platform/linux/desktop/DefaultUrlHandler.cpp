@@ -2,8 +2,6 @@
 
 #include "platform/linux/desktop/KeyFile.h"
 
-#include <algorithm>
-#include <cctype>
 #include <string>
 
 namespace quorlin {
@@ -21,12 +19,6 @@ bool putFirst(GKeyFile* list, const std::string& type, const std::string& entry)
   return true;
 }
 
-std::string lowerCase(std::string_view text) {
-  std::string lower(text);
-  std::ranges::transform(lower, lower.begin(), [](unsigned char letter) { return std::tolower(letter); });
-  return lower;
-}
-
 }  // namespace
 
 std::filesystem::path mimeApplicationsFile() {
@@ -42,8 +34,9 @@ std::optional<Trouble> setDefaultUrlHandler(const std::filesystem::path& mimeApp
   const std::string type = "x-scheme-handler/";
   const std::string entry = std::string(applicationId) + ".desktop";
   const bool asWritten = putFirst(list->get(), type + std::string(scheme), entry);
-  const bool lower = putFirst(list->get(), type + lowerCase(scheme), entry);
-  return asWritten || lower ? saveKeyFile(list->get(), target) : std::nullopt;
+  const GText lower(g_ascii_strdown(scheme.data(), static_cast<gssize>(scheme.size())));
+  const bool inLowerCase = putFirst(list->get(), type + lower.get(), entry);
+  return asWritten || inLowerCase ? saveKeyFile(list->get(), target) : std::nullopt;
 }
 
 }  // namespace quorlin

@@ -1,26 +1,19 @@
 /// Files of groups, keys and values, as GLib reads and writes them.
 #pragma once
 
+#include "platform/values/Owned.h"
 #include "platform/values/Result.h"
 
 #include <cerrno>
 #include <filesystem>
-#include <memory>
 #include <optional>
 
 #include <glib.h>
 
 namespace quorlin {
 
-struct KeyFileUnref {
-  void operator()(GKeyFile* keyFile) const { g_key_file_unref(keyFile); }
-};
-using KeyFile = std::unique_ptr<GKeyFile, KeyFileUnref>;
-
-struct GFree {
-  void operator()(gchar* text) const { g_free(text); }
-};
-using GText = std::unique_ptr<gchar, GFree>;
+using KeyFile = Owned<GKeyFile, g_key_file_unref>;
+using GText = Owned<gchar, g_free>;
 
 /// The error of a file that can be read but is malformed.
 inline constexpr int kMalformed = EBADMSG;

@@ -6,7 +6,6 @@
 
 #include <charconv>
 #include <limits>
-#include <memory>
 #include <system_error>
 #include <utility>
 
@@ -14,6 +13,8 @@
 
 namespace quorlin {
 namespace {
+
+using GDate = Owned<GDateTime, g_date_time_unref>;
 
 constexpr const char* kGroup = "Settings";
 constexpr const char* kNotSaved = "the settings are not saved: {}";
@@ -35,13 +36,10 @@ Result<std::filesystem::path> keepAside(const std::filesystem::path& file) {
 
 std::string isoText(Date date) {
   const auto seconds = std::chrono::floor<std::chrono::seconds>(date);
-  const std::unique_ptr<GDateTime, decltype(&g_date_time_unref)> whole(
-      g_date_time_new_from_unix_utc(seconds.time_since_epoch().count()), g_date_time_unref);
+  const GDate whole(g_date_time_new_from_unix_utc(seconds.time_since_epoch().count()));
   if (!whole) return {};
-  const GText text(g_date_time_format(whole.get(), "%Y-%m-%dT%H:%M:%S"));
-  std::string fraction = std::to_string((date - seconds).count());
-  fraction.insert(0, 6 - fraction.size(), '0');
-  return std::string(text.get()) + "." + fraction + "Z";
+  const GDate exact(g_date_time_add(whole.get(), (date - seconds).count()));
+  return GText(g_date_time_format(exact.get(), "%Y-%m-%dT%H:%M:%S.%fZ")).get();
 }
 
 }  // namespace
@@ -58,8 +56,7 @@ KeyFileUserDefaults::KeyFileUserDefaults(std::filesystem::path file, Log& log)
     return;
   }
   gsize count = 0;
-  const std::unique_ptr<gchar*, decltype(&g_strfreev)> keys(
-      g_key_file_get_keys(keyFile->get(), kGroup, &count, nullptr), g_strfreev);
+  const Owned<gchar*, g_strfreev> keys(g_key_file_get_keys(keyFile->get(), kGroup, &count, nullptr));
   for (gsize i = 0; i < count; ++i) {
     const char* key = keys.get()[i];
     const GText value(g_key_file_get_value(keyFile->get(), kGroup, key, nullptr));
@@ -85,29 +82,16 @@ std::int64_t KeyFileUserDefaults::integer(std::string_view key) const {
   return number;
 }
 
-bool KeyFileUserDefaults::boolean(std::string_view key) const { return integer(key) != 0; }
-
 std::optional<Date> KeyFileUserDefaults::date(std::string_view key) const {
   const std::optional<std::string> value = text(key);
   if (!value) return std::nullopt;
-  const std::unique_ptr<GDateTime, decltype(&g_date_time_unref)> parsed(
-      g_date_time_new_from_iso8601(value->c_str(), nullptr), g_date_time_unref);
+  const GDate parsed(g_date_time_new_from_iso8601(value->c_str(), nullptr));
   if (!parsed) return std::nullopt;
   return Date(std::chrono::seconds(g_date_time_to_unix(parsed.get())) +
               std::chrono::microseconds(g_date_time_get_microsecond(parsed.get())));
 }
 
-void KeyFileUserDefaults::setInteger(std::string_view key, std::int64_t value) {
-  change(key, std::to_string(value));
-}
-
-void KeyFileUserDefaults::setBoolean(std::string_view key, bool value) {
-  change(key, value ? "true" : "false");
-}
-
 void KeyFileUserDefaults::setDate(std::string_view key, Date value) { change(key, isoText(value)); }
-
-void KeyFileUserDefaults::remove(std::string_view key) { change(key, std::nullopt); }
 
 void KeyFileUserDefaults::change(std::string_view key, std::optional<std::string> value) {
   const std::scoped_lock lock(mutex_);

@@ -24,21 +24,18 @@ class KeyFileUserDefaults final : public UserDefaults {
   KeyFileUserDefaults(std::filesystem::path file, Log& log);
 
   std::int64_t integer(std::string_view key) const override;
-  bool boolean(std::string_view key) const override;
+  bool boolean(std::string_view key) const override { return integer(key) != 0; }
   std::optional<Date> date(std::string_view key) const override;
 
-  void setInteger(std::string_view key, std::int64_t value) override;
-  void setBoolean(std::string_view key, bool value) override;
+  void setInteger(std::string_view key, std::int64_t value) override { change(key, std::to_string(value)); }
+  void setBoolean(std::string_view key, bool value) override { change(key, value ? "true" : "false"); }
   void setDate(std::string_view key, Date value) override;
-  void remove(std::string_view key) override;
+  void remove(std::string_view key) override { change(key, std::nullopt); }
 
   /// Every change is written before its call returns.
   void synchronize() override {}
 
  private:
-  /// Nothing for a key that was removed.
-  using Changes = std::map<std::string, std::optional<std::string>, std::less<>>;
-
   std::optional<std::string> text(std::string_view key) const;
   void change(std::string_view key, std::optional<std::string> value);
   void store();
@@ -47,7 +44,8 @@ class KeyFileUserDefaults final : public UserDefaults {
   Log& log_;
   mutable std::mutex mutex_;
   std::map<std::string, std::string, std::less<>> values_;
-  Changes unsaved_;
+  /// Nothing for a key that was removed.
+  std::map<std::string, std::optional<std::string>, std::less<>> unsaved_;
 };
 
 }  // namespace quorlin

@@ -4,7 +4,6 @@
 #include "platform/linux/processes/Spawn.h"
 #include "platform/posix/TextFile.h"
 
-#include <cerrno>
 #include <optional>
 
 #include <sys/types.h>
@@ -35,27 +34,17 @@ std::optional<std::string> withoutFieldCodes(std::string_view argument, GKeyFile
   for (std::size_t i = 0; i < argument.size(); ++i) {
     if (argument[i] != '%' || i + 1 == argument.size()) {
       text += argument[i];
-      held = true;
-      continue;
+    } else if (const char code = argument[++i]; code == '%') {
+      text += '%';
+    } else if (code == 'c') {
+      const GText name(g_key_file_get_locale_string(entry, kGroup, "Name", nullptr, nullptr));
+      text += name ? name.get() : "";
+    } else if (code == 'k') {
+      text += file.string();
+    } else {
+      continue;  // files, URLs, the icon and obsolete codes
     }
-    switch (argument[++i]) {
-      case '%':
-        text += '%';
-        held = true;
-        break;
-      case 'c': {
-        const GText name(g_key_file_get_locale_string(entry, kGroup, "Name", nullptr, nullptr));
-        text += name ? name.get() : "";
-        held = true;
-        break;
-      }
-      case 'k':
-        text += file.string();
-        held = true;
-        break;
-      default:  // files, URLs, the icon and obsolete codes
-        break;
-    }
+    held = true;
   }
   return held ? std::optional(text) : std::nullopt;
 }
@@ -74,7 +63,7 @@ Result<WorkflowCommand> commandOfEntry(const std::filesystem::path& file) {
   if (g_shell_parse_argv(stringOf(entry, "Exec").c_str(), &count, &words, nullptr) == FALSE) {
     return cannotRun(file, "its desktop entry has no valid command line");
   }
-  const std::unique_ptr<char*, decltype(&g_strfreev)> owner(words, g_strfreev);
+  const Owned<char*, g_strfreev> owner(words);
   WorkflowCommand command{.program = words[0], .arguments = {}, .folder = stringOf(entry, "Path")};
   for (int i = 1; i < count; ++i) {
     if (auto argument = withoutFieldCodes(words[i], entry, file)) {
@@ -99,8 +88,8 @@ Result<WorkflowCommand> workflowCommand(const std::filesystem::path& file) {
 void LinuxWorkflowEngine::runWorkflow(const std::string& path) {
   const Result<WorkflowCommand> command = workflowCommand(path);
   if (!command) return log_.line(command.error().text());
-  const Result<pid_t> child = spawn(command->program, command->arguments,
-                                    {.output = {}, .folder = command->folder, .detached = true});
+  const Result<pid_t> child =
+      spawn(command->program, command->arguments, {.folder = command->folder, .detached = true});
   if (!child) return log_.line(cannotRun(path, child.error().why).text());
   waitForEnd(*child);
 }

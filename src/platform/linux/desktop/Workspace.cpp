@@ -4,10 +4,10 @@
 #include "platform/linux/processes/ApplicationId.h"
 #include "platform/posix/FileDescriptor.h"
 #include "platform/posix/TextFile.h"
+#include "platform/values/Parsing.h"
 #include "platform/values/Sentence.h"
 
 #include <algorithm>
-#include <charconv>
 #include <csignal>
 #include <string>
 
@@ -23,22 +23,19 @@ namespace {
 
 /// proc(5): the fourth field of stat. The name before it is in parentheses and may contain some itself.
 std::int32_t parentIn(std::string_view stat) {
-  std::int32_t parent = 0;
-  const std::size_t fields = stat.rfind(')');
-  if (fields == std::string_view::npos || fields + 4 > stat.size()) return 0;
-  std::from_chars(stat.data() + fields + 4, stat.data() + stat.size(), parent);
-  return parent;
-}
-
-bool hasDesktopEntry(const std::filesystem::path& dataFolder, const std::string& name) {
-  std::error_code ignored;
-  return std::filesystem::is_regular_file(dataFolder / "applications" / (name + ".desktop"), ignored);
+  stat.remove_prefix(std::min(stat.rfind(')'), stat.size()));
+  for (int field = 2; field < 4; ++field) takeUntil(' ', stat);
+  return wholeNumber<std::int32_t>(takeUntil(' ', stat)).value_or(0);
 }
 
 bool hasDesktopEntry(const std::string& name) {
-  if (hasDesktopEntry(g_get_user_data_dir(), name)) return true;
+  const auto isBelow = [&name](const std::filesystem::path& dataFolder) {
+    std::error_code ignored;
+    return std::filesystem::is_regular_file(dataFolder / "applications" / (name + ".desktop"), ignored);
+  };
+  if (isBelow(g_get_user_data_dir())) return true;
   for (const char* const* folder = g_get_system_data_dirs(); *folder != nullptr; ++folder) {
-    if (hasDesktopEntry(*folder, name)) return true;
+    if (isBelow(*folder)) return true;
   }
   return false;
 }

@@ -22,8 +22,7 @@ InstallerOutcome runHelperInstaller(const std::filesystem::path& helper, bool is
   using enum InstallerOutcome::Kind;
   std::vector<std::string> arguments = {"--install"};
   if (!isRoot) arguments.insert(arguments.begin(), helper.native());
-  const Result<pid_t> child =
-      spawn(isRoot ? helper.native() : "pkexec", arguments, {.output = {}, .folder = {}, .detached = false});
+  const Result<pid_t> child = spawn(isRoot ? helper.native() : "pkexec", arguments, {});
   const std::optional<int> end = child ? waitForEnd(*child) : std::nullopt;
   if (!end) return {NotStarted, kNotAuthorized};
   if (!WIFEXITED(*end)) return {Failed, kEndedBySignal + WTERMSIG(*end)};

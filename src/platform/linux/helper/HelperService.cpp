@@ -23,8 +23,6 @@ class BusConnection final : public HelperToolConnection {
   ~BusConnection() override {
     for (const Call& call : std::exchange(calls_, {})) call.failed();
   }
-  BusConnection(const BusConnection&) = delete;
-  BusConnection& operator=(const BusConnection&) = delete;
 
   void setInvalidationHandler(std::function<void()> handler) override { invalidated_ = std::move(handler); }
 
@@ -36,7 +34,11 @@ class BusConnection final : public HelperToolConnection {
           "type='signal',sender='org.freedesktop.DBus',path='/org/freedesktop/DBus',"
           "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg2='',arg0='" +
               serviceName_ + "'",
-          [this](sd_bus_message*) { helperLeft(); });
+          [this](sd_bus_message*) {
+            // It may give up its name before it has answered all calls; the bus answers the others.
+            hasHelperLeft_ = true;
+            endIfHelperLeft();
+          });
     } catch (const BusError& error) {
       refusals_.line(error.what());
       source_.reset();
@@ -56,11 +58,7 @@ class BusConnection final : public HelperToolConnection {
                       ErrorHandler failed) override {
     const auto append = [&](sd_bus_message* message) {
       checked(sd_bus_message_append(message, "s", key.c_str()), kAttempt);
-      checked(sd_bus_message_open_container(message, 'a', "s"), kAttempt);
-      for (const std::string& param : params) {
-        checked(sd_bus_message_append(message, "s", param.c_str()), kAttempt);
-      }
-      checked(sd_bus_message_close_container(message), kAttempt);
+      appendStrings(message, params, kAttempt);
     };
     send(helperprotocol::kGetCoreMetrics, append, std::move(reply), std::move(failed));
   }
@@ -137,27 +135,17 @@ class BusConnection final : public HelperToolConnection {
     const char* reason =
         error == nullptr || error->message == nullptr ? "the answer is not a string" : error->message;
     connection.refusals_.line(filledIn("core helper: {}: {}", {call.member, reason}));
-    const bool lost = !isFromHelper(answer);
+    // Else the bus has answered in its place, or libsystemd for a bus that has gone away.
+    const char* sender = sd_bus_message_get_sender(answer);
+    const bool isFromHelper = sender != nullptr && *sender == ':';
     call.failed();
-    if (lost) connection.invalidate();
+    if (!isFromHelper) connection.invalidate();
     connection.endIfHelperLeft();
     return 0;
   }
 
-  /// It may give up its name before it has answered all calls; the bus answers the others.
-  void helperLeft() {
-    hasHelperLeft_ = true;
-    endIfHelperLeft();
-  }
-
   void endIfHelperLeft() {
     if (hasHelperLeft_ && calls_.empty()) invalidate();
-  }
-
-  /// Else the bus has answered in its place, or libsystemd for a bus that has gone away.
-  static bool isFromHelper(sd_bus_message* answer) {
-    const char* sender = sd_bus_message_get_sender(answer);
-    return sender != nullptr && *sender == ':';
   }
 
   Call finish(std::list<Call>::iterator call) {

@@ -2,6 +2,8 @@
 #pragma once
 
 #include "platform/JobBlessing.h"
+#include "platform/linux/helper/HelperInstaller.h"
+#include "platform/linux/processes/BundledPrograms.h"
 
 namespace quorlin {
 
@@ -11,7 +13,10 @@ class LinuxJobBlessing final : public JobBlessing {
   std::unique_ptr<Authorization> createAuthorization() override { return nullptr; }
 
   /// Runs the helper that comes with the agent as its own installer.
-  bool bless(std::string_view label, const Authorization* authorization) override;
+  bool bless(std::string_view /*label*/, const Authorization* /*authorization*/) override {
+    const Result<std::filesystem::path> helper = bundledProgram(kHelperFileName);
+    return helper && runHelperInstaller(*helper).kind == InstallerOutcome::Kind::Installed;
+  }
 };
 
 }  // namespace quorlin

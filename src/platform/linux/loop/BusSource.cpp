@@ -1,7 +1,5 @@
 #include "platform/linux/loop/BusSource.h"
 
-#include <algorithm>
-#include <climits>
 #include <cstdint>
 #include <utility>
 
@@ -20,30 +18,20 @@ struct BusSource::Source {
 
   static Source* of(GSource* source) { return reinterpret_cast<Source*>(source); }
 
-  static gboolean prepare(GSource* base, gint* timeout) {
+  static gboolean prepare(GSource* base, gint* /*timeout*/) {
     Source* self = of(base);
     const int events = sd_bus_get_events(self->bus);
     // A closed connection has no events; dispatch says so once.
     if (events < 0) return TRUE;
     self->descriptor.events = static_cast<gushort>(events);
     std::uint64_t due = UINT64_MAX;
-    if (sd_bus_get_timeout(self->bus, &due) <= 0 || due == UINT64_MAX) {
-      *timeout = -1;
-      return FALSE;
-    }
-    const auto now = static_cast<std::uint64_t>(g_get_monotonic_time());
-    if (due <= now) return TRUE;
-    *timeout = static_cast<gint>(std::min<std::uint64_t>((due - now + 999) / 1000, INT_MAX));
+    const bool hasTime = sd_bus_get_timeout(self->bus, &due) > 0 && due != UINT64_MAX;
+    // Both count by the monotonic clock. Setting the time that is set already wakes nobody.
+    g_source_set_ready_time(base, hasTime ? static_cast<gint64>(due) : -1);
     return FALSE;
   }
 
-  static gboolean check(GSource* base) {
-    Source* self = of(base);
-    std::uint64_t due = UINT64_MAX;
-    const bool timedOut =
-        sd_bus_get_timeout(self->bus, &due) > 0 && due <= static_cast<std::uint64_t>(g_get_monotonic_time());
-    return timedOut || self->descriptor.revents != 0 ? TRUE : FALSE;
-  }
+  static gboolean check(GSource* base) { return of(base)->descriptor.revents != 0 ? TRUE : FALSE; }
 
   static gboolean dispatch(GSource* base, GSourceFunc /*callback*/, gpointer /*data*/) {
     Source* self = of(base);
@@ -77,7 +65,5 @@ BusSource::~BusSource() {
   g_source_destroy(&source_->base);
   g_source_unref(&source_->base);
 }
-
-void BusSource::setDisconnectedHandler(std::function<void()> handler) { disconnected_ = std::move(handler); }
 
 }  // namespace quorlin

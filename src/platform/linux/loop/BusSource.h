@@ -4,6 +4,7 @@
 #include "platform/linux/bus/Bus.h"
 
 #include <functional>
+#include <utility>
 
 namespace quorlin {
 
@@ -16,7 +17,7 @@ class BusSource {
   BusSource(const BusSource&) = delete;
   BusSource& operator=(const BusSource&) = delete;
 
-  void setDisconnectedHandler(std::function<void()> handler);
+  void setDisconnectedHandler(std::function<void()> handler) { disconnected_ = std::move(handler); }
 
  private:
   struct Source;

@@ -1,8 +1,7 @@
 #include "platform/linux/loop/DispatchQueue.h"
 
+#include <memory>
 #include <utility>
-
-#include <glib.h>
 
 namespace quorlin {
 namespace {
@@ -18,21 +17,11 @@ void perform(gpointer data, gpointer /*pool*/) {
 
 }  // namespace
 
-struct LinuxDispatchQueue::Pool {
-  Pool() = default;
-  Pool(const Pool&) = delete;
-  Pool& operator=(const Pool&) = delete;
-  ~Pool() { g_thread_pool_free(threads, FALSE, TRUE); }
-
-  GThreadPool* threads = g_thread_pool_new(perform, nullptr, kMostThreads, FALSE, nullptr);
-};
-
-LinuxDispatchQueue::LinuxDispatchQueue() : pool_(std::make_unique<Pool>()) {}
-
-LinuxDispatchQueue::~LinuxDispatchQueue() = default;
+LinuxDispatchQueue::LinuxDispatchQueue()
+    : threads_(g_thread_pool_new(perform, nullptr, kMostThreads, FALSE, nullptr)) {}
 
 void LinuxDispatchQueue::async(std::function<void()> action) {
-  g_thread_pool_push(pool_->threads, new Action(std::move(action)), nullptr);
+  g_thread_pool_push(threads_.get(), new Action(std::move(action)), nullptr);
 }
 
 }  // namespace quorlin

@@ -2,8 +2,9 @@
 #pragma once
 
 #include "platform/DispatchQueue.h"
+#include "platform/values/Owned.h"
 
-#include <memory>
+#include <glib.h>
 
 namespace quorlin {
 
@@ -11,15 +12,13 @@ namespace quorlin {
 class LinuxDispatchQueue final : public DispatchQueue {
  public:
   LinuxDispatchQueue();
-  ~LinuxDispatchQueue() override;
-  LinuxDispatchQueue(const LinuxDispatchQueue&) = delete;
-  LinuxDispatchQueue& operator=(const LinuxDispatchQueue&) = delete;
 
   void async(std::function<void()> action) override;
 
  private:
-  struct Pool;
-  std::unique_ptr<Pool> pool_;
+  static void finish(GThreadPool* threads) { g_thread_pool_free(threads, FALSE, TRUE); }
+
+  Owned<GThreadPool, finish> threads_;
 };
 
 }  // namespace quorlin

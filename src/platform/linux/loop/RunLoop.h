@@ -2,22 +2,20 @@
 #pragma once
 
 #include "platform/RunLoop.h"
+#include "platform/values/Owned.h"
 
 #include <chrono>
 #include <functional>
 #include <memory>
 #include <thread>
 
+#include <glib.h>
+
 namespace quorlin {
 
 /// The thread that makes it is the main thread.
 class LinuxRunLoop final : public RunLoop {
  public:
-  LinuxRunLoop();
-  ~LinuxRunLoop() override;
-  LinuxRunLoop(const LinuxRunLoop&) = delete;
-  LinuxRunLoop& operator=(const LinuxRunLoop&) = delete;
-
   std::unique_ptr<Timer> scheduleTimer(std::chrono::milliseconds interval,
                                        std::function<void()> action) override;
   void performOnMainThread(std::function<void()> action) override;
@@ -32,10 +30,8 @@ class LinuxRunLoop final : public RunLoop {
   void stop();
 
  private:
-  struct Loop;
-
-  std::unique_ptr<Loop> loop_;
-  std::thread::id mainThread_;
+  Owned<GMainLoop, g_main_loop_unref> loop_{g_main_loop_new(nullptr, FALSE)};
+  std::thread::id mainThread_ = std::this_thread::get_id();
   bool stopped_ = false;
 };
 

@@ -4,7 +4,6 @@
 #include "platform/SmcService.h"
 
 #include <filesystem>
-#include <utility>
 
 namespace quorlin {
 

@@ -4,42 +4,20 @@
 #include "platform/values/Parsing.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace quorlin {
 namespace {
 
-bool isDigit(char character) { return character >= '0' && character <= '9'; }
-
-/// Takes a run of digits without its leading zeros, or one other character, off the front.
-std::string_view takePart(std::string_view& text) {
-  const auto digits = static_cast<std::size_t>(std::ranges::find_if_not(text, isDigit) - text.begin());
-  std::string_view part = text.substr(0, std::max<std::size_t>(digits, 1));
-  text.remove_prefix(part.size());
-  while (part.size() > 1 && part.front() == '0') part.remove_prefix(1);
-  return part;
-}
-
-bool comesBefore(std::string_view left, std::string_view right) {
-  const std::string_view wholeLeft = left;
-  const std::string_view wholeRight = right;
-  while (!left.empty() && !right.empty()) {
-    const std::string_view a = takePart(left);
-    const std::string_view b = takePart(right);
-    if (a == b) continue;
-    // Of two numbers the longer one is the greater.
-    return a.size() != b.size() && isDigit(a.front()) && isDigit(b.front()) ? a.size() < b.size() : a < b;
-  }
-  if (left.empty() && right.empty()) return wholeLeft < wholeRight;
-  return left.empty();
-}
-
 /// The supplies of a type that serve the computer and not a device beside it (scope in
 /// Documentation/ABI/testing/sysfs-class-power).
-template <typename IsWanted>
-std::vector<std::filesystem::path> suppliesWhere(const std::filesystem::path& sysfsRoot, IsWanted isWanted) {
+std::vector<std::filesystem::path> suppliesWhere(const std::filesystem::path& sysfsRoot,
+                                                 bool (*isWanted)(std::string_view type)) {
   const std::filesystem::path folder = sysfsRoot / "class/power_supply";
   std::vector<std::string> names = namesIn(folder.string()).value_or({});
-  std::ranges::sort(names, comesBefore);
+  std::ranges::sort(names, [](const std::string& left, const std::string& right) {
+    return strverscmp(left.c_str(), right.c_str()) < 0;
+  });
   std::vector<std::filesystem::path> found;
   for (const std::string& name : names) {
     const std::filesystem::path supply = folder / name;

@@ -4,7 +4,6 @@
 #include "platform/values/Utf8.h"
 
 #include <algorithm>
-#include <vector>
 
 namespace quorlin {
 namespace {
@@ -24,16 +23,6 @@ std::string unescaped(std::string_view text) {
   return result;
 }
 
-std::vector<std::string_view> splitAtDashes(std::string_view text) {
-  std::vector<std::string_view> pieces;
-  while (true) {
-    const std::size_t end = text.find('-');
-    pieces.push_back(text.substr(0, end));
-    if (end == std::string_view::npos) return pieces;
-    text.remove_prefix(end + 1);
-  }
-}
-
 /// A service may end in its id or in a random part; only the latter is a number, and an id has a dot.
 bool isRandomPart(std::string_view piece) {
   return !piece.empty() && std::ranges::all_of(piece, [](char character) {
@@ -45,25 +34,21 @@ bool isRandomPart(std::string_view piece) {
 
 std::optional<std::string> applicationIdOfUnit(std::string_view unit) {
   if (!unit.starts_with(kPrefix)) return std::nullopt;
+  const bool isScope = unit.ends_with(".scope");
+  if (!isScope && !unit.ends_with(".service")) return std::nullopt;
   std::string_view name = unit.substr(kPrefix.size());
-  bool hasRandomPart = false;
-  if (name.ends_with(".scope")) {
-    name.remove_suffix(std::string_view(".scope").size());
-    hasRandomPart = true;
-  } else if (name.ends_with(".service")) {
-    name.remove_suffix(std::string_view(".service").size());
-  } else {
-    return std::nullopt;
-  }
+  name = name.substr(0, name.rfind('.'));
   const std::size_t at = name.rfind('@');
-  const bool isInstance = at != std::string_view::npos;
-  if (isInstance) name = name.substr(0, at);
-
-  std::vector<std::string_view> pieces = splitAtDashes(name);
-  if (!isInstance && pieces.size() > 1 && (hasRandomPart || isRandomPart(pieces.back()))) pieces.pop_back();
+  const std::size_t dash = name.rfind('-');
+  if (at != std::string_view::npos) {
+    name = name.substr(0, at);
+  } else if (dash != std::string_view::npos && (isScope || isRandomPart(name.substr(dash + 1)))) {
+    name = name.substr(0, dash);
+  }
   // The id remains, or a launcher and the id. An id's own dashes are escaped.
-  if (pieces.size() > 2 || pieces.back().empty()) return std::nullopt;
-  std::string id = unescaped(pieces.back());
+  if (std::ranges::count(name, '-') > 1) return std::nullopt;
+  std::string id = unescaped(name.substr(name.find('-') + 1));
+  if (id.empty()) return std::nullopt;
   return isUtf8(id) ? std::optional(std::move(id)) : std::nullopt;
 }
 
@@ -71,18 +56,13 @@ std::optional<std::string> applicationIdOfControlGroups(std::string_view control
   // Most processes belong to no application; this test spares them the parsing.
   if (controlGroups.find("/app-") == std::string_view::npos) return std::nullopt;
   while (!controlGroups.empty()) {
-    const std::string_view line = takeUntil('\n', controlGroups);
     // HIERARCHY:CONTROLLERS:PATH; units are named in systemd's own hierarchy alone, which is the second
     // version's or, on older systems, name=systemd.
-    const std::size_t first = line.find(':');
-    const std::size_t second = line.find(':', first == std::string_view::npos ? first : first + 1);
-    if (second == std::string_view::npos) continue;
-    const std::string_view controllers = line.substr(first + 1, second - first - 1);
+    std::string_view path = takeUntil('\n', controlGroups);
+    takeUntil(':', path);
+    const std::string_view controllers = takeUntil(':', path);
     if (!controllers.empty() && controllers != "name=systemd") continue;
-    std::string_view path = line.substr(second + 1);
-    while (!path.empty()) {
-      const std::size_t slash = path.rfind('/');
-      if (slash == std::string_view::npos) break;
+    for (std::size_t slash = path.rfind('/'); slash != std::string_view::npos; slash = path.rfind('/')) {
       if (std::optional<std::string> id = applicationIdOfUnit(path.substr(slash + 1))) return id;
       path = path.substr(0, slash);
     }

@@ -8,7 +8,6 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
-#include <cstring>
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -14,9 +14,9 @@ namespace quorlin {
 
 struct SpawnOptions {
   /// The child's standard output; the parent's own without one.
-  std::optional<int> output;
+  std::optional<int> output = {};
   /// The child's working directory; empty for the parent's own.
-  std::string folder;
+  std::string folder = {};
   /// Away from the terminal: no input, its own session.
   bool detached = false;
   /// The first folder in the child's PATH; empty for an unchanged PATH.

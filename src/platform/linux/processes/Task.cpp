@@ -41,11 +41,8 @@ std::optional<Data> LinuxTaskLauncher::standardOutputOf(const std::string& launc
   const std::string path = launchPath == kNetTop ? (bundle_ / "nettop").native() : launchPath;
   // A colon would end the folder's name in a PATH.
   const bool canBeSearched = bundle_.is_absolute() && bundle_.native().find(':') == std::string::npos;
-  const Result<pid_t> child = spawn(path, arguments,
-                                    {.output = writeEnd.get(),
-                                     .folder = {},
-                                     .detached = false,
-                                     .searchedFirst = canBeSearched ? bundle_.native() : ""});
+  const Result<pid_t> child = spawn(
+      path, arguments, {.output = writeEnd.get(), .searchedFirst = canBeSearched ? bundle_.native() : ""});
   writeEnd.reset();
   if (!child) return std::nullopt;
   Data output = readToEnd(readEnd.get());
@@ -54,7 +51,7 @@ std::optional<Data> LinuxTaskLauncher::standardOutputOf(const std::string& launc
 }
 
 bool LinuxTaskLauncher::launch(const std::string& launchPath, const std::vector<std::string>& arguments) {
-  const Result<pid_t> child = spawn(launchPath, arguments, {.output = {}, .folder = {}, .detached = true});
+  const Result<pid_t> child = spawn(launchPath, arguments, {.detached = true});
   if (!child) return false;
   // The main loop reaps it, so that it does not stay a zombie.
   g_child_watch_add(

@@ -2,16 +2,12 @@
 
 #include "platform/linux/system/DirectoryEntries.h"
 
+#include <array>
 #include <cstring>
 
 #include <fcntl.h>
 
 namespace quorlin {
-namespace {
-
-constexpr std::size_t kBuffer = 16384;
-
-}  // namespace
 
 bool DirectoryWatch::hasChanged() {
   current_.clear();
@@ -20,23 +16,19 @@ bool DirectoryWatch::hasChanged() {
   } else {
     lseek(directory_.get(), 0, SEEK_SET);
   }
-  if (directory_) list();
-  // A directory that is removed and created again is another one; the old descriptor lists nothing from then
-  // on.
-  if (current_.empty()) directory_.reset();
-  std::swap(last_, current_);
-  return last_ != current_;
-}
-
-void DirectoryWatch::list() {
-  if (buffer_.empty()) buffer_.resize(kBuffer);
   const auto add = [this](const dirent64& entry) {
     if (entry.d_name[0] == '.') return true;
     current_.append(reinterpret_cast<const char*>(&entry.d_ino), sizeof entry.d_ino);
     current_.append(entry.d_name, std::strlen(entry.d_name) + 1);
     return true;
   };
-  forEachEntry(directory_.get(), buffer_, add, ListingEnd::AtRoomToSpare);
+  alignas(dirent64) std::array<char, 16384> buffer;
+  if (directory_) forEachEntry(directory_.get(), buffer, add, ListingEnd::AtRoomToSpare);
+  // A directory that is removed and created again is another one; the old descriptor lists nothing from then
+  // on.
+  if (current_.empty()) directory_.reset();
+  std::swap(last_, current_);
+  return last_ != current_;
 }
 
 }  // namespace quorlin

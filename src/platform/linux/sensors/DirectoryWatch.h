@@ -4,7 +4,6 @@
 #include "platform/posix/FileDescriptor.h"
 
 #include <string>
-#include <vector>
 
 namespace quorlin {
 
@@ -17,11 +16,8 @@ class DirectoryWatch {
   bool hasChanged();
 
  private:
-  void list();
-
   std::string path_;
   FileDescriptor directory_;
-  std::vector<char> buffer_;
   std::string last_;
   std::string current_;
 };

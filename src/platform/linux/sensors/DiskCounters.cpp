@@ -17,13 +17,8 @@ constexpr std::size_t kFirstBuffer = 16384;
 
 /// Takes the next word off the front of a line.
 std::string_view takeWord(std::string_view& line) {
-  std::size_t begin = 0;
-  while (begin < line.size() && line[begin] == ' ') ++begin;
-  std::size_t end = begin;
-  while (end < line.size() && line[end] != ' ') ++end;
-  const std::string_view word = line.substr(begin, end - begin);
-  line.remove_prefix(end);
-  return word;
+  line.remove_prefix(std::min(line.find_first_not_of(' '), line.size()));
+  return takeUntil(' ', line);
 }
 
 /// The device numbers and the name, which every line begins with.
@@ -50,11 +45,6 @@ std::optional<DiskCounters> parseCounts(std::string_view name, std::string_view 
 }
 
 }  // namespace
-
-std::optional<DiskCounters> parseDiskCounters(std::string_view line) {
-  const std::optional<std::string_view> name = takeName(line);
-  return name ? parseCounts(*name, line) : std::nullopt;
-}
 
 DiskCounterReader::DiskCounterReader(const std::string& sysfsRoot, const std::string& procfsRoot, Log& log)
     : blockDirectory_(sysfsRoot + "/block/"), path_(procfsRoot + "/diskstats"), log_(log) {}
@@ -85,27 +75,22 @@ std::optional<std::vector<DiskCounters>> DiskCounterReader::read() {
 }
 
 std::optional<std::string_view> DiskCounterReader::readWholeFile() {
-  if (!file_) file_ = FileDescriptor(open(path_.c_str(), O_RDONLY | O_CLOEXEC));
-  if (!file_) {
-    report(errorText(errno));
-    return std::nullopt;
-  }
   if (buffer_.empty()) buffer_.resize(kFirstBuffer);
+  if (!file_) file_ = FileDescriptor(open(path_.c_str(), O_RDONLY | O_CLOEXEC));
   std::size_t used = 0;
-  for (;;) {
+  while (file_) {
     // The kernel hands out about a page at a time, so only an empty answer is the end.
     const ssize_t count =
         pread(file_.get(), buffer_.data() + used, buffer_.size() - used, static_cast<off_t>(used));
     if (count == 0) return std::string_view(buffer_).substr(0, used);
     if (count < 0 && errno == EINTR) continue;
-    if (count < 0) {
-      report(errorText(errno));
-      file_.reset();
-      return std::nullopt;
-    }
+    if (count < 0) break;
     used += static_cast<std::size_t>(count);
     if (used == buffer_.size()) buffer_.resize(2 * used);
   }
+  report(errorText(errno));
+  file_.reset();
+  return std::nullopt;
 }
 
 bool DiskCounterReader::isCounted(std::size_t line, std::string_view name) {
@@ -117,10 +102,10 @@ bool DiskCounterReader::isCounted(std::size_t line, std::string_view name) {
 }
 
 bool DiskCounterReader::hasHardware(std::string_view name) const {
-  std::string directory = blockDirectory_ + std::string(name);
+  std::string device(name);
   // A slash in a device's name is an exclamation mark in sysfs.
-  std::replace(directory.begin() + static_cast<std::ptrdiff_t>(blockDirectory_.size()), directory.end(), '/',
-               '!');
+  std::ranges::replace(device, '/', '!');
+  const std::string directory = blockDirectory_ + device;
   if (access((directory + "/device").c_str(), F_OK) != 0) return false;
   return readText(directory + "/hidden").value_or("0") != "1";
 }

@@ -21,9 +21,6 @@ struct DiskCounters {
   std::uint64_t sectorsWritten = 0;
 };
 
-/// Nothing for a line that is not one of /proc/diskstats.
-std::optional<DiskCounters> parseDiskCounters(std::string_view line);
-
 /// Reads the counters of whole disks that have hardware behind them, so that no byte counts twice: partitions
 /// and the devices stacked on disks or on memory have none, and of a multipath disk's hidden paths the
 /// kernel counts the visible head. Main thread only.

@@ -1,5 +1,6 @@
 #include "platform/linux/sensors/LinuxSensorsEngine.h"
 
+#include "platform/linux/sensors/LinuxStatisticsData.h"
 #include "platform/values/Sentence.h"
 
 #include <utility>
@@ -35,17 +36,23 @@ void LinuxSensorsEngine::discoverIfChanged() {
   discoveryIsDue_ = !discovery.complete;
   // An earlier complete discovery is better than one that lacked descriptors.
   if (discoveryIsDue_ && catalogue_) return;
-  reportNameless(discovery.chips);
-  catalogue_ = std::make_shared<const SensorCatalogue>(catalogueOf(discovery.chips));
-  sensorReader_.adopt(discovery.chips, catalogue_);
-}
-
-void LinuxSensorsEngine::reportNameless(const std::vector<FoundChip>& chips) {
-  for (const FoundChip& chip : chips) {
+  for (const FoundChip& chip : discovery.chips) {
     if (!chip.name.empty() || !nameless_.insert(chip.idPrefix).second) continue;
     log_.line(
         filledIn("The sensor chip at {} has no name and is shown as {}", {chip.directory, chip.displayName}));
   }
+  catalogue_ = std::make_shared<const SensorCatalogue>(catalogueOf(discovery.chips));
+  sensorReader_.adopt(discovery.chips, catalogue_);
+}
+
+SensorsEngineFactory makeLinuxSensorsEngine(SystemRoots roots, Log& log) {
+  return {.makeEngine =
+              [roots = std::move(roots), &log] {
+                return std::make_unique<LinuxSensorsEngine>(roots, log, [] {
+                  return std::chrono::nanoseconds(std::chrono::steady_clock::now().time_since_epoch());
+                });
+              },
+          .makeStatisticsData = [] { return std::make_unique<LinuxStatisticsData>(); }};
 }
 
 }  // namespace quorlin

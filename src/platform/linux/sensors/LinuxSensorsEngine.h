@@ -36,7 +36,6 @@ class LinuxSensorsEngine final : public QuorlinSensorsEngine {
 
  private:
   void discoverIfChanged();
-  void reportNameless(const std::vector<FoundChip>& chips);
 
   std::string sysfsRoot_;
   Log& log_;

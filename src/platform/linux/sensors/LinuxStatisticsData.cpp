@@ -52,8 +52,4 @@ Array LinuxStatisticsData::diskIO_activities() const {
   return {activityOf(activity_, &DiskRates::write), activityOf(activity_, &DiskRates::read)};
 }
 
-std::optional<PropertyList> LinuxStatisticsData::diskIO_read() const { return totals_.read; }
-
-std::optional<PropertyList> LinuxStatisticsData::diskIO_write() const { return totals_.write; }
-
 }  // namespace quorlin

@@ -9,7 +9,6 @@
 #include <cstddef>
 #include <memory>
 #include <optional>
-#include <vector>
 
 namespace quorlin {
 
@@ -59,8 +58,8 @@ class LinuxStatisticsData final : public StatisticsData {
   std::optional<PropertyList> sensors_fans() const override { return catalogue_->labels[SensorKind::Fan]; }
   std::optional<PropertyList> sensors_fansData() const override { return valuesOf(SensorKind::Fan); }
   Array diskIO_activities() const override;
-  std::optional<PropertyList> diskIO_read() const override;
-  std::optional<PropertyList> diskIO_write() const override;
+  std::optional<PropertyList> diskIO_read() const override { return totals_.read; }
+  std::optional<PropertyList> diskIO_write() const override { return totals_.write; }
 
  private:
   PropertyList valuesOf(SensorKind kind) const;

@@ -10,33 +10,22 @@ namespace {
 
 constexpr std::size_t kMost = 6;
 
-/// One temperature as the choice sees it.
-struct Candidate {
-  std::string_view label;
-  std::size_t index;
-};
-
-using Candidates = std::vector<Candidate>;
 using Indexes = std::vector<std::size_t>;
 
-Candidates candidatesOf(const FoundChip& chip, std::size_t& next) {
-  Candidates candidates;
-  for (const FoundChannel& channel : chip.channels) {
-    if (channel.kind == SensorKind::Temperature) candidates.push_back({channel.label, next++});
-  }
-  return candidates;
-}
-
-void addPreferred(Indexes& chosen, const Candidates& chip, const Driver& driver) {
+/// Chooses among a chip's temperatures, whose indexes count from that of the first.
+void addPreferred(Indexes& chosen, const FoundChip& chip, std::size_t first, const Driver& driver) {
   const std::size_t before = chosen.size();
   for (const std::string_view label : driver.preferredLabels) {
+    std::size_t index = first;
     // A chip of several processors' packages has a reading for each.
-    for (const Candidate& candidate : chip) {
-      if (!label.empty() && candidate.label.starts_with(label)) chosen.push_back(candidate.index);
+    for (const FoundChannel& channel : chip.channels) {
+      if (channel.kind != SensorKind::Temperature) continue;
+      if (!label.empty() && channel.label.starts_with(label)) chosen.push_back(index);
+      ++index;
     }
     if (chosen.size() > before) return;
   }
-  chosen.push_back(chip.front().index);
+  chosen.push_back(first);
 }
 
 }  // namespace
@@ -45,9 +34,11 @@ std::vector<std::size_t> reducedSetOf(const std::vector<FoundChip>& chips) {
   std::map<PartOfMachine, Indexes> preferred;
   std::size_t count = 0;
   for (const FoundChip& chip : chips) {
-    const Candidates candidates = candidatesOf(chip, count);
+    const std::size_t first = count;
+    for (const FoundChannel& channel : chip.channels)
+      count += channel.kind == SensorKind::Temperature ? 1 : 0;
     const Driver* driver = driverOf(chip.name);
-    if (driver != nullptr && !candidates.empty()) addPreferred(preferred[driver->part], candidates, *driver);
+    if (driver != nullptr && count > first) addPreferred(preferred[driver->part], chip, first, *driver);
   }
   const bool hasProcessor = preferred.contains(PartOfMachine::Processor);
   Indexes chosen;

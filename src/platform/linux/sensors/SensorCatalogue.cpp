@@ -6,7 +6,6 @@
 #include <map>
 #include <set>
 #include <string>
-#include <string_view>
 #include <utility>
 
 namespace quorlin {
@@ -19,12 +18,9 @@ struct Named {
   bool namesChip;
 };
 
-std::string idOf(const FoundChip& chip, const FoundChannel& channel) {
-  return channel.number ? chip.idPrefix + "/" + channel.attribute("") : chip.idPrefix;
-}
-
 Named named(const FoundChip& chip, const FoundChannel& channel) {
-  Named sensor{.chip = &chip, .id = idOf(chip, channel), .label = channel.label, .namesChip = false};
+  Named sensor{.chip = &chip, .id = chip.idPrefix, .label = channel.label, .namesChip = false};
+  if (channel.number) sensor.id += "/" + channel.attribute("");
   if (!sensor.label.empty()) return sensor;
   sensor.namesChip = true;
   sensor.label = chip.displayName;

@@ -6,7 +6,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <iterator>
+#include <map>
 #include <optional>
+#include <ranges>
 #include <set>
 #include <tuple>
 #include <utility>
@@ -152,21 +155,17 @@ std::optional<FoundChip> findChip(Tree& tree, const std::string& entry) {
 
 /// Entries of a class in the order of their devices, then of the names and, for twins, of their numbers.
 std::vector<FoundChip> findChips(Tree& tree) {
-  std::vector<std::tuple<std::string, std::string, unsigned, FoundChip>> found;
+  std::multimap<std::tuple<std::string, std::string, std::string, unsigned>, FoundChip> found;
   const std::string directory = tree.root() + "/class/hwmon/";
   for (const std::string& name : tree.names(directory)) {
     std::optional<FoundChip> chip = findChip(tree, directory + name);
     if (!chip) continue;
-    std::string idAndName = chip->idPrefix + '\n' + chip->name;
-    found.emplace_back(std::move(idAndName), devicePathOf(tree, directory + name),
-                       numberIn(name, "hwmon", "").value_or(0), *std::move(chip));
+    std::tuple position(chip->idPrefix, chip->name, devicePathOf(tree, directory + name),
+                        numberIn(name, "hwmon", "").value_or(0));
+    found.emplace(std::move(position), *std::move(chip));
   }
-  std::ranges::sort(found, {}, [](const auto& entry) {
-    return std::tie(std::get<0>(entry), std::get<1>(entry), std::get<2>(entry));
-  });
   std::vector<FoundChip> chips;
-  chips.reserve(found.size());
-  for (auto& entry : found) chips.push_back(std::move(std::get<FoundChip>(entry)));
+  std::ranges::move(std::views::values(found), std::back_inserter(chips));
   return chips;
 }
 
@@ -187,7 +186,7 @@ bool isCovered(Tree& tree, const std::string& zone, std::string type,
 std::vector<FoundChip> findZones(Tree& tree, const std::vector<FoundChip>& chips) {
   std::set<std::string> chipNames;
   for (const FoundChip& chip : chips) chipNames.insert(chip.name);
-  std::vector<std::pair<unsigned, FoundChip>> zones;
+  std::multimap<std::pair<std::string, unsigned>, FoundChip> zones;
   const std::string directory = tree.root() + "/class/thermal/";
   for (const std::string& name : tree.names(directory)) {
     const std::optional<unsigned> number = numberIn(name, "thermal_zone", "");
@@ -202,12 +201,10 @@ std::vector<FoundChip> findZones(Tree& tree, const std::vector<FoundChip>& chips
     chip.idPrefix = "thermal/" + type;
     chip.name = chip.displayName = type;
     chip.channels.emplace_back();
-    zones.emplace_back(*number, std::move(chip));
+    zones.emplace(std::pair(type, *number), std::move(chip));
   }
-  std::ranges::sort(zones, {}, [](const auto& entry) { return std::pair(entry.second.name, entry.first); });
   std::vector<FoundChip> found;
-  found.reserve(zones.size());
-  for (auto& entry : zones) found.push_back(std::move(entry.second));
+  std::ranges::move(std::views::values(zones), std::back_inserter(found));
   return found;
 }
 

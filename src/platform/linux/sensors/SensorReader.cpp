@@ -19,12 +19,6 @@ constexpr double kNotRead = std::numeric_limits<double>::quiet_NaN();
 /// Readings without trouble before a sensor's next trouble is news again.
 constexpr std::uint8_t kTrustAfter = 100;
 
-/// A whole number with nothing but line ends behind it.
-std::optional<std::int64_t> parseNumber(std::string_view text) {
-  while (text.ends_with('\n')) text.remove_suffix(1);
-  return wholeNumber<std::int64_t>(text);
-}
-
 }  // namespace
 
 struct SensorReader::Bytes {
@@ -108,7 +102,9 @@ double SensorReader::readChannel(const Chip& chip, Channel& channel) {
   readFile(chip.directory, channel.input, bytes);
   if (bytes.count <= 0) return failed(channel, bytes);
   channel.hasBeenRead = true;
-  const std::optional<std::int64_t> number = parseNumber(bytes.text());
+  std::string_view text = bytes.text();
+  while (text.ends_with('\n')) text.remove_suffix(1);
+  const auto number = wholeNumber<std::int64_t>(text);
   if (!number) {
     report(channel, "there is no number in it");
     return kNotRead;

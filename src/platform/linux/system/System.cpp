@@ -1,5 +1,6 @@
 #include "platform/linux/system/System.h"
 
+#include "platform/posix/TextFile.h"
 #include "platform/values/Parsing.h"
 #include "platform/values/Utf8.h"
 
@@ -36,11 +37,7 @@ std::string unquoted(std::string_view value) {
 std::optional<std::string> assignedValue(std::string_view file, std::string_view variable) {
   std::optional<std::string> value;
   while (!file.empty()) {
-    std::string_view line = takeUntil('\n', file);
-    line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
-    while (!line.empty() && std::string_view(" \t\r").find(line.back()) != std::string_view::npos) {
-      line.remove_suffix(1);
-    }
+    const std::string_view line = trimmed(takeUntil('\n', file));
     if (!line.starts_with(variable) || line.substr(variable.size()).substr(0, 1) != "=") continue;
     value = unquoted(line.substr(variable.size() + 1));
   }
