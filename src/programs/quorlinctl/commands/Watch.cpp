@@ -97,7 +97,7 @@ class WatchSession {
     if (options_.json) return std::make_unique<JsonOutput>(powerSources_);
     const bool live = !options_.once && ::isatty(STDOUT_FILENO) == 1 && terminalHasScreen();
     if (!live) return std::make_unique<ReportOutput>(role_, powerSources_);
-    return std::make_unique<LiveOutput>(role_, powerSources_, loop, [this, &loop] { finish(loop, kExitOk); });
+    return std::make_unique<LiveOutput>(role_, powerSources_, [this, &loop] { finish(loop, kExitOk); });
   }
 
   void receive(LinuxRunLoop& loop, const Notification& notification) {
