@@ -22,7 +22,7 @@ Result<int, UsageError> sendRequest(const AgentRequest& request, const ParsedArg
   const auto argument = request.read(arguments.operands);
   if (!argument) return argument.error();
   if (const auto objection = request.check == nullptr ? std::nullopt : request.check(*argument)) {
-    if (objection->kind == Objection::Kind::Refusal) {
+    if (objection->isRefusal) {
       complain(objection->reason);
       return kExitFailed;
     }

@@ -45,8 +45,7 @@ std::string paragraphs(std::string_view text) {
 }
 
 std::string nameOf(const Option& option) {
-  return option.kind == Option::Kind::Flag ? fmt::format("--{}", option.name)
-                                           : fmt::format("--{} {}", option.name, option.placeholder());
+  return fmt::format("--{}{}", option.name, option.kind == Option::Kind::Seconds ? " SECONDS" : "");
 }
 
 std::string usageOf(const Subcommand& subcommand) {
