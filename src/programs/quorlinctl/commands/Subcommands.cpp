@@ -61,7 +61,7 @@ const std::vector<Subcommand>& table() {
        .options = {{"json", Flag, "Print one JSON object: complete and checks."}},
        .exitStatuses = {{"0", "nothing is missing"}, {"1", "something is missing"}},
        .action = [](const ParsedArguments& given) -> Result<int, UsageError> {
-         return examine({.json = given.has("json")});
+         return examine(given.has("json"));
        }},
       {.name = "battery-limit",
        .summary = "hold the battery's charge at a limit",
