@@ -171,8 +171,7 @@ std::string jsonLineOf(const std::vector<CheckResult>& checks) {
     entry["state"] = shown(finding.state).first;
     entry["subject"] = subject;
     entry["finding"] = finding.text;
-    entry["advice"] = nullptr;
-    if (!finding.advice.empty()) entry["advice"] = finding.advice;
+    entry["advice"] = finding.advice.empty() ? nullptr : nlohmann::ordered_json(finding.advice);
     json["checks"].push_back(std::move(entry));
   }
   return textOf(json);
