@@ -28,18 +28,6 @@ namespace {
 /// How long a terminal shows an old sample: a little over three ticks.
 constexpr auto kSilence = 3 * kTick + std::chrono::seconds(1);
 
-/// Why no sample came. Throws BusError.
-const char* explainSilence(const Bus& bus, bool heardHeartbeat) {
-  if (!findAgent(bus)) return "the agent is not running; start it: quorlin-sensors";
-  if (heardHeartbeat) return "the agent is running, but no sample came in time";
-  if (isSwitchedOn(settingsFile(), setting::kAutostart)) {
-    return "the agent is running but posts nothing; it is busy, or its sensors plug-in was off when it "
-           "started";
-  }
-  return "the agent is running, but its sensors plug-in is off; quorlinctl doctor explains how to switch it "
-         "on";
-}
-
 /// Whether power metrics can come.
 bool isPowerExpected() {
   if (!isSwitchedOn(settingsFile(), setting::kCoreAutostart)) return false;
@@ -126,12 +114,21 @@ class WatchSession {
     silence_ = loop_.scheduleTimer(kSilence, [this] { output_->explainSilence(reasonOfSilence()); });
   }
 
+  /// Why no sample came since the last time.
   std::string reasonOfSilence() {
+    const bool heardHeartbeat = std::exchange(heardHeartbeat_, false);
     try {
-      return explainSilence(bus_, std::exchange(heardHeartbeat_, false));
+      if (!findAgent(bus_)) return "the agent is not running; start it: quorlin-sensors";
     } catch (const BusError& error) {
       return error.what();
     }
+    if (heardHeartbeat) return "the agent is running, but no sample came in time";
+    if (isSwitchedOn(settingsFile(), setting::kAutostart)) {
+      return "the agent is running but posts nothing; it is busy, or its sensors plug-in was off when it "
+             "started";
+    }
+    return "the agent is running, but its sensors plug-in is off; quorlinctl doctor explains how to switch "
+           "it on";
   }
 
   void finish(ExitCode exitCode, const std::string& message = "") {
