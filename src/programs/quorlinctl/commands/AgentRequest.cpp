@@ -22,19 +22,11 @@ Result<int, UsageError> sendRequest(const AgentRequest& request, const ParsedArg
   const auto argument = request.read(arguments.operands);
   if (!argument) return argument.error();
   if (const auto objection = request.check == nullptr ? std::nullopt : request.check(*argument)) {
-    if (objection->kind == Objection::Kind::Refusal) {
-      complain(objection->reason);
-      return kExitFailed;
-    }
+    if (objection->isRefusal) return fail(objection->reason);
     complain(fmt::format("warning: {}", objection->reason));
   }
-  try {
-    openUrl(Bus::openSession(),
-            commandUrl(requestKey(LinuxSystem().localizedHostName()), request.word, *argument));
-  } catch (const BusError& error) {
-    complain(error.what());
-    return kExitFailed;
-  }
+  openUrl(Bus::openSession(),
+          commandUrl(requestKey(LinuxSystem().localizedHostName()), request.word, *argument));
   return print(fmt::format(fmt::runtime(request.confirmation), displayText(*argument)) + "\n");
 }
 

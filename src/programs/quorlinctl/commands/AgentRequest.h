@@ -8,10 +8,9 @@ namespace quorlin {
 
 /// Why a request will not have its effect.
 struct Objection {
-  enum class Kind { Warning, Refusal };
-
-  Kind kind = Kind::Warning;
   std::string reason;
+  /// Not only a warning: nothing is sent.
+  bool isRefusal = false;
 };
 
 struct AgentRequest {
@@ -26,7 +25,7 @@ struct AgentRequest {
 };
 
 /// Reads, checks and sends a request, and says so. Returns the process's exit status. The agent reports
-/// nothing back.
+/// nothing back. Throws BusError.
 Result<int, UsageError> sendRequest(const AgentRequest& request, const ParsedArguments& arguments);
 
 /// SCHEME://KEY/COMMAND/ARGUMENT with this computer's key and the argument percent-encoded.

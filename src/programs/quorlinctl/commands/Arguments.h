@@ -28,9 +28,6 @@ struct Option {
   const char* name = "";
   Kind kind = Kind::Flag;
   const char* description = "";
-
-  /// How help names the value; empty for a flag.
-  const char* placeholder() const { return kind == Kind::Seconds ? "SECONDS" : ""; }
 };
 
 /// The arguments after the options. Command is any number of operands; the options end at the first of them.
@@ -62,8 +59,5 @@ struct ParsedArguments {
 /// are only operands.
 Result<ParsedArguments, UsageError> parseArguments(Arguments arguments, std::span<const Option> options,
                                                    Operands operands);
-
-/// A decimal integer within the bounds, or nothing.
-std::optional<int> integerOf(std::string_view text, int least, int most);
 
 }  // namespace quorlin

@@ -1,6 +1,7 @@
 #include "programs/quorlinctl/commands/CommandLine.h"
 
-#include "programs/quorlinctl/commands/Help.h"
+#include "platform/linux/bus/Bus.h"
+#include "programs/quorlinctl/commands/Subcommands.h"
 #include "programs/quorlinctl/terminal/StandardStreams.h"
 
 #include <algorithm>
@@ -19,8 +20,12 @@ Result<int, UsageError> runSubcommand(const Subcommand& subcommand, Arguments ar
   const auto parsed = parseArguments(arguments, subcommand.options, subcommand.operands);
   if (!parsed) return parsed.error();
   if (parsed->help) return print(helpOf(subcommand));
-  const auto* const request = std::get_if<AgentRequest>(&subcommand.action);
-  return request == nullptr ? std::get<Run>(subcommand.action)(*parsed) : sendRequest(*request, *parsed);
+  try {
+    const auto* const request = std::get_if<AgentRequest>(&subcommand.action);
+    return request == nullptr ? std::get<Run>(subcommand.action)(*parsed) : sendRequest(*request, *parsed);
+  } catch (const BusError& error) {
+    return fail(error.what());
+  }
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
-#include "programs/quorlinctl/commands/Help.h"
-
 #include "platform/values/Parsing.h"
+#include "programs/quorlinctl/commands/Subcommands.h"
 #include "programs/quorlinctl/terminal/TerminalText.h"
 
 #include <algorithm>
@@ -45,8 +44,7 @@ std::string paragraphs(std::string_view text) {
 }
 
 std::string nameOf(const Option& option) {
-  return option.kind == Option::Kind::Flag ? fmt::format("--{}", option.name)
-                                           : fmt::format("--{} {}", option.name, option.placeholder());
+  return fmt::format("--{}{}", option.name, option.kind == Option::Kind::Seconds ? " SECONDS" : "");
 }
 
 std::string usageOf(const Subcommand& subcommand) {
@@ -56,13 +54,6 @@ std::string usageOf(const Subcommand& subcommand) {
   if (kind == Operands::Kind::One) usage += fmt::format(" {}", placeholder);
   if (kind == Operands::Kind::Command) usage += fmt::format(" [--] {}...", placeholder);
   return usage + "\n\n";
-}
-
-std::vector<Entry> optionsOf(const Subcommand& subcommand) {
-  std::vector<Entry> entries;
-  for (const Option& option : subcommand.options) entries.emplace_back(nameOf(option), option.description);
-  entries.emplace_back("-h, --help", kHelpDescription);
-  return entries;
 }
 
 }  // namespace
@@ -77,18 +68,18 @@ std::string helpOfProgram() {
 }
 
 std::string helpOf(const Subcommand& subcommand) {
-  const bool isRequest = std::holds_alternative<AgentRequest>(subcommand.action);
-  std::vector<Entry> statuses;
-  if (isRequest) statuses = {{"0", "the request was sent"}, {"1", "the request was not sent"}};
-  for (const ExitStatus& status : subcommand.exitStatuses)
-    statuses.emplace_back(status.status, status.meaning);
+  std::vector<Entry> options;
+  for (const Option& option : subcommand.options) options.emplace_back(nameOf(option), option.description);
+  options.emplace_back("-h, --help", kHelpDescription);
+  std::string description = paragraphs(subcommand.description);
+  std::vector<Entry> statuses = subcommand.exitStatuses;
+  if (std::holds_alternative<AgentRequest>(subcommand.action)) {
+    description +=
+        paragraphs("The agent does not report back. The output confirms what was sent, not what happened.");
+    statuses = {{"0", "the request was sent"}, {"1", "the request was not sent"}};
+  }
   statuses.emplace(statuses.begin() + 2, "2", "wrong usage");
-  const std::string note =
-      isRequest ? paragraphs(
-                      "The agent does not report back. The output confirms what was sent, not what happened.")
-                : "";
-  return fmt::format("{}{}{}Options:\n{}\nExit status:\n{}", usageOf(subcommand),
-                     paragraphs(subcommand.description), note, textOf(optionsOf(subcommand)),
+  return fmt::format("{}{}Options:\n{}\nExit status:\n{}", usageOf(subcommand), description, textOf(options),
                      textOf(statuses));
 }
 

@@ -1,5 +1,3 @@
-#include "programs/quorlinctl/commands/HelperCommand.h"
-
 #include "commands/RequestKey.h"
 #include "core/Settings.h"
 #include "platform/linux/desktop/UserDefaults.h"
@@ -7,6 +5,7 @@
 #include "platform/linux/processes/BundledPrograms.h"
 #include "platform/linux/system/System.h"
 #include "platform/posix/TextFile.h"
+#include "programs/quorlinctl/commands/Subcommands.h"
 #include "programs/quorlinctl/doctor/Checks.h"
 #include "programs/quorlinctl/services/Helper.h"
 #include "programs/quorlinctl/terminal/StandardStreams.h"
@@ -47,17 +46,13 @@ std::string failureOf(const InstallerOutcome& outcome, const std::filesystem::pa
 
 int install() {
   const Result<std::filesystem::path> helper = bundledProgram(kHelperFileName);
-  if (!helper) {
-    complain(helper.error().text());
-    return kExitFailed;
-  }
+  if (!helper) return fail(helper.error().text());
   const bool isRoot = ::geteuid() == 0;
   if (!isRoot) {
     const char* const folders = std::getenv("PATH");
     const Finding pkexec = checkProgram("pkexec", "pkexec", folders == nullptr ? "" : folders);
     if (pkexec.state == CheckState::Missing) {
-      complain(fmt::format("Cannot ask for permission. {}", pkexec.line()));
-      return kExitFailed;
+      return fail(fmt::format("Cannot ask for permission. {}", pkexec.line()));
     }
   }
   if (const InstallerOutcome outcome = runHelperInstaller(*helper, isRoot); outcome.status != 0) {
@@ -82,33 +77,25 @@ int remove() {
   const std::string reason = displayText(answer.error().reason);
   switch (answer.error().kind) {
     case HelperRefusal::Kind::NotInstalled:
-      complain("the core helper is not installed");
-      break;
+      return fail("the core helper is not installed");
     case HelperRefusal::Kind::NotAllowed:
-      complain(fmt::format(
+      return fail(fmt::format(
           "the core helper was not removed, because polkit gave no permission ({}); without a password "
           "prompt, try: sudo quorlinctl helper remove",
           reason));
-      break;
     case HelperRefusal::Kind::Failed:
-      complain(fmt::format("the core helper was not removed: {}", reason));
       break;
   }
-  return kExitFailed;
+  return fail(fmt::format("the core helper was not removed: {}", reason));
 }
 
 }  // namespace
 
-Result<int, UsageError> changeHelper(const std::string& action) {
-  if (action != "install" && action != "remove") {
-    return UsageError{fmt::format("'{}' is neither 'install' nor 'remove'", action)};
-  }
-  try {
-    return action == "install" ? install() : remove();
-  } catch (const BusError& error) {
-    complain(error.what());
-    return kExitFailed;
-  }
+Result<int, UsageError> changeHelper(const ParsedArguments& given) {
+  const std::string& action = given.operands.front();
+  if (action == "install") return install();
+  if (action == "remove") return remove();
+  return UsageError{fmt::format("'{}' is neither 'install' nor 'remove'", action)};
 }
 
 }  // namespace quorlin

@@ -1,21 +1,24 @@
-#include "programs/quorlinctl/commands/Net.h"
-
 #include "core/Notifications.h"
 #include "platform/linux/bus/NotificationCenter.h"
 #include "platform/linux/loop/BusSource.h"
 #include "platform/linux/loop/RunLoop.h"
 #include "platform/linux/system/SystemRoots.h"
+#include "platform/values/Tick.h"
 #include "programs/quorlinctl/commands/ProcessName.h"
+#include "programs/quorlinctl/commands/Subcommands.h"
 #include "programs/quorlinctl/services/Agent.h"
 #include "programs/quorlinctl/terminal/StandardStreams.h"
 #include "programs/quorlinctl/terminal/Terminal.h"
 #include "programs/quorlinctl/view/Json.h"
 #include "programs/quorlinctl/view/NetworkView.h"
 
+#include <fmt/format.h>
 #include <unistd.h>
 
 namespace quorlin {
 namespace {
+
+constexpr std::chrono::milliseconds kPatience = 5 * kTick;
 
 /// Anybody may post a notification with that name.
 bool isAnswer(const Notification& received) {
@@ -43,34 +46,19 @@ std::string report(const Notification& answer) {
   const std::vector<NetworkApplication> applications = networkApplicationsOf(
       answer.userInfo, [&](std::int32_t process) { return nameOfProcess(process, roots); });
   const int columns = terminalSize(STDOUT_FILENO).value_or(ViewSize()).columns;
-  std::string text;
-  for (const std::string& line : renderApplications(applications, columns, reportAppearance())) {
-    text += line + "\n";
-  }
-  return text;
+  return fmt::format("{}\n", fmt::join(renderApplications(applications, columns, reportAppearance()), "\n"));
 }
 
 }  // namespace
 
-int showNetworkApplications(const NetOptions& options) {
-  try {
-    LinuxRunLoop loop;
-    const Bus bus = Bus::openSession();
-    const BusSource source(bus, [&] { loop.stop(); });
-    if (!findAgent(bus)) {
-      complain("the agent is not running; start it: quorlin-sensors");
-      return kExitFailed;
-    }
-    const std::optional<Notification> answer = ask(bus, loop, options.timeout);
-    if (!answer) {
-      complain("the agent did not answer in time; it may be busy");
-      return kExitFailed;
-    }
-    return print(options.json ? jsonLineOf(*answer) + "\n" : report(*answer));
-  } catch (const BusError& error) {
-    complain(error.what());
-    return kExitFailed;
-  }
+Result<int, UsageError> showNetworkApplications(const ParsedArguments& given) {
+  LinuxRunLoop loop;
+  const Bus bus = Bus::openSession();
+  const BusSource source(bus, [&] { loop.stop(); });
+  if (!findAgent(bus)) return fail("the agent is not running; start it: quorlin-sensors");
+  const std::optional<Notification> answer = ask(bus, loop, given.duration("timeout").value_or(kPatience));
+  if (!answer) return fail("the agent did not answer in time; it may be busy");
+  return print(given.has("json") ? jsonLineOf(*answer) + "\n" : report(*answer));
 }
 
 }  // namespace quorlin

@@ -23,8 +23,7 @@ std::string ownName(const std::filesystem::path& folder) {
 
 std::string nameOfProcess(std::int32_t process, const SystemRoots& roots) {
   const std::filesystem::path folder = roots.procfs / std::to_string(process);
-  const Result<std::string> groups = readText((folder / "cgroup").string());
-  const std::optional<std::string> id = groups ? applicationIdOfControlGroups(*groups) : std::nullopt;
+  const auto id = applicationIdOfControlGroups(readText((folder / "cgroup").string()).value_or(""));
   std::string name = id ? applicationName(*id).value_or("") : "";
   if (name.empty()) name = ownName(folder);
   return name.empty() ? "?" : name;

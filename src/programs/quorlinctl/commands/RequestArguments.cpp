@@ -8,47 +8,23 @@
 #include "platform/linux/power/SystemBatteries.h"
 #include "platform/linux/system/SystemRoots.h"
 #include "platform/posix/TextFile.h"
+#include "platform/values/Parsing.h"
 #include "platform/values/Utf8.h"
 #include "programs/quorlinctl/doctor/Checks.h"
 
 #include <cerrno>
-#include <charconv>
 #include <csignal>
-#include <limits>
 
 #include <fmt/format.h>
 #include <unistd.h>
 
 namespace quorlin {
-namespace {
-
-/// Why the battery's charge would not be held, or nothing.
-std::optional<std::string> obstacleToHolding() {
-  const SystemRoots roots = systemRootsFromEnvironment();
-  if (systemBatteries(roots.sysfs).empty()) return "this computer has no battery to hold at a limit";
-  if (!isSwitchedOn(settingsFile(), setting::kCoreAutostart)) {
-    return "the charge will not be held, because the settings leave the core helper off";
-  }
-  try {
-    const Finding control = checkChargeControl(roots);
-    if (control.state != CheckState::Ok) return control.line();
-    const Finding helper = checkHelper(Bus::openSystem());
-    if (helper.state != CheckState::Ok) return helper.line();
-    // If the agent does not run, sending fails with a reason of its own.
-    const Finding agent = checkAgent(Bus::openSession());
-    if (agent.state == CheckState::Note) return agent.line();
-  } catch (const BusError& error) {
-    return fmt::format("cannot check whether the charge will be held: {}", error.what());
-  }
-  return std::nullopt;
-}
-
-}  // namespace
 
 Result<std::string, UsageError> readChargeLimit(const std::vector<std::string>& operands) {
   std::string_view text = operands.front();
   if (text.ends_with('%')) text.remove_suffix(1);
-  if (const auto percent = integerOf(text, kLowestBatteryLimit, kHighestBatteryLimit)) {
+  const auto percent = wholeNumber<int>(text);
+  if (percent && *percent >= kLowestBatteryLimit && *percent <= kHighestBatteryLimit) {
     return std::to_string(*percent);
   }
   return UsageError{fmt::format("'{}' is not a limit of {} to {} percent", operands.front(),
@@ -56,8 +32,8 @@ Result<std::string, UsageError> readChargeLimit(const std::vector<std::string>& 
 }
 
 Result<std::string, UsageError> readProcess(const std::vector<std::string>& operands) {
-  const auto process = integerOf(operands.front(), 1, std::numeric_limits<int>::max());
-  if (process) return std::to_string(*process);
+  const auto process = wholeNumber<pid_t>(operands.front());
+  if (process && *process > 0) return std::to_string(*process);
   return UsageError{fmt::format("'{}' is not a process id", operands.front())};
 }
 
@@ -80,21 +56,34 @@ Result<std::string, UsageError> readFile(const std::vector<std::string>& operand
 
 std::optional<Objection> checkChargeLimit(const std::string& percent) {
   if (percent == std::to_string(kHighestBatteryLimit)) return std::nullopt;
-  const std::optional<std::string> obstacle = obstacleToHolding();
-  if (!obstacle) return std::nullopt;
-  return Objection{Objection::Kind::Warning, *obstacle};
+  const SystemRoots roots = systemRootsFromEnvironment();
+  if (systemBatteries(roots.sysfs).empty())
+    return Objection{"this computer has no battery to hold at a limit"};
+  if (!isSwitchedOn(settingsFile(), setting::kCoreAutostart)) {
+    return Objection{"the charge will not be held, because the settings leave the core helper off"};
+  }
+  try {
+    const Finding control = checkChargeControl(roots);
+    if (control.state != CheckState::Ok) return Objection{control.line()};
+    const Finding helper = checkHelper(Bus::openSystem());
+    if (helper.state != CheckState::Ok) return Objection{helper.line()};
+    // If the agent does not run, sending fails with a reason of its own.
+    const Finding agent = checkAgent(Bus::openSession());
+    if (agent.state == CheckState::Note) return Objection{agent.line()};
+  } catch (const BusError& error) {
+    return Objection{fmt::format("cannot check whether the charge will be held: {}", error.what())};
+  }
+  return std::nullopt;
 }
 
 std::optional<Objection> checkProcessExists(const std::string& process) {
-  pid_t id = 0;
-  std::from_chars(process.data(), process.data() + process.size(), id);
-  if (::kill(id, 0) == 0 || errno != ESRCH) return std::nullopt;
-  return Objection{Objection::Kind::Warning, fmt::format("there is no process {}", process)};
+  if (::kill(wholeNumber<pid_t>(process).value_or(0), 0) == 0 || errno != ESRCH) return std::nullopt;
+  return Objection{fmt::format("there is no process {}", process)};
 }
 
 std::optional<Objection> checkWorkflow(const std::string& path) {
   const auto refusal = [&](std::string_view reason) {
-    return Objection{Objection::Kind::Refusal, fmt::format("{}: {}", path, reason)};
+    return Objection{.reason = fmt::format("{}: {}", path, reason), .isRefusal = true};
   };
   if (!isUtf8(path)) return refusal("the path is not UTF-8, so a URL cannot hold it");
   if (const auto command = workflowCommand(path); !command) return refusal(command.error().why);

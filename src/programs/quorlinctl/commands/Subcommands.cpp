@@ -1,10 +1,7 @@
 #include "programs/quorlinctl/commands/Subcommands.h"
 
 #include "commands/UrlScheme.h"
-#include "programs/quorlinctl/commands/HelperCommand.h"
-#include "programs/quorlinctl/commands/Net.h"
 #include "programs/quorlinctl/commands/RequestArguments.h"
-#include "programs/quorlinctl/commands/Watch.h"
 #include "programs/quorlinctl/doctor/Doctor.h"
 
 namespace quorlin {
@@ -13,7 +10,9 @@ namespace {
 using enum Operands::Kind;
 using enum Option::Kind;
 
-const std::vector<Subcommand>& table() {
+}  // namespace
+
+std::span<const Subcommand> subcommands() {
   static const std::vector<Subcommand> rows = {
       {.name = "watch",
        .summary = "show the machine's sensors and disk activity as they change",
@@ -34,12 +33,7 @@ const std::vector<Subcommand>& table() {
              "How long --once may wait for the whole report. By default it waits 15 seconds for a sample or "
              "power metrics, then a little longer for the other."}},
        .exitStatuses = {{"0", "done"}, {"1", "no session bus, or no sample in time"}},
-       .action = [](const ParsedArguments& given) -> Result<int, UsageError> {
-         return watch({.once = given.has("once"),
-                       .json = given.has("json"),
-                       .widget = given.has("widget"),
-                       .timeout = given.duration("timeout")});
-       }},
+       .action = watch},
       {.name = "net",
        .summary = "list the applications that use the network",
        .description =
@@ -49,10 +43,7 @@ const std::vector<Subcommand>& table() {
        .options = {{"json", Flag, "Print the agent's answer as JSON: name, object and userInfo."},
                    {"timeout", Seconds, "How long to wait for the answer. The default is 15."}},
        .exitStatuses = {{"0", "done"}, {"1", "no session bus, no agent, or no answer in time"}},
-       .action = [](const ParsedArguments& given) -> Result<int, UsageError> {
-         return showNetworkApplications(
-             {.json = given.has("json"), .timeout = given.duration("timeout").value_or(kAnswerPatience)});
-       }},
+       .action = showNetworkApplications},
       {.name = "doctor",
        .summary = "find out what is missing on this machine, and why",
        .description =
@@ -61,7 +52,7 @@ const std::vector<Subcommand>& table() {
        .options = {{"json", Flag, "Print one JSON object: complete and checks."}},
        .exitStatuses = {{"0", "nothing is missing"}, {"1", "something is missing"}},
        .action = [](const ParsedArguments& given) -> Result<int, UsageError> {
-         return examine({.json = given.has("json")});
+         return examine(given.has("json"));
        }},
       {.name = "battery-limit",
        .summary = "hold the battery's charge at a limit",
@@ -128,13 +119,9 @@ const std::vector<Subcommand>& table() {
                         {"126", "permission was refused, so nothing was installed"},
                         {"127", "polkit gave no permission, so nothing was installed"},
                         {"other", "the installer's own exit status"}},
-       .action = [](const ParsedArguments& given) { return changeHelper(given.operands.front()); }},
+       .action = changeHelper},
   };
   return rows;
 }
-
-}  // namespace
-
-std::span<const Subcommand> subcommands() { return table(); }
 
 }  // namespace quorlin

@@ -1,5 +1,3 @@
-#include "programs/quorlinctl/commands/Watch.h"
-
 #include "core/Notifications.h"
 #include "core/Settings.h"
 #include "helper/HelperTool.h"
@@ -11,6 +9,7 @@
 #include "platform/linux/system/SystemRoots.h"
 #include "platform/values/Tick.h"
 #include "programs/quorlinctl/commands/PendingReport.h"
+#include "programs/quorlinctl/commands/Subcommands.h"
 #include "programs/quorlinctl/doctor/Checks.h"
 #include "programs/quorlinctl/services/Agent.h"
 #include "programs/quorlinctl/services/Consumer.h"
@@ -29,18 +28,6 @@ namespace {
 /// How long a terminal shows an old sample: a little over three ticks.
 constexpr auto kSilence = 3 * kTick + std::chrono::seconds(1);
 
-/// Why no sample came. Throws BusError.
-const char* explainSilence(const Bus& bus, bool heardHeartbeat) {
-  if (!findAgent(bus)) return "the agent is not running; start it: quorlin-sensors";
-  if (heardHeartbeat) return "the agent is running, but no sample came in time";
-  if (isSwitchedOn(settingsFile(), setting::kAutostart)) {
-    return "the agent is running but posts nothing; it is busy, or its sensors plug-in was off when it "
-           "started";
-  }
-  return "the agent is running, but its sensors plug-in is off; quorlinctl doctor explains how to switch it "
-         "on";
-}
-
 /// Whether power metrics can come.
 bool isPowerExpected() {
   if (!isSwitchedOn(settingsFile(), setting::kCoreAutostart)) return false;
@@ -54,116 +41,112 @@ bool isPowerExpected() {
 /// One run of the subcommand.
 class WatchSession {
  public:
-  WatchSession(const Bus& bus, const WatchOptions& options)
-      : bus_(bus),
-        options_(options),
-        role_(options.widget ? Role::Widget : Role::MainApp),
-        name_(bus, role_),
-        center_(bus) {}
+  /// Throws BusError.
+  explicit WatchSession(const ParsedArguments& given)
+      : once_(given.has("once")),
+        json_(given.has("json")),
+        timeout_(given.duration("timeout")),
+        role_(given.has("widget") ? Role::Widget : Role::MainApp) {}
 
   /// Throws BusError.
-  int run(LinuxRunLoop& loop) {
+  int run() {
     std::vector<std::unique_ptr<Timer>> sources;
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-      sources.push_back(LinuxRunLoop::watchSignal(signal, [&] { finish(loop, exitCode_); }));
+      sources.push_back(LinuxRunLoop::watchSignal(signal, [this] { finish(exitCode_); }));
     }
-    output_ = makeOutput(loop);
-    if (options_.once) {
-      report_.emplace(loop,
+    output_ = makeOutput();
+    if (once_) {
+      report_.emplace(loop_,
                       PendingReport::Expectation{.role = role_,
                                                  .sample = isSwitchedOn(settingsFile(), setting::kAutostart),
-                                                 .power = !options_.json && isPowerExpected(),
-                                                 .timeout = options_.timeout},
-                      [&] { endReport(loop); });
+                                                 .power = !json_ && isPowerExpected(),
+                                                 .timeout = timeout_},
+                      [this] { endReport(); });
     } else {
-      waitForSample(loop);
+      waitForSample();
     }
     const Consumer consumer(
-        center_, role_, [this] { return isTheApplication(); },
-        [&](const Notification& notification) { receive(loop, notification); });
-    loop.run();
+        center_, role_, [this] { return name_.isOwned(); },
+        [this](const Notification& notification) { receive(notification); });
+    loop_.run();
     output_.reset();
     if (!message_.empty()) complain(message_);
     return exitCode_;
   }
 
-  void busWentAway(LinuxRunLoop& loop) {
-    message_ = "lost the connection to the session bus";
-    finish(loop, kExitFailed);
-  }
-
  private:
-  std::unique_ptr<Output> makeOutput(LinuxRunLoop& loop) {
-    if (options_.json) return std::make_unique<JsonOutput>(powerSources_);
-    const bool live = !options_.once && ::isatty(STDOUT_FILENO) == 1 && terminalHasScreen();
+  std::unique_ptr<Output> makeOutput() {
+    if (json_) return std::make_unique<JsonOutput>(powerSources_);
+    const bool live = !once_ && ::isatty(STDOUT_FILENO) == 1 && terminalHasScreen();
     if (!live) return std::make_unique<ReportOutput>(role_, powerSources_);
-    return std::make_unique<LiveOutput>(role_, powerSources_, loop, [this, &loop] { finish(loop, kExitOk); });
+    return std::make_unique<LiveOutput>(role_, powerSources_, [this] { finish(kExitOk); });
   }
 
-  void receive(LinuxRunLoop& loop, const Notification& notification) {
+  void receive(const Notification& notification) {
     const RoleNotifications names = notificationsOf(role_);
     // A stopped loop may still hand out what had already arrived.
     if (finished_) return;
     if (notification.name == names.heartbeat) heardHeartbeat_ = true;
     if (report_) return report_->take(notification);
     if (notification.name == names.heartbeat) return;
-    if (notification.name == names.fullSample) waitForSample(loop);
-    show(loop, notification);
+    if (notification.name == names.fullSample) waitForSample();
+    show(notification);
   }
 
-  void endReport(LinuxRunLoop& loop) {
+  void endReport() {
     if (finished_) return;
     const std::optional<Notification>& sample = report_->sample();
     const std::optional<Notification>& power = report_->power();
-    if (!sample && !power) {
-      message_ = reasonOfSilence();
-      return finish(loop, kExitFailed);
-    }
+    if (!sample && !power) return finish(kExitFailed, reasonOfSilence());
     if (sample && power) output_->remember(*power);
-    show(loop, sample ? *sample : *power);
-    finish(loop, kExitOk);
+    show(sample ? *sample : *power);
+    finish(kExitOk);
   }
 
-  void show(LinuxRunLoop& loop, const Notification& notification) {
+  void show(const Notification& notification) {
     const std::optional<Trouble> trouble = output_->show(notification);
     if (!trouble) return;
-    const bool isClosed = trouble->error == EPIPE;
-    if (!isClosed) message_ = trouble->text();
-    finish(loop, isClosed ? kExitOk : kExitFailed);
+    if (trouble->error == EPIPE) return finish(kExitOk);
+    finish(kExitFailed, trouble->text());
   }
 
-  void waitForSample(LinuxRunLoop& loop) {
-    silence_ = loop.scheduleTimer(kSilence, [this] { output_->explainSilence(reasonOfSilence()); });
+  void waitForSample() {
+    silence_ = loop_.scheduleTimer(kSilence, [this] { output_->explainSilence(reasonOfSilence()); });
   }
 
-  /// False if the bus does not answer: it has gone away, and no program listens any more.
-  bool isTheApplication() const {
-    try {
-      return name_.isOwned();
-    } catch (const BusError&) {
-      return false;
-    }
-  }
-
+  /// Why no sample came since the last time.
   std::string reasonOfSilence() {
+    const bool heardHeartbeat = std::exchange(heardHeartbeat_, false);
     try {
-      return explainSilence(bus_, std::exchange(heardHeartbeat_, false));
+      if (!findAgent(bus_)) return "the agent is not running; start it: quorlin-sensors";
     } catch (const BusError& error) {
       return error.what();
     }
+    if (heardHeartbeat) return "the agent is running, but no sample came in time";
+    if (isSwitchedOn(settingsFile(), setting::kAutostart)) {
+      return "the agent is running but posts nothing; it is busy, or its sensors plug-in was off when it "
+             "started";
+    }
+    return "the agent is running, but its sensors plug-in is off; quorlinctl doctor explains how to switch "
+           "it on";
   }
 
-  void finish(LinuxRunLoop& loop, ExitCode exitCode) {
+  void finish(ExitCode exitCode, const std::string& message = "") {
+    if (!message.empty()) message_ = message;
     if (!finished_) exitCode_ = exitCode;
     finished_ = true;
-    loop.stop();
+    loop_.stop();
   }
 
-  const Bus& bus_;
-  WatchOptions options_;
+  bool once_;
+  bool json_;
+  /// How long once waits for a whole report; nothing for the default patience with each part.
+  std::optional<std::chrono::milliseconds> timeout_;
   Role role_;
-  ApplicationName name_;
-  BusNotificationCenter center_;
+  LinuxRunLoop loop_;
+  Bus bus_ = Bus::openSession();
+  ApplicationName name_{bus_, role_};
+  BusNotificationCenter center_{bus_};
   SysfsPowerSources powerSources_{systemRootsFromEnvironment().sysfs};
   std::unique_ptr<Output> output_;
   std::unique_ptr<Timer> silence_;
@@ -173,25 +156,17 @@ class WatchSession {
   ExitCode exitCode_ = kExitOk;
   bool heardHeartbeat_ = false;
   bool finished_ = false;
+  BusSource source_{bus_, [this] { finish(kExitFailed, "lost the connection to the session bus"); }};
 };
 
 }  // namespace
 
-int watch(const WatchOptions& options) {
+Result<int, UsageError> watch(const ParsedArguments& given) {
   // A closed pipe fails the write, so that this consumer can still tell the agent that it leaves.
   struct sigaction ignore {};
   ignore.sa_handler = SIG_IGN;
   ::sigaction(SIGPIPE, &ignore, nullptr);
-  try {
-    LinuxRunLoop loop;
-    const Bus bus = Bus::openSession();
-    WatchSession session(bus, options);
-    const BusSource source(bus, [&] { session.busWentAway(loop); });
-    return session.run(loop);
-  } catch (const BusError& error) {
-    complain(error.what());
-    return kExitFailed;
-  }
+  return WatchSession(given).run();
 }
 
 }  // namespace quorlin

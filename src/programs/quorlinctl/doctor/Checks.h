@@ -26,66 +26,48 @@ struct Finding {
   std::string line() const { return advice.empty() ? text : text + " " + advice; }
 };
 
-/// Whether the agent runs, and started late enough to have found the core helper where that is switched on.
-/// Throws BusError.
-Finding checkAgent(const Bus& sessionBus);
-
-/// Whether a process started before a file came to its place; no if that is unknown.
-bool beganBefore(pid_t process, const std::filesystem::path& file, const SystemRoots& roots);
-inline constexpr const char* kInstalledHelper = "/usr/local/libexec/quorlin-core-helper";
-
 /// Whether the settings switch something on: setting::kAutostart or setting::kCoreAutostart.
 bool isSwitchedOn(const std::filesystem::path& settings, std::string_view setting);
 
-/// Whether the settings can be read, and what they switch on.
+/// Whether a process started before a file came to its place; no if that is unknown.
+bool beganBefore(pid_t process, const std::filesystem::path& file, const SystemRoots& roots);
+
+/// The user's session. An agent that started before the core helper was installed did not find it, where the
+/// settings switch it on. Throws BusError.
+Finding checkAgent(const Bus& sessionBus);
 Finding checkSettings(const std::filesystem::path& settings);
-
-/// The hwmon chips and thermal zones that the agent finds.
-Finding checkSensors(const SystemRoots& roots);
-
-/// A virtual machine does not show the sensors of the hardware below it.
-Finding checkMachine(const SystemRoots& roots);
-
-/// Whether the processor's temperature driver is loaded.
-Finding checkProcessorDriver(const SystemRoots& roots);
-
-/// Whether the driver of an Intel Mac's System Management Controller is loaded; nothing on other computers.
-std::optional<Finding> checkSmc(const SystemRoots& roots);
-
-/// Whether SATA disks have their temperature driver.
-Finding checkDriveDriver(const SystemRoots& roots);
-
-/// The disks whose activity is counted.
-Finding checkDiskCounters(const SystemRoots& roots);
-
 /// Whether this session puts each application into a control group with its id.
 Finding checkApplicationNames(const SystemRoots& roots);
 
-/// Whether a program that the agent runs is in one of the folders, which are separated by colons.
-Finding checkProgram(std::string_view program, std::string_view package, std::string_view folders);
+/// The sensors and disks that the agent finds, and the drivers of their temperatures.
+Finding checkSensors(const SystemRoots& roots);
+Finding checkProcessorDriver(const SystemRoots& roots);
+/// SATA disks only.
+Finding checkDriveDriver(const SystemRoots& roots);
+Finding checkDiskCounters(const SystemRoots& roots);
 
+/// The kind of machine. A virtual one does not show the sensors of the hardware below it.
+Finding checkMachine(const SystemRoots& roots);
 /// The processor's name from the system's profiler.
 Finding checkProcessor();
+/// Whether the driver of an Intel Mac's System Management Controller is loaded; nothing on other computers.
+std::optional<Finding> checkSmc(const SystemRoots& roots);
 
+/// Whether a program that the agent runs is in one of the folders, which are separated by colons.
+Finding checkProgram(std::string_view program, std::string_view package, std::string_view folders);
 /// Whether the program that lists connections is installed beside this one and works.
 Finding checkNetTop();
 
-/// Whether the settings switch on the core helper, which holds the charge and reads the power.
+/// The core helper, which holds the charge and reads the power, and polkit, which decides what users may ask
+/// of it. Those that ask on the bus throw BusError.
 Finding checkCoreSetting(const std::filesystem::path& settings);
-
-/// Whether the root helper is installed and answers. Throws BusError.
 Finding checkHelper(const Bus& systemBus);
-
-/// Whether polkit, which decides what users may ask of the helper, is available. Throws BusError.
 Finding checkPolkit(const Bus& systemBus);
 
-/// Whether the processor has energy counters. Only root, and so the helper, can read them.
+/// The kernel's support for power metrics and for holding the charge. Only root, and so the helper, can read
+/// energy counters.
 Finding checkEnergyCounters(const SystemRoots& roots);
-
-/// The batteries that power the computer.
 Finding checkBattery(const SystemRoots& roots);
-
-/// Whether their drivers can stop charging.
 Finding checkChargeControl(const SystemRoots& roots);
 
 }  // namespace quorlin

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <array>
-#include <limits>
 #include <type_traits>
 #include <utility>
 
@@ -19,28 +18,17 @@ namespace {
 
 constexpr std::string_view kProgramFolders = "/usr/bin:/bin";
 
-std::string_view nameOf(CheckState state) {
+/// The word for a state, and how it looks.
+std::pair<std::string_view, Tone> shown(CheckState state) {
   switch (state) {
     case CheckState::Ok:
-      return "ok";
+      return {"ok", Tone::Calm};
     case CheckState::Missing:
-      return "missing";
+      return {"missing", Tone::Hot};
     case CheckState::Note:
       break;
   }
-  return "note";
-}
-
-Tone toneOf(CheckState state) {
-  switch (state) {
-    case CheckState::Ok:
-      return Tone::Calm;
-    case CheckState::Missing:
-      return Tone::Hot;
-    case CheckState::Note:
-      break;
-  }
-  return Tone::Faint;
+  return {"note", Tone::Faint};
 }
 
 /// What the checks look at.
@@ -165,8 +153,9 @@ std::vector<CheckResult> runChecks() {
 std::string lineOf(const CheckResult& check, Appearance appearance) {
   constexpr int subjectStart = 9;
   constexpr int findingStart = 32;
-  StyledLine line(std::numeric_limits<int>::max(), appearance);
-  line.text(nameOf(check.finding.state), toneOf(check.finding.state)).padTo(subjectStart);
+  const auto [state, tone] = shown(check.finding.state);
+  StyledLine line(ViewSize::kUnlimited, appearance);
+  line.text(state, tone).padTo(subjectStart);
   line.text(check.subject, Tone::Heading).padTo(findingStart);
   line.text(check.finding.line());
   return line.bytes();
@@ -179,11 +168,10 @@ std::string jsonLineOf(const std::vector<CheckResult>& checks) {
   for (const auto& [id, subject, finding] : checks) {
     nlohmann::ordered_json entry;
     entry["id"] = id;
-    entry["state"] = nameOf(finding.state);
+    entry["state"] = shown(finding.state).first;
     entry["subject"] = subject;
     entry["finding"] = finding.text;
-    entry["advice"] = nullptr;
-    if (!finding.advice.empty()) entry["advice"] = finding.advice;
+    entry["advice"] = finding.advice.empty() ? nullptr : nlohmann::ordered_json(finding.advice);
     json["checks"].push_back(std::move(entry));
   }
   return textOf(json);
@@ -199,17 +187,16 @@ bool isComplete(const std::vector<CheckResult>& checks) {
       checks, [](const CheckResult& check) { return check.finding.state == CheckState::Missing; });
 }
 
-int examine(const DoctorOptions& options) {
+int examine(bool asJson) {
   const std::vector<CheckResult> checks = runChecks();
   std::string text;
-  if (options.json) {
+  if (asJson) {
     text = jsonLineOf(checks) + "\n";
   } else {
     const Appearance appearance = reportAppearance();
     for (const CheckResult& check : checks) text += lineOf(check, appearance) + "\n";
   }
-  if (print(text) != kExitOk) return kExitFailed;
-  return isComplete(checks) ? kExitOk : kExitFailed;
+  return print(text) == kExitOk && isComplete(checks) ? kExitOk : kExitFailed;
 }
 
 }  // namespace quorlin

@@ -6,10 +6,6 @@
 
 namespace quorlin {
 
-struct DoctorOptions {
-  bool json = false;
-};
-
 struct CheckResult {
   /// For programs: in kebab case, and the same in every version and language.
   std::string_view id;
@@ -31,7 +27,7 @@ Finding asNote(Finding finding);
 /// Whether nothing is missing.
 bool isComplete(const std::vector<CheckResult>& checks);
 
-/// Returns the process's exit status.
-int examine(const DoctorOptions& options);
+/// Runs the checks and prints them. Returns the process's exit status.
+int examine(bool asJson);
 
 }  // namespace quorlin

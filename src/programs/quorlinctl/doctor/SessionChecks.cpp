@@ -19,6 +19,8 @@
 namespace quorlin {
 namespace {
 
+constexpr const char* kInstalledHelper = "/usr/local/libexec/quorlin-core-helper";
+
 /// cgroups(7): the unified hierarchy's line begins with "0::".
 std::string unifiedControlGroup(const std::string& groups) {
   const std::string text = "\n" + groups;

@@ -6,6 +6,11 @@
 #include <utility>
 
 namespace quorlin {
+namespace {
+
+constexpr std::uint64_t kNameFlags = SD_BUS_NAME_ALLOW_REPLACEMENT | SD_BUS_NAME_QUEUE;
+
+}  // namespace
 
 RoleNotifications notificationsOf(Role role) {
   using namespace notification;
@@ -16,21 +21,13 @@ RoleNotifications notificationsOf(Role role) {
 ApplicationName::ApplicationName(const Bus& bus, Role role)
     : bus_(bus),
       name_(role == Role::Widget ? kWidgetIdentifiers.front().data() : kMainAppIdentifiers.front().data()) {
-  checked(sd_bus_request_name(bus.get(), name_, SD_BUS_NAME_ALLOW_REPLACEMENT | SD_BUS_NAME_QUEUE),
+  checked(sd_bus_request_name(bus.get(), name_, kNameFlags),
           "Cannot own an application's name on the session bus");
 }
 
 bool ApplicationName::isOwned() const {
-  const char* own = nullptr;
-  checked(sd_bus_get_unique_name(bus_.get(), &own), "Cannot ask for this program's name on the session bus");
-  sd_bus_creds* made = nullptr;
-  const int found = sd_bus_get_name_creds(bus_.get(), name_, SD_BUS_CREDS_UNIQUE_NAME, &made);
-  if (found == -ENXIO) return false;
-  checked(found, "Cannot ask who owns an application's name");
-  const BusCredentials owner(made);
-  const char* ownerName = nullptr;
-  checked(sd_bus_creds_get_unique_name(owner.get(), &ownerName), "Cannot ask who owns an application's name");
-  return std::string_view(own) == ownerName;
+  // sd_bus_request_name(3): who owns the name already is told so; anybody else stays in the queue.
+  return sd_bus_request_name(bus_.get(), name_, kNameFlags) == -EALREADY;
 }
 
 ApplicationName::~ApplicationName() { sd_bus_release_name(bus_.get(), name_); }
@@ -44,18 +41,14 @@ Consumer::Consumer(NotificationCenter& center, Role role, std::function<bool()> 
       handler_(std::move(handler)) {
   for (const std::string_view name :
        {names_.heartbeat, names_.fullSample, names_.reducedSample, notification::kCoreData}) {
-    observe(name);
+    observations_.push_back(
+        center_.addObserver(name, [this](const Notification& notification) { receive(notification); }));
   }
   announce(notification::kMainAppActive);
 }
 
 Consumer::~Consumer() {
   if (isTheApplication_()) announce(notification::kMainAppInactive);
-}
-
-void Consumer::observe(std::string_view name) {
-  observations_.push_back(
-      center_.addObserver(name, [this](const Notification& notification) { receive(notification); }));
 }
 
 void Consumer::receive(const Notification& notification) {

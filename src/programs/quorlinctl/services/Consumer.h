@@ -35,7 +35,7 @@ class ApplicationName {
   ApplicationName(const ApplicationName&) = delete;
   ApplicationName& operator=(const ApplicationName&) = delete;
 
-  /// False while another program has the name. Throws BusError.
+  /// False while another program has the name, and once the bus has gone away.
   bool isOwned() const;
 
  private:
@@ -53,11 +53,8 @@ class Consumer {
   Consumer(NotificationCenter& center, Role role, std::function<bool()> isTheApplication, Handler handler);
   /// The main application announces that it leaves, unless another one stays.
   ~Consumer();
-  Consumer(const Consumer&) = delete;
-  Consumer& operator=(const Consumer&) = delete;
 
  private:
-  void observe(std::string_view name);
   void receive(const Notification& notification);
   void announce(std::string_view name);
 

@@ -36,10 +36,8 @@ Result<std::string, HelperRefusal> ask(const Bus& bus, const BusMessage& questio
 }  // namespace
 
 bool isAvailable(const Bus& bus, std::string_view service) {
-  const auto isAmong = [service](const std::vector<std::string>& names) {
-    return std::ranges::find(names, service) != names.end();
-  };
-  return isAmong(namesOn(bus)) || isAmong(namesOn(bus, NameState::Activatable));
+  const auto is = [&](NameState state) { return std::ranges::count(namesOn(bus, state), service) > 0; };
+  return is(NameState::Owned) || is(NameState::Activatable);
 }
 
 Result<std::string, HelperRefusal> askHelperVersion(const Bus& systemBus) {

@@ -20,13 +20,17 @@ std::optional<Trouble> writeAll(int descriptor, std::string_view bytes) {
 
 ExitCode print(std::string_view text) {
   const std::optional<Trouble> trouble = writeAll(STDOUT_FILENO, text);
-  if (trouble) complain(trouble->text());
-  return trouble ? kExitFailed : kExitOk;
+  return trouble ? fail(trouble->text()) : kExitOk;
 }
 
 void complain(std::string_view message) {
   // A failure here cannot be reported.
   writeAll(STDERR_FILENO, fmt::format("quorlinctl: {}\n", message));
+}
+
+ExitCode fail(std::string_view message) {
+  complain(message);
+  return kExitFailed;
 }
 
 }  // namespace quorlin

@@ -20,4 +20,7 @@ ExitCode print(std::string_view text);
 /// Writes a line to the error stream, after the program's name.
 void complain(std::string_view message);
 
+/// Complains. Returns kExitFailed.
+ExitCode fail(std::string_view message);
+
 }  // namespace quorlin

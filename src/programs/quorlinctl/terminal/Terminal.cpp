@@ -2,15 +2,12 @@
 
 #include "programs/quorlinctl/terminal/StandardStreams.h"
 
-#include <array>
 #include <cerrno>
 #include <cstdlib>
-#include <memory>
 #include <string_view>
 #include <utility>
 
-#include <poll.h>
-#include <sys/eventfd.h>
+#include <glib-unix.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -20,21 +17,6 @@ namespace {
 // xterm's private modes: alternate screen with the cursor saved, visible cursor, automatic wrap.
 constexpr std::string_view kEnter = "\x1b[?1049h\x1b[?25l\x1b[?7l";
 constexpr std::string_view kLeave = "\x1b[?7h\x1b[?25h\x1b[?1049l";
-
-/// Reads until the descriptor stop becomes readable or the input ends.
-void readKeys(int stop, const std::function<void(char)>& post) {
-  std::array<pollfd, 2> watched = {pollfd{STDIN_FILENO, POLLIN, 0}, pollfd{stop, POLLIN, 0}};
-  while (true) {
-    const int ready = ::poll(watched.data(), watched.size(), -1);
-    if (ready < 0 && errno == EINTR) continue;
-    if (ready < 0 || watched[1].revents != 0) return;
-    char key = 0;
-    const ssize_t size = ::read(STDIN_FILENO, &key, 1);
-    if (size < 0 && errno == EINTR) continue;
-    if (size <= 0) return;
-    post(key);
-  }
-}
 
 /// A background process must not take the terminal's settings or input from the foreground process.
 bool ownsTerminal() { return ::tcgetpgrp(STDIN_FILENO) == ::getpgrp(); }
@@ -63,7 +45,7 @@ Appearance reportAppearance() {
   return {.charset = charsetOfLocale(), .colour = terminal && terminalHasScreen() && userWantsColour()};
 }
 
-Screen::Screen(RunLoop& loop, KeyHandler handler) {
+Screen::Screen(KeyHandler handler) : handler_(std::move(handler)) {
   termios settings{};
   if (ownsTerminal() && ::tcgetattr(STDIN_FILENO, &settings) == 0) {
     original_ = settings;
@@ -71,24 +53,28 @@ Screen::Screen(RunLoop& loop, KeyHandler handler) {
     // Suspended, the process could not give the screen back.
     settings.c_cc[VSUSP] = _POSIX_VDISABLE;
     ::tcsetattr(STDIN_FILENO, TCSADRAIN, &settings);
-    stopReading_ = FileDescriptor(::eventfd(0, EFD_CLOEXEC));
-    if (stopReading_) {
-      auto shared = std::make_shared<KeyHandler>(std::move(handler));
-      reader_ = std::jthread([&loop, stop = stopReading_.get(), shared] {
-        readKeys(stop, [&](char key) { loop.performOnMainThread([shared, key] { (*shared)(key); }); });
-      });
-    }
+    const auto call = [](gint, GIOCondition, gpointer screen) -> gboolean {
+      return static_cast<Screen*>(screen)->takeKey();
+    };
+    keySource_ =
+        g_unix_fd_add(STDIN_FILENO, static_cast<GIOCondition>(G_IO_IN | G_IO_HUP | G_IO_ERR), call, this);
   }
   writeAll(STDOUT_FILENO, kEnter);
 }
 
 Screen::~Screen() {
-  if (stopReading_) {
-    ::eventfd_write(stopReading_.get(), 1);
-    if (reader_.joinable()) reader_.join();
-  }
+  if (keySource_ != 0) g_source_remove(keySource_);
   writeAll(STDOUT_FILENO, kLeave);
   if (original_ && ownsTerminal()) ::tcsetattr(STDIN_FILENO, TCSADRAIN, &*original_);
+}
+
+bool Screen::takeKey() {
+  char key = 0;
+  const ssize_t size = ::read(STDIN_FILENO, &key, 1);
+  if (size > 0) handler_(key);
+  if (size > 0 || (size < 0 && errno == EINTR)) return true;
+  keySource_ = 0;
+  return false;
 }
 
 }  // namespace quorlin

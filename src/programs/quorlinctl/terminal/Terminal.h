@@ -1,13 +1,10 @@
 /// The terminal on standard output as a separate screen, and its keys.
 #pragma once
 
-#include "platform/RunLoop.h"
-#include "platform/posix/FileDescriptor.h"
 #include "programs/quorlinctl/terminal/StyledLine.h"
 
 #include <functional>
 #include <optional>
-#include <thread>
 
 #include <termios.h>
 
@@ -26,20 +23,24 @@ bool userWantsColour();
 Appearance reportAppearance();
 
 /// The alternate screen, without a cursor, from construction to destruction. Keys are not echoed. If standard
-/// input is the terminal, the handler is called for each byte typed, on the main thread.
+/// input is the terminal, the handler is called for each byte typed. Main thread only.
 class Screen {
  public:
   using KeyHandler = std::function<void(char)>;
 
-  Screen(RunLoop& loop, KeyHandler handler);
+  explicit Screen(KeyHandler handler);
   ~Screen();
   Screen(const Screen&) = delete;
   Screen& operator=(const Screen&) = delete;
 
  private:
+  /// Returns false at the end of the input.
+  bool takeKey();
+
+  KeyHandler handler_;
   std::optional<termios> original_;
-  FileDescriptor stopReading_;
-  std::jthread reader_;
+  /// GLib's number of the source; 0 without one.
+  unsigned keySource_ = 0;
 };
 
 }  // namespace quorlin

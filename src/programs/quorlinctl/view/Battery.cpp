@@ -2,6 +2,8 @@
 
 #include "probes/BatteryInformation.h"
 
+#include <array>
+
 namespace quorlin {
 
 Battery readBattery(PowerSources& sources) {
@@ -12,17 +14,9 @@ Battery readBattery(PowerSources& sources) {
 }
 
 std::string_view wordOf(BatteryState state) {
-  switch (state) {
-    case kOnBattery:
-      return "on-battery";
-    case kCharging:
-      return "charging";
-    case kNotCharging:
-      return "not-charging";
-    case kNoBattery:
-      break;
-  }
-  return "none";
+  constexpr std::array words = {"none", "on-battery", "charging", "not-charging"};
+  static_assert(words.size() == kNotCharging + 1);
+  return words[static_cast<std::size_t>(state)];
 }
 
 }  // namespace quorlin

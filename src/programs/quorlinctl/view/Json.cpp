@@ -31,12 +31,6 @@ ordered_json iso8601Of(Date date) {
   return text.get();
 }
 
-ordered_json jsonOf(const Array& array) {
-  ordered_json json = ordered_json::array();
-  for (const PropertyList& element : array) json.push_back(quorlin::jsonOf(element));
-  return json;
-}
-
 ordered_json jsonOf(const Dictionary& dictionary) {
   ordered_json json = ordered_json::object();
   for (const auto& [key, value] : dictionary) {
@@ -57,7 +51,11 @@ struct Converter {
     return root ? quorlin::jsonOf(*root) : ordered_json(base64Of(*data));
   }
   ordered_json operator()(Date date) const { return iso8601Of(date); }
-  ordered_json operator()(const PropertyList::SharedArray& array) const { return jsonOf(*array); }
+  ordered_json operator()(const PropertyList::SharedArray& array) const {
+    ordered_json json = ordered_json::array();
+    for (const PropertyList& element : *array) json.push_back(quorlin::jsonOf(element));
+    return json;
+  }
   ordered_json operator()(const PropertyList::SharedDictionary& entries) const { return jsonOf(*entries); }
 };
 

@@ -23,8 +23,7 @@ constexpr int kFull = 100;
 ReadingRow rowFor(SensorKind kind, const Reading& reading) {
   ReadingRow row{.label = reading.label.empty() ? reading.id : reading.label,
                  .value = readingText(kind, reading.value),
-                 .tone = std::isfinite(reading.value) ? Tone::Plain : Tone::Faint,
-                 .fill = std::nullopt};
+                 .tone = std::isfinite(reading.value) ? Tone::Plain : Tone::Faint};
   if (kind != SensorKind::Temperature || !std::isfinite(reading.value)) return row;
   if (reading.value >= kWarm) row.tone = reading.value >= kHot ? Tone::Hot : Tone::Warm;
   row.fill = std::clamp((reading.value - kBarLow) / (kBarHigh - kBarLow), 0.0, 1.0);
@@ -32,20 +31,14 @@ ReadingRow rowFor(SensorKind kind, const Reading& reading) {
 }
 
 ReadingBlock blockOf(std::string title, SensorKind kind, const std::vector<Reading>& readings) {
-  ReadingBlock block{.title = std::move(title), .rows = {}};
+  ReadingBlock block{.title = std::move(title)};
   for (const Reading& reading : readings) block.rows.push_back(rowFor(kind, reading));
   return block;
 }
 
 std::string labelOf(const Battery& battery, std::optional<std::int64_t> limit) {
-  switch (battery.state) {
-    case kOnBattery:
-      return "On battery";
-    case kCharging:
-      return "Charging";
-    default:
-      break;
-  }
+  if (battery.state == kOnBattery) return "On battery";
+  if (battery.state == kCharging) return "Charging";
   if (battery.percent == kFull) return "Full";
   const bool held = limit && battery.percent && *battery.percent >= *limit;
   return held ? "Held at limit" : "Not charging";
@@ -67,28 +60,23 @@ std::vector<ReadingBlock> sensorBlocks(const Sample& sample) {
 }
 
 ReadingBlock powerBlock(std::string_view metrics) {
-  ReadingBlock block{.title = "Power", .rows = {}};
+  ReadingBlock block{.title = "Power"};
   while (!metrics.empty()) {
     const std::string_view line = trimmed(takeUntil('\n', metrics));
     if (line.empty()) continue;
-    const std::size_t colon = std::min(line.find(':'), line.size());
-    const std::string_view value = trimmed(line.substr(std::min(colon + 1, line.size())));
-    block.rows.push_back({.label = std::string(line.substr(0, value.empty() ? line.size() : colon)),
-                          .value = std::string(value),
-                          .tone = Tone::Plain,
-                          .fill = std::nullopt});
+    std::string_view rest = line;
+    const std::string_view label = takeUntil(':', rest);
+    const std::string_view value = trimmed(rest);
+    block.rows.push_back({.label = std::string(value.empty() ? line : label), .value = std::string(value)});
   }
   return block;
 }
 
 ReadingBlock batteryBlock(const Battery& battery, std::optional<std::int64_t> limit) {
-  ReadingBlock block{.title = "Battery", .rows = {}};
+  ReadingBlock block{.title = "Battery"};
   if (battery.state == kNoBattery) return block;
   if (limit && (*limit < 1 || *limit >= kFull)) limit.reset();
-  ReadingRow charge{.label = labelOf(battery, limit),
-                    .value = percentText(battery.percent),
-                    .tone = Tone::Plain,
-                    .fill = {}};
+  ReadingRow charge{.label = labelOf(battery, limit), .value = percentText(battery.percent)};
   if (battery.percent) {
     charge.fill = *battery.percent / static_cast<double>(kFull);
     if (battery.state == kOnBattery && *battery.percent <= kLowCharge) {
@@ -97,10 +85,7 @@ ReadingBlock batteryBlock(const Battery& battery, std::optional<std::int64_t> li
   }
   block.rows.push_back(std::move(charge));
   if (limit) {
-    block.rows.push_back({.label = "Charge limit",
-                          .value = percentText(static_cast<int>(*limit)),
-                          .tone = Tone::Plain,
-                          .fill = std::nullopt});
+    block.rows.push_back({.label = "Charge limit", .value = percentText(static_cast<int>(*limit))});
   }
   return block;
 }

@@ -12,12 +12,12 @@ struct ReadingRow {
   std::string value;
   Tone tone = Tone::Plain;
   /// How much of the bar is filled, 0 to 1; nothing for a reading without a bar.
-  std::optional<double> fill;
+  std::optional<double> fill = {};
 };
 
 struct ReadingBlock {
   std::string title;
-  std::vector<ReadingRow> rows;
+  std::vector<ReadingRow> rows = {};
 };
 
 /// Temperatures by part of the machine, and the fans.

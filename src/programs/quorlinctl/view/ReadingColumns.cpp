@@ -14,12 +14,6 @@ constexpr int kIndent = 2;
 constexpr int kValueColumns = 9;
 constexpr int kLongestBar = 16;
 
-StyledLine titleLine(const std::string& title, int columns, Appearance appearance) {
-  StyledLine line(columns, appearance);
-  line.text(title, Tone::Heading);
-  return line;
-}
-
 /// Label, bar and value. The value ends the line; without a bar it gets all the room beside the label.
 StyledLine readingLine(const ReadingRow& row, int columns, Appearance appearance) {
   const int bar = row.fill ? std::min(columns / 4, kLongestBar) : 0;
@@ -114,8 +108,9 @@ LaidOutReadings layOutReadings(const std::vector<ReadingBlock>& blocks, int colu
     for (const auto& column : packing.columns) {
       const Row row = i < column.size() ? column[i] : Row();
       if (row.block != nullptr) {
-        line.padTo(start).line(row.reading == nullptr ? titleLine(row.block->title, columnWidth, appearance)
-                                                      : readingLine(*row.reading, columnWidth, appearance));
+        line.padTo(start).line(row.reading == nullptr
+                                   ? StyledLine(columnWidth, appearance).text(row.block->title, Tone::Heading)
+                                   : readingLine(*row.reading, columnWidth, appearance));
       }
       start += columnWidth + kGap;
     }

@@ -8,6 +8,8 @@
 #include <cctype>
 #include <string_view>
 
+#include <glib.h>
+
 namespace quorlin {
 namespace {
 
@@ -58,27 +60,21 @@ struct WordsOfPart {
 };
 
 /// Words that name a part of the machine and are no drivers, in the order of the search.
-const std::vector<WordsOfPart>& wordsOfParts() {
-  static const std::vector<WordsOfPart> parts = {
-      {PartOfMachine::Storage, {"/ata", "scsi", "target", "composite", "disk", "ssd"}},
-      {PartOfMachine::Graphics, {"gpu", "junction", "edge"}},
-      {PartOfMachine::Processor, {"cpu", "package id", "core ", "tctl", "tdie", "tccd"}},
-      {PartOfMachine::Memory, {"dimm", "memory"}},
-      {PartOfMachine::Network, {"ieee80211", "/net/", "wifi"}},
-      {PartOfMachine::Battery, {"power_supply", "battery", "bat0", "bat1"}},
-  };
-  return parts;
-}
-
-bool isLetter(char character) { return character >= 'a' && character <= 'z'; }
-bool isDigit(char character) { return character >= '0' && character <= '9'; }
+const std::vector<WordsOfPart> kWordsOfParts = {
+    {PartOfMachine::Storage, {"/ata", "scsi", "target", "composite", "disk", "ssd"}},
+    {PartOfMachine::Graphics, {"gpu", "junction", "edge"}},
+    {PartOfMachine::Processor, {"cpu", "package id", "core ", "tctl", "tdie", "tccd"}},
+    {PartOfMachine::Memory, {"dimm", "memory"}},
+    {PartOfMachine::Network, {"ieee80211", "/net/", "wifi"}},
+    {PartOfMachine::Battery, {"power_supply", "battery", "bat0", "bat1"}},
+};
 
 /// Short names of drivers occur within other words and numbers: "xe" in "Exemplar" and in "0xe0".
 bool hasWord(std::string_view text, std::string_view word) {
   for (std::size_t at = text.find(word); at != std::string_view::npos; at = text.find(word, at + 1)) {
     const std::size_t end = at + word.size();
-    const bool begins = at == 0 || (!isLetter(text[at - 1]) && !isDigit(text[at - 1]));
-    if (begins && (end == text.size() || !isLetter(text[end]))) return true;
+    const bool begins = at == 0 || !g_ascii_isalnum(text[at - 1]);
+    if (begins && (end == text.size() || !g_ascii_isalpha(text[end]))) return true;
   }
   return false;
 }
@@ -87,7 +83,7 @@ PartOfMachine partOf(const Reading& reading) {
   std::string text = reading.id + " " + reading.label;
   std::ranges::transform(text, text.begin(),
                          [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
-  for (const WordsOfPart& candidate : wordsOfParts()) {
+  for (const WordsOfPart& candidate : kWordsOfParts) {
     const bool hasDriver = std::ranges::any_of(kDrivers, [&](const Driver& driver) {
       return driver.part == candidate.part && hasWord(text, driver.name);
     });

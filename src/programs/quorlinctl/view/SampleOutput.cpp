@@ -1,15 +1,18 @@
 #include "programs/quorlinctl/view/SampleOutput.h"
 
 #include "core/Notifications.h"
+#include "platform/linux/loop/RunLoop.h"
 #include "platform/linux/system/System.h"
 #include "platform/values/Tick.h"
 #include "programs/quorlinctl/terminal/StandardStreams.h"
 #include "programs/quorlinctl/view/Json.h"
 
-#include <array>
 #include <csignal>
 #include <ctime>
+#include <utility>
 
+#include <fmt/chrono.h>
+#include <fmt/format.h>
 #include <unistd.h>
 
 namespace quorlin {
@@ -17,14 +20,6 @@ namespace {
 
 /// Power metrics come every second tick; one of them may be missing.
 constexpr auto kPowerAge = 5 * kTick;
-
-std::string timeOfDay() {
-  const std::time_t now = std::time(nullptr);
-  std::tm local{};
-  std::array<char, 16> text{};
-  if (::localtime_r(&now, &local) == nullptr) return {};
-  return {text.data(), std::strftime(text.data(), text.size(), "%H:%M:%S", &local)};
-}
 
 }  // namespace
 
@@ -56,7 +51,7 @@ bool ViewState::take(const Notification& notification, Clock::time_point now) {
     if (view_.sample) return false;
   }
   view_.battery = readBattery(powerSources_);
-  view_.time = timeOfDay();
+  view_.time = fmt::format("{:%H:%M:%S}", fmt::localtime(std::time(nullptr)));
   return true;
 }
 
@@ -76,20 +71,16 @@ void ViewState::forgetOldPower(Clock::time_point now) {
 std::optional<Trouble> ReportOutput::show(const Notification& notification) {
   if (!state_.take(notification)) return std::nullopt;
   const int columns = terminalSize(STDOUT_FILENO).value_or(ViewSize()).columns;
-  std::string text = first_ ? "" : "\n";
-  first_ = false;
-  for (const std::string& line : renderView(state_.view(), {.columns = columns}, reportAppearance())) {
-    text += line + "\n";
-  }
-  return writeAll(STDOUT_FILENO, text);
+  const std::vector<std::string> lines = renderView(state_.view(), {.columns = columns}, reportAppearance());
+  return writeAll(STDOUT_FILENO,
+                  fmt::format("{}{}\n", std::exchange(first_, false) ? "" : "\n", fmt::join(lines, "\n")));
 }
 
-LiveOutput::LiveOutput(Role role, PowerSources& powerSources, LinuxRunLoop& loop, std::function<void()> quit)
+LiveOutput::LiveOutput(Role role, PowerSources& powerSources, std::function<void()> quit)
     : state_(role, powerSources),
-      screen_(loop,
-              [quit = std::move(quit)](char key) {
-                if (key == 'q' || key == 'Q') quit();
-              }),
+      screen_([quit = std::move(quit)](char key) {
+        if (key == 'q' || key == 'Q') quit();
+      }),
       resized_(LinuxRunLoop::watchSignal(SIGWINCH, [this] { draw(); })) {
   draw();
 }

@@ -3,7 +3,7 @@
 
 #include "platform/NotificationCenter.h"
 #include "platform/PowerSources.h"
-#include "platform/linux/loop/RunLoop.h"
+#include "platform/RunLoop.h"
 #include "programs/quorlinctl/services/Consumer.h"
 #include "programs/quorlinctl/terminal/Terminal.h"
 #include "programs/quorlinctl/view/SampleView.h"
@@ -77,7 +77,7 @@ class ReportOutput final : public Output {
 /// Draws in place. Calls quit for the key q.
 class LiveOutput final : public Output {
  public:
-  LiveOutput(Role role, PowerSources& powerSources, LinuxRunLoop& loop, std::function<void()> quit);
+  LiveOutput(Role role, PowerSources& powerSources, std::function<void()> quit);
 
   std::optional<Trouble> show(const Notification& notification) override;
   void explainSilence(const std::string& reason) override;

@@ -69,8 +69,7 @@ class ViewRenderer {
   int used() const { return static_cast<int>(lines_.size()); }
 
   void title() {
-    constexpr std::string_view quit = "  q quits";
-    const std::string_view hint = report_ ? "" : quit;
+    const std::string_view hint = report_ ? "" : "  q quits";
     const int end = size_.columns - static_cast<int>(hint.size());
     const int timeStart = end - columnsOf(view_.time, appearance_.charset);
     StyledLine machine(std::max(timeStart - 2, 0), appearance_);
@@ -83,7 +82,7 @@ class ViewRenderer {
 
   void sample(const Sample& sample) {
     std::vector<StyledLine> below;
-    if (size_.rows >= kRowsWithDisks) disks(sample, below);
+    if (size_.rows >= kRowsWithDisks) below = disks(sample);
     std::vector<ReadingBlock> sensors = sensorBlocks(sample);
     if (sensors.empty()) {
       add(newLine().text("This machine has no sensors (quorlinctl doctor says why)", Tone::Faint));
@@ -116,16 +115,13 @@ class ViewRenderer {
     }
   }
 
-  void disks(const Sample& sample, std::vector<StyledLine>& lines) const {
-    lines.push_back(newLine());
+  std::vector<StyledLine> disks(const Sample& sample) const {
     const std::string read = bytesText(sample.read.total);
     const std::string written = bytesText(sample.written.total);
-    lines.push_back(newLine().text("Disks", Tone::Heading).text("  "));
-    lines.back().text(
-        firstThatFits(fmt::format("read {}, written {} since the machine started", read, written),
-                      fmt::format("read {}, written {}", read, written), lines.back().width()));
-    lines.push_back(diskLine("Read", sample.read));
-    lines.push_back(diskLine("Write", sample.written));
+    StyledLine totals = newLine().text("Disks", Tone::Heading).text("  ");
+    totals.text(firstThatFits(fmt::format("read {}, written {} since the machine started", read, written),
+                              fmt::format("read {}, written {}", read, written), totals.width()));
+    return {newLine(), totals, diskLine("Read", sample.read), diskLine("Write", sample.written)};
   }
 
   StyledLine diskLine(std::string_view label, const DiskTraffic& activity) const {
