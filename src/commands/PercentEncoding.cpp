@@ -8,11 +8,7 @@
 namespace quorlin {
 namespace {
 
-/// Not isalnum(), which asks the locale.
-bool isUnreserved(char byte) {
-  return (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z') || (byte >= '0' && byte <= '9') ||
-         byte == '-' || byte == '.' || byte == '_' || byte == '~';
-}
+constexpr std::string_view kUnreserved = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~";
 
 }  // namespace
 
@@ -22,7 +18,7 @@ std::string percentEncoded(std::string_view text) {
   encoded.reserve(text.size());
   for (const char character : text) {
     const auto byte = static_cast<std::uint8_t>(character);
-    if (isUnreserved(character)) {
+    if (kUnreserved.find(character) != std::string_view::npos) {
       encoded += character;
     } else {
       encoded.append({'%', digits[byte >> 4U], digits[byte & 0xFU]});

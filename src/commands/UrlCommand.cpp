@@ -1,56 +1,40 @@
 #include "commands/UrlCommand.h"
 
 #include "commands/PercentEncoding.h"
+#include "platform/values/Parsing.h"
 
 #include <algorithm>
 #include <charconv>
 #include <limits>
-#include <vector>
 
 namespace quorlin {
 namespace {
-
-constexpr std::size_t kPiecesWithArgument = 5;
-
-/// At most one piece more than a URL with an argument has, however long the text.
-std::vector<std::string_view> split(std::string_view url) {
-  std::vector<std::string_view> pieces;
-  while (pieces.size() < kPiecesWithArgument) {
-    const std::size_t slash = url.find('/');
-    pieces.push_back(url.substr(0, slash));
-    if (slash == std::string_view::npos) return pieces;
-    url.remove_prefix(slash + 1);
-  }
-  pieces.push_back(url);
-  return pieces;
-}
 
 /// White space, a sign and digits, up to the first other character; 0 without digits. A number out
 /// of range becomes the nearest value of the type.
 template <typename Integer>
 Integer leadingInteger(std::string_view text) {
   text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
-  const bool negative = text.starts_with('-');
-  if (negative || text.starts_with('+')) text.remove_prefix(1);
-  // A second sign is not a digit.
-  if (text.starts_with('-')) return 0;
-  // Read with its sign, so that the most negative value fits too.
-  const std::string digits = (negative ? "-" : "") + std::string(text);
+  // from_chars() takes a minus but no plus. A second sign is not a digit.
+  if (text.starts_with('+') && !text.starts_with("+-")) text.remove_prefix(1);
   Integer value = 0;
-  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
   if (error != std::errc::result_out_of_range) return value;
-  return negative ? std::numeric_limits<Integer>::min() : std::numeric_limits<Integer>::max();
+  return text.starts_with('-') ? std::numeric_limits<Integer>::min() : std::numeric_limits<Integer>::max();
 }
 
 }  // namespace
 
 std::optional<UrlCommand> urlCommand(std::string_view url, const std::optional<std::string>& expectedKey) {
-  const std::vector<std::string_view> pieces = split(url);
-  if (pieces.size() < 4) return std::nullopt;
-  if (expectedKey && pieces[2] != *expectedKey) return std::nullopt;
+  if (std::ranges::count(url, '/') < 3) return std::nullopt;
+  takeUntil('/', url);
+  takeUntil('/', url);
+  const std::string_view key = takeUntil('/', url);
+  if (expectedKey && key != *expectedKey) return std::nullopt;
+  const std::string_view word = takeUntil('/', url);
   // An argument with an unescaped slash counts as absent.
-  return UrlCommand{.word = pieces[3],
-                    .argument = pieces.size() == kPiecesWithArgument ? pieces[4] : std::string_view()};
+  const bool hasSlash = url.find('/') != std::string_view::npos;
+  return UrlCommand{.word = word, .argument = hasSlash ? std::string_view() : url};
 }
 
 std::optional<std::int32_t> processIdArgument(std::string_view argument) {

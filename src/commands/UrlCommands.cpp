@@ -37,6 +37,11 @@ std::optional<std::string> AppDelegate::getKey() const {
   return requestKey(services_.system.localizedHostName());
 }
 
+std::string AppDelegate::currentKey() {
+  key_ = getKey();
+  return key_.value_or("");
+}
+
 void AppDelegate::handleURLEvent(const std::string& url) {
   const std::optional<UrlCommand> command = urlCommand(url, getKey());
   if (!command) return;

@@ -23,19 +23,16 @@ class AppDelegate final : public ApplicationDelegate {
   using Completion = HelperClient::Completion;
 
   explicit AppDelegate(Services services);
-  ~AppDelegate() override;
-  AppDelegate(const AppDelegate&) = delete;
-  AppDelegate& operator=(const AppDelegate&) = delete;
 
   // Launch and state
   void applicationWillFinishLaunching() override;
   void applicationDidFinishLaunching() override;
   TerminateReply applicationShouldTerminate() override;
   bool applicationShouldHandleReopen(const ApplicationEvent& event, bool hasVisibleWindows) override;
-  void handleDockClickEvent(const ApplicationEvent& event);
+  void handleDockClickEvent(const ApplicationEvent& /*event*/) {}
   void openSettingsWindow();
-  void QuorlinActive();
-  void QuorlinInactive();
+  void QuorlinActive() { samples_.setMainAppNeedsData(true); }
+  void QuorlinInactive() { samples_.setMainAppNeedsData(false); }
 
   bool pluginEnabled() const { return pluginEnabled_; }
   bool coreEnabled() const { return coreEnabled_; }
@@ -84,13 +81,15 @@ class AppDelegate final : public ApplicationDelegate {
   std::vector<std::int32_t> getBatteryInfo();
 
   // The privileged helper
-  bool installHelper();
-  void getHelperVersion(const Completion& completion);
-  void getStatisticsData(const Completion& completion);
+  bool installHelper() { return helper_.install(); }
+  void getHelperVersion(const Completion& completion) { helper_.getVersion(completion); }
+  void getStatisticsData(const Completion& completion) { helper_.getCoreMetrics(currentKey(), completion); }
   /// Mode false holds the charge, true lets the battery charge again.
-  void limitCharge(const Completion& completion, bool mode);
+  void limitCharge(const Completion& completion, bool mode) {
+    helper_.limitCharge(currentKey(), mode, completion);
+  }
   /// Returns before the helper has answered.
-  void uninstallHelper();
+  void uninstallHelper() { helper_.uninstall(currentKey()); }
 
   // Updates
   void checkForUpdates(bool background);

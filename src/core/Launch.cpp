@@ -23,8 +23,6 @@ AppDelegate::AppDelegate(Services services)
                   [this](const ChargeHold::Reply& reply, bool mode) { limitCharge(reply, mode); }),
       helper_(services_.helperService, services_.jobBlessing, services_.runLoop, services_.log) {}
 
-AppDelegate::~AppDelegate() = default;
-
 void AppDelegate::applicationWillFinishLaunching() {
   services_.application.setUrlHandler([this](const std::string& url) { handleURLEvent(url); });
   services_.workspace.setDefaultHandlerForUrlScheme(kUrlScheme, services_.application.bundleIdentifier());
@@ -91,14 +89,12 @@ void AppDelegate::startPowerWork() {
 }
 
 bool AppDelegate::isLaunchedSilently() const {
-  return std::ranges::find(services_.application.arguments(), "-silent") !=
-         services_.application.arguments().end();
+  return std::ranges::count(services_.application.arguments(), "-silent") > 0;
 }
 
 bool AppDelegate::isLauncherRunning() const {
-  return std::ranges::any_of(
-      services_.workspace.runningApplications(),
-      [](const RunningApplication& running) { return running.bundleIdentifier == kLauncherIdentifier; });
+  return std::ranges::count(services_.workspace.runningApplications(), kLauncherIdentifier,
+                            &RunningApplication::bundleIdentifier) > 0;
 }
 
 void AppDelegate::addObservers() {
@@ -110,10 +106,6 @@ void AppDelegate::addObservers() {
   observations_.push_back(
       center.addObserver(notification::kGetNetworkApp, [this](const Notification&) { getNetworkApps(); }));
 }
-
-void AppDelegate::QuorlinActive() { samples_.setMainAppNeedsData(true); }
-
-void AppDelegate::QuorlinInactive() { samples_.setMainAppNeedsData(false); }
 
 void AppDelegate::checkForUpdatesIfDue() {
   const std::optional<Date> last = services_.userDefaults.date(setting::kLastUpdateCheck);

@@ -31,6 +31,4 @@ bool AppDelegate::applicationShouldHandleReopen(const ApplicationEvent& event, b
   return false;
 }
 
-void AppDelegate::handleDockClickEvent(const ApplicationEvent& /*event*/) {}
-
 }  // namespace quorlin

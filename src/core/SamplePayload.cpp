@@ -3,27 +3,11 @@
 #include "core/Notifications.h"
 #include "platform/KeyedArchiver.h"
 
+#include <array>
+#include <optional>
+#include <utility>
+
 namespace quorlin {
-namespace {
-
-/// Builds a dictionary that ends at the first missing value.
-class DictionaryUpToFirstMissing {
- public:
-  /// The value is asked for in any case, as an argument would be.
-  DictionaryUpToFirstMissing& add(const char* key, std::optional<PropertyList> value) {
-    ended_ = ended_ || !value.has_value();
-    if (!ended_) entries_.emplace_back(key, *std::move(value));
-    return *this;
-  }
-
-  Dictionary take() && { return std::move(entries_); }
-
- private:
-  Dictionary entries_;
-  bool ended_ = false;
-};
-
-}  // namespace
 
 DiskActivityArchives archiveDiskActivities(const Array& activities) {
   const bool complete = activities.size() == 2;
@@ -33,28 +17,25 @@ DiskActivityArchives archiveDiskActivities(const Array& activities) {
 
 Dictionary sensorsSample(SampleKind kind, const StatisticsData& statistics,
                          const DiskActivityArchives& archives) {
-  DictionaryUpToFirstMissing sample;
-  if (kind == SampleKind::Full) {
-    sample.add("sensors", statistics.sensors_temperature())
-        .add("sensorsData", statistics.sensors_temperatureData());
-  } else {
-    sample.add("sensors", statistics.sensors_temperatureMini())
-        .add("sensorsData", statistics.sensors_temperatureMiniData());
+  const bool full = kind == SampleKind::Full;
+  // Each is asked for, also behind a missing one.
+  std::array<std::pair<const char*, std::optional<PropertyList>>, 9> values = {{
+      {"sensors", full ? statistics.sensors_temperature() : statistics.sensors_temperatureMini()},
+      {"sensorsData", full ? statistics.sensors_temperatureData() : statistics.sensors_temperatureMiniData()},
+      {"fans", statistics.sensors_fans()},
+      {"fansData", statistics.sensors_fansData()},
+      {"readDiskIOData", archives.read},
+      {"writeDiskIOData", archives.write},
+      {"readDiskIOBytes", statistics.diskIO_read()},
+      {"writeDiskIOBytes", statistics.diskIO_write()},
+      {"version", kDataFormatVersion},
+  }};
+  Dictionary sample;
+  for (auto& [key, value] : values) {
+    if (!value) break;
+    sample.emplace_back(key, *std::move(value));
   }
-  sample.add("fans", statistics.sensors_fans())
-      .add("fansData", statistics.sensors_fansData())
-      .add("readDiskIOData", archives.read)
-      .add("writeDiskIOData", archives.write)
-      .add("readDiskIOBytes", statistics.diskIO_read())
-      .add("writeDiskIOBytes", statistics.diskIO_write())
-      .add("version", kDataFormatVersion);
-  return std::move(sample).take();
-}
-
-Dictionary versionPayload() { return {{"version", kDataFormatVersion}}; }
-
-Dictionary powerMetricsPayload(const std::string& metrics, std::int64_t batteryLimit) {
-  return {{"coreData", metrics}, {"batteryLimit", batteryLimit}, {"version", kDataFormatVersion}};
+  return sample;
 }
 
 }  // namespace quorlin

@@ -4,8 +4,6 @@
 #include "platform/SensorsEngine.h"
 #include "platform/values/PropertyList.h"
 
-#include <cstdint>
-
 namespace quorlin {
 
 /// Keyed archives of the two activities of one tick, shared by both of its samples.
@@ -22,10 +20,5 @@ enum class SampleKind { Full, Reduced };
 /// Reads the holder's accessors in the order of the keys. The first that is missing ends the dictionary.
 Dictionary sensorsSample(SampleKind kind, const StatisticsData& statistics,
                          const DiskActivityArchives& archives);
-
-/// {"version": 12}
-Dictionary versionPayload();
-
-Dictionary powerMetricsPayload(const std::string& metrics, std::int64_t batteryLimit);
 
 }  // namespace quorlin

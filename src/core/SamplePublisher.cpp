@@ -4,15 +4,6 @@
 #include "core/SamplePayload.h"
 
 namespace quorlin {
-namespace {
-
-std::unique_ptr<SensorsReading> readSensors(const SensorsEngineFactory& factory,
-                                            QuorlinSensorsEngine& engine) {
-  const std::unique_ptr<StatisticsData> fresh = factory.makeStatisticsData();
-  return engine.getSensorsInfo(*fresh);
-}
-
-}  // namespace
 
 void SamplePublisher::start() {
   statsData_ = factory_.makeStatisticsData();
@@ -20,7 +11,9 @@ void SamplePublisher::start() {
 }
 
 void SamplePublisher::publish(bool widgetRuns) {
-  statsData_->populateStatisticsDataFrom(*readSensors(factory_, *se_));
+  // The fresh holder is gone when the reading is taken over.
+  const std::unique_ptr<SensorsReading> reading = se_->getSensorsInfo(*factory_.makeStatisticsData());
+  statsData_->populateStatisticsDataFrom(*reading);
 
   const DiskActivityArchives archives = archiveDiskActivities(statsData_->diskIO_activities());
   const Dictionary full = sensorsSample(SampleKind::Full, *statsData_, archives);

@@ -1,7 +1,6 @@
 /// The agent's heartbeat: announces itself, finds its consumers, and only then reads and publishes.
 #include "core/AppDelegate.h"
 #include "core/Notifications.h"
-#include "core/SamplePayload.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -44,7 +43,7 @@ void AppDelegate::updateData() {
 }
 
 void AppDelegate::postHeartbeat() {
-  const Dictionary version = versionPayload();
+  const Dictionary version = {{"version", kDataFormatVersion}};
   for (const std::string_view name :
        {notification::kSensorsActive, notification::kSensorsActiveW, notification::kSensorsActiveM}) {
     services_.notificationCenter.post(name, kSensorsAgent, version, Delivery::Immediate);
@@ -69,9 +68,10 @@ AppDelegate::Consumers AppDelegate::findConsumers() {
 void AppDelegate::postPowerMetrics() {
   getStatisticsData([this](const std::optional<std::string>& metrics) {
     if (!metrics) return;
-    services_.notificationCenter.post(notification::kCoreData, kCoreAgent,
-                                      powerMetricsPayload(*metrics, chargeHold_.powerLimit()),
-                                      Delivery::Immediate);
+    services_.notificationCenter.post(
+        notification::kCoreData, kCoreAgent,
+        {{"coreData", *metrics}, {"batteryLimit", chargeHold_.powerLimit()}, {"version", kDataFormatVersion}},
+        Delivery::Immediate);
   });
 }
 

@@ -21,8 +21,7 @@ void ChargeHold::readSettings() { powerLimitEnabled_ = userDefaults_.boolean(set
 void ChargeHold::start() {
   const std::int64_t limit = userDefaults_.integer(setting::kBatteryLimit);
   powerLimit_ = limit >= 1 ? limit : kHighestBatteryLimit;
-  const std::vector<std::int32_t> battery = batteryInfo(powerSources_);
-  if (battery.size() == 2) macHasBattery_ = battery[0];
+  macHasBattery_ = batteryInfo(powerSources_).front();
 }
 
 void ChargeHold::setPowerLimitEnabled(bool enabled) {
@@ -42,52 +41,33 @@ void ChargeHold::followBattery() {
   std::int32_t level = 0;
   if (macHasBattery_ != kNoBattery) {
     const std::vector<std::int32_t> battery = batteryInfo(powerSources_);
-    if (battery.size() == 2) {
-      macHasBattery_ = battery[0];
-      level = battery[1];
-    }
+    macHasBattery_ = battery[0];
+    level = battery[1];
   }
-  switch (decideCharge(powerLimit_, level, macHasBattery_, powerLimitEnabled_)) {
-    case ChargeDecision::Hold:
-      limitThenRecord(false);
-      break;
-    case ChargeDecision::Release:
-      limitThenRecord(true);
-      break;
-    case ChargeDecision::Nothing:
-      break;
-  }
+  const ChargeDecision decision = decideCharge(powerLimit_, level, macHasBattery_, powerLimitEnabled_);
+  if (decision != ChargeDecision::Nothing) limitThenRecord(decision == ChargeDecision::Release);
 }
 
 void ChargeHold::releaseWithoutConsumers() {
   if (macHasBattery_ == kNoBattery || !powerLimitEnabled_) return;
   limitCharge_(
       [this](const std::optional<std::string>& reply) {
-        logReply(reply);
+        log_.line(reply.value_or("(null)"));
         setPowerLimitEnabled(false);
       },
       true);
 }
 
-void ChargeHold::releaseThen(std::function<void()> action) {
-  limitCharge_(
-      [this, action = std::move(action)](const std::optional<std::string>& reply) {
-        setPowerLimitEnabled(false);
-        logReply(reply);
-        action();
-      },
-      true);
-}
+void ChargeHold::releaseThen(std::function<void()> action) { limitThenRecord(true, std::move(action)); }
 
-void ChargeHold::limitThenRecord(bool mode) {
+void ChargeHold::limitThenRecord(bool mode, std::function<void()> then) {
   limitCharge_(
-      [this, mode](const std::optional<std::string>& reply) {
+      [this, mode, then = std::move(then)](const std::optional<std::string>& reply) {
         setPowerLimitEnabled(!mode);
-        logReply(reply);
+        log_.line(reply.value_or("(null)"));
+        then();
       },
       mode);
 }
-
-void ChargeHold::logReply(const std::optional<std::string>& reply) { log_.line(reply.value_or("(null)")); }
 
 }  // namespace quorlin

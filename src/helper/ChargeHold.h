@@ -48,8 +48,8 @@ class ChargeHold {
   void releaseThen(std::function<void()> action);
 
  private:
-  void limitThenRecord(bool mode);
-  void logReply(const std::optional<std::string>& reply);
+  void limitThenRecord(
+      bool mode, std::function<void()> then = [] {});
 
   UserDefaults& userDefaults_;
   PowerSources& powerSources_;

@@ -39,8 +39,7 @@ class HelperClient {
  private:
   HelperToolConnection::StringReply replyTo(const Completion& completion) const;
   HelperToolConnection::ErrorHandler failureTo(const Completion& completion) const;
-  void connectToHelperTool();
-  void connectAndExecuteCommandBlock(const std::function<void(HelperToolConnection&)>& command);
+  HelperToolConnection& connectToHelperTool();
 
   HelperService& helperService_;
   JobBlessing& jobBlessing_;

@@ -1,6 +1,7 @@
 #include "inspect/ProcessList.h"
 
 #include "core/AppDelegate.h"
+#include "platform/values/Parsing.h"
 #include "platform/values/Utf8.h"
 
 #include <cmath>
@@ -26,15 +27,12 @@ float AppDelegate::askSystemPS(std::int32_t pid) {
 
 float processorShareFromPsOutput(const Data& output) {
   constexpr float unreadable = -1.0F;
-  const std::string_view text(reinterpret_cast<const char*>(output.data()), output.size());
-  if (!isUtf8(text)) return unreadable;
-  const std::size_t headerEnd = text.find('\n');
-  if (headerEnd == std::string_view::npos) return unreadable;
-
-  const std::string_view line = text.substr(headerEnd + 1, text.find('\n', headerEnd + 1) - headerEnd - 1);
+  std::string_view text(reinterpret_cast<const char*>(output.data()), output.size());
+  if (!isUtf8(text) || text.find('\n') == std::string_view::npos) return unreadable;
+  takeUntil('\n', text);
   // Not from_chars(), which libc++ 16 lacks for floating-point numbers; the stream's locale is the classic
   // one.
-  std::istringstream stream{std::string(line)};
+  std::istringstream stream{std::string(takeUntil('\n', text))};
   stream.imbue(std::locale::classic());
   float share = 0.0F;
   stream >> share;

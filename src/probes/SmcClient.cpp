@@ -106,8 +106,7 @@ float smcReadFanSpeed(int fan, SmcConnection& connection) {
 int smcReadFanName(int fan, std::span<char, 12> name, SmcConnection& connection) {
   // The code proper: above it are the system and subsystem that report it.
   constexpr std::uint32_t code = 0x3FFF;
-  const std::string text = fanKey(fan, "ID");
-  const std::uint32_t key = text.size() == 4 ? smcKeyFromText(text) : 0;
+  const std::uint32_t key = smcKeyFromText(fanKey(fan, "ID"));
   SmcRecord info;
   if ((ask(kSmcReadKeyInfo, key, 0, info, connection) & code) != 0 || info.result != 0) return 0;
   SmcRecord read;

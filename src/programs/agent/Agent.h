@@ -2,10 +2,26 @@
 #pragma once
 
 #include "core/AppDelegate.h"
-#include "platform/Log.h"
+#include "core/Notifications.h"
+#include "platform/linux/bus/NotificationCenter.h"
+#include "platform/linux/desktop/Application.h"
+#include "platform/linux/desktop/ApplicationNames.h"
+#include "platform/linux/desktop/UserDefaults.h"
+#include "platform/linux/desktop/WorkflowEngine.h"
+#include "platform/linux/desktop/Workspace.h"
+#include "platform/linux/helper/HelperService.h"
+#include "platform/linux/helper/JobBlessing.h"
+#include "platform/linux/loop/BusSource.h"
+#include "platform/linux/loop/DispatchQueue.h"
+#include "platform/linux/power/PowerSources.h"
+#include "platform/linux/processes/ProcessManager.h"
+#include "platform/linux/processes/Task.h"
+#include "platform/linux/system/Clock.h"
+#include "platform/linux/system/System.h"
+#include "platform/linux/system/SystemRoots.h"
 
-#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace quorlin {
@@ -14,22 +30,42 @@ class Agent {
  public:
   /// Connects to the session bus; the program's own name is the first argument. Throws BusError. The log
   /// outlives the agent.
-  Agent(std::vector<std::string> arguments, Log& log);
-  ~Agent();
-  Agent(const Agent&) = delete;
-  Agent& operator=(const Agent&) = delete;
+  Agent(std::vector<std::string> arguments, Log& log)
+      : log_(log),
+        application_(bus_, busSource_, runLoop_, log, std::string(kAgentIdentifier), std::move(arguments)) {}
 
   /// False if another agent runs in this session; that one has then received the request. Throws BusError.
-  bool becomeOnlyInstance();
+  bool becomeOnlyInstance() { return application_.becomeOnlyInstance(); }
 
   /// Returns when the agent has ended.
-  void run();
+  void run() { application_.run(delegate_); }
 
-  AppDelegate& delegate();
+  AppDelegate& delegate() { return delegate_; }
 
  private:
-  struct Parts;
-  std::unique_ptr<Parts> parts_;
+  Services services();
+
+  // In the order in which they depend on each other.
+  Log& log_;
+  LinuxRunLoop runLoop_;
+  Bus bus_ = Bus::openSession();
+  BusSource busSource_{bus_};
+  BusApplication application_;
+  SystemRoots roots_ = systemRootsFromEnvironment();
+  ApplicationNames applicationNames_{bus_};
+  KeyFileUserDefaults userDefaults_{settingsFile(), log_};
+  BusNotificationCenter notificationCenter_{bus_};
+  LinuxWorkspace workspace_{bus_, applicationNames_, roots_.procfs, log_};
+  ProcfsProcessManager processManager_{roots_.procfs, applicationNames_.names()};
+  LinuxSystem system_;
+  LinuxTaskLauncher taskLauncher_;
+  LinuxDispatchQueue dispatchQueue_;
+  LinuxWorkflowEngine workflowEngine_{log_};
+  SysfsPowerSources powerSources_{roots_.sysfs};
+  BusHelperService helperService_{runLoop_, log_};
+  LinuxJobBlessing jobBlessing_;
+  LinuxClock clock_;
+  AppDelegate delegate_{services()};
 };
 
 }  // namespace quorlin

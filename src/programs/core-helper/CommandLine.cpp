@@ -11,6 +11,7 @@
 #include <string>
 
 #include <sysexits.h>
+#include <unistd.h>
 
 namespace quorlin {
 namespace {
@@ -79,7 +80,9 @@ int runCoreHelper(const Setup& setup, std::span<const std::string_view> argument
                                                              : serve;
   try {
     // On a described machine no root is needed.
-    if (setup.installRoot == "/") requireRoot();
+    if (setup.installRoot == "/" && geteuid() != 0) {
+      throw InstallationError("only root can do this; run the command with pkexec");
+    }
     act(setup);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "%s: %s\n", kProgram, error.what());

@@ -1,7 +1,6 @@
 #include "programs/nettop/Connections.h"
 
 #include "platform/posix/TextFile.h"
-#include "programs/nettop/ConnectionsRequest.h"
 
 #include <algorithm>
 #include <array>
@@ -27,26 +26,27 @@ struct Close {
 
 Trouble cannotList(int error) { return systemTrouble("the TCP connections cannot be listed", {}, error); }
 
+/// For mnl_attr_parse(), with the connection that the attribute describes.
+int readBytes(const nlattr* attribute, void* described) {
+  constexpr std::size_t needed =
+      offsetof(tcp_info, tcpi_bytes_received) + sizeof(tcp_info::tcpi_bytes_received);
+  if (mnl_attr_get_type(attribute) == INET_DIAG_INFO && mnl_attr_get_payload_len(attribute) >= needed) {
+    tcp_info info{};
+    std::memcpy(&info, mnl_attr_get_payload(attribute), needed);
+    auto& connection = *static_cast<Connection*>(described);
+    connection.bytesIn = info.tcpi_bytes_received;
+    connection.bytesOut = info.tcpi_bytes_acked;
+  }
+  return MNL_CB_OK;
+}
+
 void addConnection(const nlmsghdr& message, std::vector<Connection>& connections) {
   if (mnl_nlmsg_get_payload_len(&message) < sizeof(inet_diag_msg)) return;
   Connection connection;
   connection.inode = static_cast<const inet_diag_msg*>(mnl_nlmsg_get_payload(&message))->idiag_inode;
   // No process holds it now.
   if (connection.inode == 0) return;
-  const auto* attribute =
-      static_cast<const nlattr*>(mnl_nlmsg_get_payload_offset(&message, sizeof(inet_diag_msg)));
-  const auto* const end = static_cast<const char*>(mnl_nlmsg_get_payload_tail(&message));
-  for (; mnl_attr_ok(attribute, static_cast<int>(end - reinterpret_cast<const char*>(attribute)));
-       attribute = mnl_attr_next(attribute)) {
-    constexpr std::size_t needed =
-        offsetof(tcp_info, tcpi_bytes_received) + sizeof(tcp_info::tcpi_bytes_received);
-    if (mnl_attr_get_type(attribute) != INET_DIAG_INFO || mnl_attr_get_payload_len(attribute) < needed)
-      continue;
-    tcp_info info{};
-    std::memcpy(&info, mnl_attr_get_payload(attribute), needed);
-    connection.bytesIn = info.tcpi_bytes_received;
-    connection.bytesOut = info.tcpi_bytes_acked;
-  }
+  mnl_attr_parse(&message, sizeof(inet_diag_msg), readBytes, &connection);
   connections.push_back(connection);
 }
 

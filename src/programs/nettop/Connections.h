@@ -21,6 +21,10 @@ struct Connection {
 /// The established ones that have a loopback address at neither end, by rising inode.
 Result<std::vector<Connection>> externalConnections();
 
+/// A message for the kernel's socket diagnostics. It has the kernel choose the connections, so that the
+/// others cost little.
+std::span<const char> connectionsRequest();
+
 /// The progress of the kernel's answer to one request.
 struct AnswerState {
   bool isComplete = false;

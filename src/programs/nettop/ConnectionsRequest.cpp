@@ -1,4 +1,5 @@
-#include "programs/nettop/ConnectionsRequest.h"
+/// The request for the connections.
+#include "programs/nettop/Connections.h"
 
 #include <array>
 #include <cstddef>

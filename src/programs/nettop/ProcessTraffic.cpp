@@ -75,28 +75,6 @@ void forEachDescriptor(const FileDescriptor& folder, const auto& visit) {
   });
 }
 
-/// Empty for a process that has ended or is not accessible. A lack of descriptors or memory is a trouble:
-/// otherwise the list would silently lack processes.
-Result<FileDescriptor> openOfProcess(const FileDescriptor& procfs, int id, std::string_view file, int flags) {
-  std::array<char, 32> path{};
-  std::ranges::copy(file, std::to_chars(path.begin(), path.end(), id).ptr);
-  FileDescriptor opened(openat(procfs.get(), path.data(), flags));
-  if (!opened && (errno == EMFILE || errno == ENFILE || errno == ENOMEM)) {
-    return systemTrouble("the processes cannot be examined", {}, errno);
-  }
-  return opened;
-}
-
-/// Nothing for a process that has ended.
-Result<std::optional<std::string>> processName(const FileDescriptor& procfs, int id) {
-  const Result<FileDescriptor> file = openOfProcess(procfs, id, "/comm", O_RDONLY | O_CLOEXEC);
-  if (!file) return file.error();
-  std::array<char, 64> name;
-  const ssize_t size = *file ? read(file->get(), name.data(), name.size()) : -1;
-  if (size <= 0) return std::optional<std::string>();
-  return std::optional(std::string(name.data(), static_cast<std::size_t>(size - 1)));  // without the line end
-}
-
 class Search {
  public:
   Search(const FileDescriptor& procfs, std::span<const Connection> connections)
@@ -105,31 +83,28 @@ class Search {
         isFound_(connections.size()),
         missing_(connections.size()) {}
 
-  bool isOver() const { return missing_ == 0; }
+  bool isOver() const { return missing_ == 0 || trouble_; }
+  const std::optional<Trouble>& trouble() const { return trouble_; }
 
   /// Nothing for a process that holds none of the connections that are still missing.
-  Result<std::optional<ProcessTraffic>> look(int id) {
-    const Result<FileDescriptor> folder = openOfProcess(procfs_, id, "/fd", kFolder);
-    if (!folder) return folder.error();
+  std::optional<ProcessTraffic> look(int id) {
     std::optional<ProcessTraffic> process;
-    std::optional<Trouble> trouble;
-    if (!*folder) return process;
-    forEachDescriptor(*folder, [&](std::string_view target) {
+    const FileDescriptor folder = open(id, "/fd", kFolder);
+    if (!folder) return process;
+    forEachDescriptor(folder, [&](std::string_view target) {
       const Connection* connection = find(target);
       if (connection == nullptr) return true;
       if (!process) {
-        Result<std::optional<std::string>> name = processName(procfs_, id);
-        if (!name) trouble = name.error();
+        std::optional<std::string> name = nameOf(id);
         // It has just ended; another process may hold its connection too.
-        if (!name || !*name) return false;
-        process = {.id = id, .name = **std::move(name)};
+        if (!name) return false;
+        process = {.id = id, .name = *std::move(name)};
       }
       isFound_[static_cast<std::size_t>(connection - connections_.data())] = true;
       process->bytesIn += connection->bytesIn;
       process->bytesOut += connection->bytesOut;
       return --missing_ > 0;
     });
-    if (trouble) return *trouble;
     return process;
   }
 
@@ -146,10 +121,32 @@ class Search {
     return isFound_[index] ? nullptr : &connections_[index];
   }
 
+  /// Empty for a process that has ended or is not accessible. A lack of descriptors or memory is a trouble:
+  /// otherwise the list would silently lack processes.
+  FileDescriptor open(int id, std::string_view file, int flags) {
+    std::array<char, 32> path{};
+    std::ranges::copy(file, std::to_chars(path.begin(), path.end(), id).ptr);
+    FileDescriptor opened(openat(procfs_.get(), path.data(), flags));
+    if (!opened && (errno == EMFILE || errno == ENFILE || errno == ENOMEM)) {
+      trouble_ = systemTrouble("the processes cannot be examined", {}, errno);
+    }
+    return opened;
+  }
+
+  /// Nothing for a process that has ended.
+  std::optional<std::string> nameOf(int id) {
+    const FileDescriptor file = open(id, "/comm", O_RDONLY | O_CLOEXEC);
+    std::array<char, 64> name;
+    const ssize_t size = file ? read(file.get(), name.data(), name.size()) : -1;
+    if (size <= 0) return std::nullopt;
+    return std::string(name.data(), static_cast<std::size_t>(size - 1));  // without the line end
+  }
+
   const FileDescriptor& procfs_;
   std::span<const Connection> connections_;
   std::vector<bool> isFound_;  // by the same index
   std::size_t missing_;
+  std::optional<Trouble> trouble_;
 };
 
 }  // namespace
@@ -162,10 +159,9 @@ Result<std::vector<ProcessTraffic>> trafficByProcess(const std::filesystem::path
   Search search(procfs, connections);
   for (const int id : processIds(procfs)) {
     if (search.isOver()) break;
-    Result<std::optional<ProcessTraffic>> process = search.look(id);
-    if (!process) return process.error();
-    if (*process) processes.push_back(**std::move(process));
+    if (auto process = search.look(id)) processes.push_back(*std::move(process));
   }
+  if (search.trouble()) return *search.trouble();
   return processes;
 }
 

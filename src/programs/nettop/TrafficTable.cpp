@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdio>
 #include <ctime>
+#include <utility>
 #include <vector>
 
 namespace quorlin {
@@ -23,24 +24,21 @@ std::size_t width(std::string_view text) {
 /// By Unicode 15's White_Space and general category Cc, the invisible characters near them, and what stands
 /// for a byte that is not UTF-8.
 bool mayNotShow(char32_t character) {
-  struct Range {
-    char32_t first;
-    char32_t last;
-  };
-  constexpr std::array<Range, 12> ranges = {{{0, 0x20},
-                                             {0x7F, 0xA0},
-                                             {0xAD, 0xAD},
-                                             {0x61C, 0x61C},
-                                             {0x1680, 0x1680},
-                                             {0x2000, 0x200F},
-                                             {0x2028, 0x202F},
-                                             {0x205F, 0x206F},
-                                             {0x3000, 0x3000},
-                                             {0xFEFF, 0xFEFF},
-                                             {0xFFFD, 0xFFFD},
-                                             {0xE0000, 0xE007F}}};
+  using Range = std::pair<char32_t, char32_t>;
+  constexpr auto ranges = std::to_array<Range>({{0, 0x20},
+                                                {0x7F, 0xA0},
+                                                {0xAD, 0xAD},
+                                                {0x61C, 0x61C},
+                                                {0x1680, 0x1680},
+                                                {0x2000, 0x200F},
+                                                {0x2028, 0x202F},
+                                                {0x205F, 0x206F},
+                                                {0x3000, 0x3000},
+                                                {0xFEFF, 0xFEFF},
+                                                {0xFFFD, 0xFFFD},
+                                                {0xE0000, 0xE007F}});
   return std::ranges::any_of(
-      ranges, [=](const Range& range) { return range.first <= character && character <= range.last; });
+      ranges, [=](const Range& range) { return range.first <= character && character <= range.second; });
 }
 
 std::string timeStamp(std::chrono::system_clock::time_point time) {

@@ -36,10 +36,6 @@ std::string chipOf(const std::string& compatible) {
   return other != names.end() ? *other : names[names.size() > 1 ? 1 : 0];
 }
 
-struct PlistFree {
-  void operator()(void* node) const { plist_free(node); }
-};
-
 void addText(plist_t dictionary, const std::string& key, const std::string& text) {
   if (!text.empty()) plist_dict_set_item(dictionary, key.c_str(), plist_new_string(text.c_str()));
 }
@@ -56,7 +52,7 @@ Processor processorOf(const SystemRoots& roots) {
 }
 
 std::string hardwareProfile(const SystemRoots& roots) {
-  const std::unique_ptr<void, PlistFree> profile(plist_new_array());
+  const std::unique_ptr<void, decltype(&plist_free)> profile(plist_new_array(), plist_free);
   plist_t hardware = plist_new_dict();
   plist_array_append_item(profile.get(), hardware);
   addText(hardware, "_dataType", "SPHardwareDataType");

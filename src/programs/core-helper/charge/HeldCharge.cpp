@@ -42,11 +42,6 @@ std::optional<Trouble> createFile(const std::filesystem::path& path, std::string
   return std::nullopt;
 }
 
-void syncFolder(const std::filesystem::path& folder) {
-  const FileDescriptor directory(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (directory) fsync(directory.get());
-}
-
 }  // namespace
 
 std::vector<FormerValue> parseFormerValues(std::string_view text) {
@@ -90,18 +85,15 @@ std::optional<Trouble> HeldCharge::remember(const std::string& battery, std::str
     return Trouble{.what = filledIn("{} is \"{}\", which could not be restored",
                                     {attribute, displayText(value.value_or(""))})};
   }
-  const std::vector<FormerValue> before = values_;
-  const bool wasStored = std::exchange(isStored_, false);
+  const HeldCharge before = *this;
+  isStored_ = false;
   if (known != values_.end()) {
     known->ours.clear();
   } else {
     values_.push_back({battery, std::string(attribute), *value, {}});
   }
   std::optional<Trouble> trouble = store();
-  if (trouble) {
-    values_ = before;
-    isStored_ = wasStored;
-  }
+  if (trouble) *this = before;
   return trouble;
 }
 
@@ -143,7 +135,8 @@ std::optional<Trouble> HeldCharge::store() {
       return trouble;
     }
   }
-  syncFolder(folder);
+  const FileDescriptor directory(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (directory) fsync(directory.get());
   isStored_ = true;
   return std::nullopt;
 }

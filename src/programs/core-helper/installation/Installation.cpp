@@ -76,15 +76,11 @@ class StagedFile {
       throw InstallationError({.what = "{} is not a regular file", .where = path_});
     }
   }
-  StagedFile(const StagedFile&) = delete;
-  StagedFile& operator=(const StagedFile&) = delete;
   ~StagedFile() {
-    if (placed_ && !kept_) {
-      if (replaces_) {
-        renameat(folder_.get(), previousName(name_).c_str(), folder_.get(), name_.c_str());
-      } else {
-        unlinkat(folder_.get(), name_.c_str(), 0);
-      }
+    if (isRevocable_ && replaces_) {
+      renameat(folder_.get(), previousName(name_).c_str(), folder_.get(), name_.c_str());
+    } else if (isRevocable_) {
+      unlinkat(folder_.get(), name_.c_str(), 0);
     }
     for (const std::string& leftover : {stagedName(name_), previousName(name_)}) {
       unlinkat(folder_.get(), leftover.c_str(), 0);
@@ -112,11 +108,11 @@ class StagedFile {
       fail(errno);
     }
     if (renameat(folder_.get(), stagedName(name_).c_str(), folder_.get(), name_.c_str()) != 0) fail(errno);
-    placed_ = true;
+    isRevocable_ = true;
     if (fsync(folder_.get()) != 0) fail(errno);
   }
 
-  void keep() { kept_ = true; }
+  void keep() { isRevocable_ = false; }
 
  private:
   [[noreturn]] void fail(int error) const {
@@ -127,8 +123,7 @@ class StagedFile {
   std::filesystem::path path_;
   std::string name_;
   bool replaces_ = false;
-  bool placed_ = false;
-  bool kept_ = false;
+  bool isRevocable_ = false;  // in its place, and not kept yet
 };
 
 std::string contentsOf(const std::filesystem::path& path) {
@@ -218,10 +213,6 @@ void stopService() {
   } else {
     std::fprintf(stderr, "%s\n", child.error().text().c_str());
   }
-}
-
-void requireRoot() {
-  if (geteuid() != 0) throw InstallationError("only root can do this; run the command with pkexec");
 }
 
 }  // namespace quorlin

@@ -24,7 +24,4 @@ void reloadServices();
 /// failure is a line on the error stream.
 void stopService();
 
-/// Throws InstallationError unless the program runs as root.
-void requireRoot();
-
 }  // namespace quorlin

@@ -12,25 +12,20 @@
 #include <sys/stat.h>
 
 namespace quorlin {
-namespace {
-
-[[noreturn]] void fail(const char* what, const std::filesystem::path& path, int error) {
-  throw InstallationError(systemTrouble(what, path, error));
-}
-
-}  // namespace
 
 void markForRemoval(const Setup& setup) {
   // The unit has made the folder; without a unit it may be absent.
   mkdir(setup.stateFolder.c_str(), S_IRWXU);
   const FileDescriptor mark(
       open(setup.removalMark().c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
-  if (!mark) fail("{} cannot be written", setup.removalMark(), errno);
+  if (!mark) throw InstallationError(systemTrouble("{} cannot be written", setup.removalMark(), errno));
 }
 
 void keepInstalled(const Setup& setup) {
   const std::filesystem::path mark = setup.removalMark();
-  if (unlink(mark.c_str()) != 0 && errno != ENOENT) fail("{} cannot be removed", mark, errno);
+  if (unlink(mark.c_str()) != 0 && errno != ENOENT) {
+    throw InstallationError(systemTrouble("{} cannot be removed", mark, errno));
+  }
 }
 
 FileDescriptor lockInstallation(const Setup& setup, bool makesFolder) {
@@ -39,12 +34,14 @@ FileDescriptor lockInstallation(const Setup& setup, bool makesFolder) {
   struct stat present {};
   FileDescriptor folder;
   do {
-    if (makesFolder && mkdir(path, S_IRWXU) != 0 && errno != EEXIST) fail("{} cannot be made", path, errno);
+    if (makesFolder && mkdir(path, S_IRWXU) != 0 && errno != EEXIST) {
+      throw InstallationError(systemTrouble("{} cannot be made", path, errno));
+    }
     folder = FileDescriptor(open(path, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (!folder && errno == ENOENT && !makesFolder) return folder;
     if (!folder && errno == ENOENT) continue;
     if (!folder || flock(folder.get(), LOCK_EX) != 0 || fstat(folder.get(), &locked) != 0) {
-      fail("{} cannot be locked", path, errno);
+      throw InstallationError(systemTrouble("{} cannot be locked", path, errno));
     }
     // After waiting for a removal, the locked folder is no longer the one at the path.
   } while (!folder || lstat(path, &present) != 0 || present.st_dev != locked.st_dev ||

@@ -16,7 +16,7 @@ namespace quorlin {
 struct PowerCounters {
   std::chrono::steady_clock::time_point time;
   std::vector<EnergyCounter> processor;
-  std::vector<GraphicsCounter> graphics;
+  std::vector<EnergyCounter> graphics;
   std::vector<ThrottleCounter> throttling;
 };
 

@@ -41,9 +41,9 @@ std::vector<EnergyCounter> readProcessorEnergy(const std::filesystem::path& sysf
   return counters;
 }
 
-std::vector<GraphicsCounter> readGraphicsEnergy(const std::filesystem::path& sysfsRoot) {
+std::vector<EnergyCounter> readGraphicsEnergy(const std::filesystem::path& sysfsRoot) {
   const std::filesystem::path folder = sysfsRoot / "class/hwmon";
-  std::vector<GraphicsCounter> counters;
+  std::vector<EnergyCounter> counters;
   std::map<std::string, int> chipsOf;
   for (std::string& id : namesIn(folder.string()).value_or({})) {
     const std::filesystem::path chip = folder / id;
@@ -57,10 +57,9 @@ std::vector<GraphicsCounter> readGraphicsEnergy(const std::filesystem::path& sys
     // Units: Documentation/hwmon/sysfs-interface.rst.
     std::optional<std::uint64_t> power = readCounter(chip / "power1_average");
     if (!power) power = readCounter(chip / "power1_input");
-    counters.push_back({.energy = {.id = std::move(id),
-                                   .name = std::move(name),
-                                   .microjoules = readCounter(chip / "energy1_input"),
-                                   .range = 0},
+    counters.push_back({.id = std::move(id),
+                        .name = std::move(name),
+                        .microjoules = readCounter(chip / "energy1_input"),
                         .microwatts = power});
   }
   return counters;

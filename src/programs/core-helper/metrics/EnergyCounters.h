@@ -20,12 +20,8 @@ struct EnergyCounter {
   std::optional<std::uint64_t> microjoules;
   /// The value at which it wraps around to 0; 0 when it never does.
   std::uint64_t range = 0;
-};
-
-/// Drivers of graphics chips report energy or power.
-struct GraphicsCounter {
-  EnergyCounter energy;
-  std::optional<std::uint64_t> microwatts;
+  /// Of graphics chips, whose drivers report energy or power.
+  std::optional<std::uint64_t> microwatts = std::nullopt;
 };
 
 /// The zones of the running average power limit, RAPL (Documentation/power/powercap/powercap.rst). AMD's
@@ -33,9 +29,9 @@ struct GraphicsCounter {
 std::vector<EnergyCounter> readProcessorEnergy(const std::filesystem::path& sysfsRoot);
 
 /// The graphics chips that are awake.
-std::vector<GraphicsCounter> readGraphicsEnergy(const std::filesystem::path& sysfsRoot);
+std::vector<EnergyCounter> readGraphicsEnergy(const std::filesystem::path& sysfsRoot);
 
-/// The mean power between two readings of one counter; nothing when it cannot be derived from them.
+/// The mean power between two readings of one counter's energy; nothing when it cannot be derived from them.
 std::optional<double> wattsBetween(const EnergyCounter& before, const EnergyCounter& after,
                                    std::chrono::nanoseconds elapsed);
 

@@ -15,17 +15,6 @@ bool isProcessor(std::string_view name) {
          name.find_first_not_of("0123456789", 3) == std::string_view::npos;
 }
 
-void raise(std::optional<std::uint64_t>& most, std::optional<std::uint64_t> count) {
-  if (count) most = std::max(most.value_or(0), *count);
-}
-
-/// Raises the maximum to the increase between two readings.
-void raise(ThrottleCounter::Counts& most, const ThrottleCounter::Counts& before,
-           const ThrottleCounter::Counts& after) {
-  raise(most.events, risenBy(before.events, after.events));
-  raise(most.milliseconds, risenBy(before.milliseconds, after.milliseconds));
-}
-
 }  // namespace
 
 std::vector<ThrottleCounter> readThrottling(const std::filesystem::path& sysfsRoot) {
@@ -50,19 +39,22 @@ std::vector<ThrottleCounter> readThrottling(const std::filesystem::path& sysfsRo
 
 Throttling throttlingBetween(const std::vector<ThrottleCounter>& before,
                              const std::vector<ThrottleCounter>& after, std::chrono::nanoseconds elapsed) {
-  std::map<std::string, ThrottleCounter::Counts> packages;
+  // A count is greater than none.
+  std::map<std::string, std::optional<std::uint64_t>> eventsOf;
+  std::optional<std::uint64_t> longest;
   for (const ThrottleCounter& now : after) {
     const auto then = std::ranges::find(before, now.processor, &ThrottleCounter::processor);
     if (then == before.end()) continue;
-    ThrottleCounter::Counts& package = packages[now.package];
-    raise(package, then->ofCore, now.ofCore);
-    raise(package, then->ofPackage, now.ofPackage);
+    for (const auto of : {&ThrottleCounter::ofCore, &ThrottleCounter::ofPackage}) {
+      const ThrottleCounter::Counts& first = (*then).*of;
+      const ThrottleCounter::Counts& last = now.*of;
+      eventsOf[now.package] = std::max(eventsOf[now.package], risenBy(first.events, last.events));
+      longest = std::max(longest, risenBy(first.milliseconds, last.milliseconds));
+    }
   }
   Throttling throttling;
-  std::optional<std::uint64_t> longest;
-  for (const auto& [name, package] : packages) {
-    if (package.events) throttling.events = throttling.events.value_or(0) + *package.events;
-    raise(longest, package.milliseconds);
+  for (const auto& [package, events] : eventsOf) {
+    if (events) throttling.events = throttling.events.value_or(0) + *events;
   }
   // The kernel adds the time when a throttling ends, so it may exceed the elapsed time.
   const auto total = std::chrono::duration<double, std::milli>(elapsed).count();

@@ -24,8 +24,6 @@ class AuthorizationCheck {
   AuthorizationCheck(sd_bus* bus, const std::string& caller, const char* action, bool interactive,
                      std::chrono::microseconds patience, Answer answer);
   ~AuthorizationCheck();
-  AuthorizationCheck(const AuthorizationCheck&) = delete;
-  AuthorizationCheck& operator=(const AuthorizationCheck&) = delete;
 
  private:
   static int answered(sd_bus_message* reply, void* userdata, sd_bus_error* error);

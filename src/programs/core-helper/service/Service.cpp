@@ -98,7 +98,11 @@ struct Service::Methods {
   }
 
   static int sleepChanged(sd_bus_message* message, void* userdata, sd_bus_error* /*error*/) {
-    static_cast<Service*>(userdata)->resumed(message);
+    auto* const service = static_cast<Service*>(userdata);
+    int asleep = 1;
+    const bool isAwake = sd_bus_message_read_basic(message, 'b', &asleep) > 0 && asleep == 0;
+    // A firmware may have forgotten the hold.
+    if (isAwake && service->holder_) service->charge_.hold();
     return 0;
   }
 };
@@ -140,8 +144,6 @@ Service::Service(const Setup& setup) : setup_(setup), charge_(setup.sysfsRoot, s
   if (charge_.hasHeld()) releaseCharge("the charge is released because the helper that held it ended: {}");
 }
 
-Service::~Service() = default;
-
 void Service::run() {
   const int result = sd_event_loop(event_.get());
   if (holder_) releaseCharge("the charge is released because the helper is stopping: {}");
@@ -169,43 +171,30 @@ int Service::take(Method method, sd_bus_message* message, sd_bus_error* error) {
     return sd_bus_error_set(error, SD_BUS_ERROR_LIMITS_EXCEEDED, kTooManyCalls);
   }
 
-  const auto self = calls_.insert(calls_.end(), Call{.service = *this,
-                                                     .request = *request,
-                                                     .message = BusMessage(sd_bus_message_ref(message)),
-                                                     .caller = caller,
-                                                     .user = user,
-                                                     .callerOnBus = nullptr,
-                                                     .authorization = nullptr,
-                                                     .before = {},
-                                                     .interval = nullptr,
-                                                     .self = {}});
-  self->self = self;
-  self->callerOnBus = trackCaller(self->caller, Methods::callerGone, &*self);
-  if (!self->callerOnBus) {
-    refuse(*self, kCallerGone);
+  Call& call = calls_.emplace_back(Call{.service = *this,
+                                        .request = *request,
+                                        .message = BusMessage(sd_bus_message_ref(message)),
+                                        .caller = caller,
+                                        .user = user});
+  call.callerOnBus = trackCaller(call.caller, Methods::callerGone, &call);
+  if (!call.callerOnBus) {
+    refuse(call, kCallerGone);
     return 1;
   }
   const bool interactive = sd_bus_message_get_allow_interactive_authorization(message) > 0;
   try {
-    self->authorization = std::make_unique<AuthorizationCheck>(
-        bus_.get(), self->caller, actionOf(method), interactive,
+    call.authorization = std::make_unique<AuthorizationCheck>(
+        bus_.get(), call.caller, actionOf(method), interactive,
         interactive ? setup_.patienceWithPerson : setup_.patience,
-        [this, call = &*self](const std::optional<Trouble>& refusal) { decided(*call, refusal); });
+        [this, &call](const std::optional<Trouble>& refusal) { decided(call, refusal); });
   } catch (const BusError& failure) {
-    decided(*self, Trouble{.what = failure.what()});
+    decided(call, Trouble{.what = failure.what()});
   }
   return 1;
 }
 
 void Service::decided(Call& call, const std::optional<Trouble>& refusal) {
-  if (refusal) {
-    refuse(call, {SD_BUS_ERROR_ACCESS_DENIED, refusal->text()});
-  } else {
-    perform(call);
-  }
-}
-
-void Service::perform(Call& call) {
+  if (refusal) return refuse(call, {SD_BUS_ERROR_ACCESS_DENIED, refusal->text()});
   switch (call.request.method) {
     case Method::ConnectWithEndpoint: {
       const char* name = nullptr;
@@ -261,19 +250,15 @@ void Service::startMeasuring(Call& call) {
   sd_event_source* interval = nullptr;
   const int result = sd_event_add_time_relative(event_.get(), &interval, CLOCK_MONOTONIC,
                                                 microseconds(request.interval), 0, Methods::measured, &call);
-  if (result < 0) {
-    refuse(call, {SD_BUS_ERROR_FAILED, errorText(-result)});
-  } else {
-    call.interval.reset(interval);
-  }
+  if (result < 0) return refuse(call, {SD_BUS_ERROR_FAILED, errorText(-result)});
+  call.interval.reset(interval);
 }
 
 void Service::uninstall(Call& call) {
   try {
     markForRemoval(setup_);
   } catch (const InstallationError& error) {
-    refuse(call, {SD_BUS_ERROR_FAILED, error.what()});
-    return;
+    return refuse(call, {SD_BUS_ERROR_FAILED, error.what()});
   }
   log(filledIn("{} of user {} asked to remove the helper", {call.caller, std::to_string(call.user)}));
   answer(call, "The core helper is being removed.");
@@ -292,7 +277,7 @@ void Service::refuse(Call& call, const Refusal& refusal) {
 }
 
 void Service::finish(Call& call) {
-  calls_.erase(call.self);
+  calls_.remove_if([&call](const Call& other) { return &other == &call; });
   if (leaving_ && calls_.empty()) sd_event_exit(event_.get(), 0);
 }
 
@@ -308,12 +293,6 @@ void Service::releaseCharge(const char* sentence) {
   holder_.reset();
   log(filledIn(sentence, {charge_.release().text}));
   lastLogged_.clear();
-}
-
-void Service::resumed(sd_bus_message* message) {
-  int asleep = 1;
-  // A firmware may have forgotten the hold.
-  if (sd_bus_message_read_basic(message, 'b', &asleep) > 0 && asleep == 0 && holder_) charge_.hold();
 }
 
 void Service::takeWaitingMessages() {

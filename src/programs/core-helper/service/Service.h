@@ -28,9 +28,7 @@ class Service {
  public:
   /// Connects to the system bus and takes the helper's name. Throws BusError.
   explicit Service(const Setup& setup);
-  ~Service();
   Service(const Service&) = delete;
-  Service& operator=(const Service&) = delete;
 
   /// Returns when the helper is idle or has received SIGTERM; a hold is released by then. Throws BusError,
   /// also when the bus has gone away.
@@ -45,17 +43,15 @@ class Service {
     Request request;
     BusMessage message;
     std::string caller;
-    uid_t user = 0;
-    BusTrack callerOnBus;
-    std::unique_ptr<AuthorizationCheck> authorization;
-    PowerCounters before;
-    EventSource interval;
-    std::list<Call>::iterator self;
+    uid_t user;
+    BusTrack callerOnBus = nullptr;
+    std::unique_ptr<AuthorizationCheck> authorization = nullptr;
+    PowerCounters before = {};
+    EventSource interval = nullptr;
   };
 
   int take(Method method, sd_bus_message* message, sd_bus_error* error);
   void decided(Call& call, const std::optional<Trouble>& refusal);
-  void perform(Call& call);
   void limitCharge(Call& call);
   void startMeasuring(Call& call);
   void uninstall(Call& call);
@@ -65,7 +61,6 @@ class Service {
 
   BusTrack trackCaller(const std::string& caller, sd_bus_track_handler_t gone, void* userdata) const;
   void releaseCharge(const char* sentence);
-  void resumed(sd_bus_message* message);
   void takeWaitingMessages();
   void restartIdleTime();
   void leaveIfIdle();
