@@ -7,6 +7,16 @@
 #include <utility>
 
 namespace quorlin {
+namespace {
+
+/// Stays in release builds: the connection's owner is not safe on two threads.
+void assertMainThread(const RunLoop& runLoop) {
+  if (runLoop.isMainThread()) return;
+  std::fputs("AppDelegate: assertion failed: [NSThread isMainThread]\n", stderr);
+  std::abort();
+}
+
+}  // namespace
 
 void HelperClient::createAuthorization() {
   authRef_ = jobBlessing_.createAuthorization();
@@ -20,22 +30,29 @@ bool HelperClient::install() {
 }
 
 void HelperClient::getVersion(const Completion& completion) {
-  connectToHelperTool().getVersion(replyTo(completion), failureTo(completion));
+  connectAndExecuteCommandBlock([&](HelperToolConnection& connection) {
+    connection.getVersion(replyTo(completion), failureTo(completion));
+  });
 }
 
 void HelperClient::getCoreMetrics(const std::string& key, const Completion& completion) {
-  connectToHelperTool().getCoreMetrics(key,
-                                       {"--samplers", "cpu_power,gpu_power,ane_power,thermal", "-i", "1000"},
-                                       replyTo(completion), failureTo(completion));
+  connectAndExecuteCommandBlock([&](HelperToolConnection& connection) {
+    connection.getCoreMetrics(key, {"--samplers", "cpu_power,gpu_power,ane_power,thermal", "-i", "1000"},
+                              replyTo(completion), failureTo(completion));
+  });
 }
 
 void HelperClient::limitCharge(const std::string& key, bool mode, const Completion& completion) {
-  connectToHelperTool().limitCharge(key, mode, replyTo(completion), failureTo(completion));
+  connectAndExecuteCommandBlock([&](HelperToolConnection& connection) {
+    connection.limitCharge(key, mode, replyTo(completion), failureTo(completion));
+  });
 }
 
 void HelperClient::uninstall(const std::string& key) {
-  connectToHelperTool().uninstallHelper(
-      key, [](const std::string&) {}, [] {});
+  connectAndExecuteCommandBlock([&](HelperToolConnection& connection) {
+    connection.uninstallHelper(
+        key, [](const std::string&) {}, [] {});
+  });
 }
 
 HelperToolConnection::StringReply HelperClient::replyTo(const Completion& completion) const {
@@ -50,13 +67,9 @@ HelperToolConnection::ErrorHandler HelperClient::failureTo(const Completion& com
   };
 }
 
-HelperToolConnection& HelperClient::connectToHelperTool() {
-  // Stays in release builds: the connection's owner is not safe on two threads.
-  if (!runLoop_.isMainThread()) {
-    std::fputs("AppDelegate: assertion failed: [NSThread isMainThread]\n", stderr);
-    std::abort();
-  }
-  if (helperToolConnection_) return *helperToolConnection_;
+void HelperClient::connectToHelperTool() {
+  assertMainThread(runLoop_);
+  if (helperToolConnection_) return;
   helperToolConnection_ = helperService_.makeConnection(kHelperLabel);
   helperToolConnection_->setInvalidationHandler([this] {
     runLoop_.performOnMainThread([this] {
@@ -65,7 +78,12 @@ HelperToolConnection& HelperClient::connectToHelperTool() {
     });
   });
   helperToolConnection_->resume();
-  return *helperToolConnection_;
+}
+
+void HelperClient::connectAndExecuteCommandBlock(const std::function<void(HelperToolConnection&)>& command) {
+  assertMainThread(runLoop_);
+  connectToHelperTool();
+  command(*helperToolConnection_);
 }
 
 }  // namespace quorlin

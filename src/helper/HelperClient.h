@@ -39,7 +39,8 @@ class HelperClient {
  private:
   HelperToolConnection::StringReply replyTo(const Completion& completion) const;
   HelperToolConnection::ErrorHandler failureTo(const Completion& completion) const;
-  HelperToolConnection& connectToHelperTool();
+  void connectToHelperTool();
+  void connectAndExecuteCommandBlock(const std::function<void(HelperToolConnection&)>& command);
 
   HelperService& helperService_;
   JobBlessing& jobBlessing_;
