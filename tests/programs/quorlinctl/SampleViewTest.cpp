@@ -126,15 +126,15 @@ TEST(ReadingBlocks, NameTheBatteryByWhatBecomesOfIt) {
   }
 }
 
-TEST(ReadingBlocks, ShareATitleAndKeepTheirOrder) {
+TEST(ReadingBlocks, OfOnePartAreOneAndKeepTheirOrder) {
   Sample sample;
   sample.readings[SensorKind::Temperature] = {
       {"power_supply/bat0", "BAT0", 30}, {"spd5118/temp1", "", 35}, {"coretemp/temp1", "Core 0", 40}};
   sample.readings[SensorKind::Fan] = {{"board/fan1", "Rear", 812}};
   std::vector<ReadingBlock> blocks = sensorBlocks(sample);
-  insertBehind(blocks, "Processor", batteryBlock({kCharging, 50}, std::nullopt));
-  insertBehind(blocks, "Processor", powerBlock("CPU Power: 1 W"));
-  insertBehind(blocks, "Processor", powerBlock(""));
+  insertAfterProcessor(blocks, batteryBlock({kCharging, 50}, std::nullopt));
+  insertAfterProcessor(blocks, powerBlock("CPU Power: 1 W"));
+  insertAfterProcessor(blocks, powerBlock(""));
   std::vector<std::string> titles;
   for (const ReadingBlock& block : blocks) titles.push_back(block.title);
   EXPECT_THAT(titles, ElementsAre("Processor", "Power", "Battery", "Fans", "Memory"));

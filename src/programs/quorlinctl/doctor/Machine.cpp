@@ -18,11 +18,11 @@ std::optional<std::string> signOfVirtualMachine(const SystemRoots& roots) {
       "QEMU",  "KVM",       "VMware",          "VirtualBox", "Xen",
       "Bochs", "Parallels", "Virtual Machine", "HVM domU",   "Compute Engine"};
   const std::string flags = " " + processorField(roots.procfs, "flags") + " ";
-  if (flags.find(" hypervisor ") != std::string::npos) return "the processor has the flag hypervisor";
+  if (flags.find(" hypervisor ") != std::string::npos) return "The processor has the flag hypervisor.";
   for (const char* const entry : {"product_name", "sys_vendor"}) {
     const std::string text = textIn(roots.sysfs / "class/dmi/id" / entry);
     if (std::ranges::any_of(words, [&](auto word) { return text.find(word) != std::string::npos; })) {
-      return fmt::format("its {} is {}", entry, text);
+      return fmt::format("The file {} contains {}.", entry, text);
     }
   }
   return std::nullopt;

@@ -16,7 +16,7 @@ Finding checkMachine(const SystemRoots& roots) {
   const std::optional<std::string> sign = signOfVirtualMachine(roots);
   if (!sign) return {CheckState::Ok, "This is a real machine."};
   return {CheckState::Note,
-          fmt::format("This is a virtual machine ({}), so it has no sensors of its own.", *sign)};
+          fmt::format("This is a virtual machine, which has no sensors of its own. {}", *sign)};
 }
 
 Finding checkProcessor() {

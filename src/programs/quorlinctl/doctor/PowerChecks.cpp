@@ -12,24 +12,30 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <utility>
 
 #include <fmt/format.h>
 
 namespace quorlin {
 namespace {
 
-/// "BAT0 is at 63 % and charging.", with the charge as the agent calculates it.
+/// The charge as the agent calculates it, and what the driver says.
 std::string stateOf(const std::filesystem::path& battery,
                     const std::optional<PowerSourceDescription>& source) {
+  constexpr std::array<std::pair<std::string_view, const char*>, 4> sentences = {
+      {{"Charging", "{} is charging."},
+       {"Discharging", "{} is discharging."},
+       {"Not charging", "{} is not charging."},
+       {"Full", "{} is full."}}};
   const std::string name = displayText(battery.filename().native());
   const std::int32_t percent = batteryInfo({{source}}, PowerSources::kTimeRemainingUnknown)[1];
-  std::string status = displayText(supplyText(battery, "status"));
-  if (!status.empty() && status.front() >= 'A' && status.front() <= 'Z') status.front() += 'a' - 'A';
-  if (status == "unknown") status.clear();
-  if (percent == 0 && status.empty()) return fmt::format("The charge and the state of {} are unknown.", name);
-  if (percent == 0) return fmt::format("{} is {}; its charge is unknown.", name, status);
-  if (status.empty()) return fmt::format("{} is at {} %; its state is unknown.", name, percent);
-  return fmt::format("{} is at {} % and {}.", name, percent, status);
+  const std::string charge = percent == 0 ? fmt::format("The charge of {} is unknown.", name)
+                                          : fmt::format("The charge of {} is {} %.", name, percent);
+  const auto* const state =
+      std::ranges::find(sentences, supplyText(battery, "status"), &decltype(sentences)::value_type::first);
+  return fmt::format("{} {}", charge,
+                     state == sentences.end() ? fmt::format("The state of {} is unknown.", name)
+                                              : fmt::format(fmt::runtime(state->second), name));
 }
 
 }  // namespace
@@ -73,7 +79,7 @@ Finding checkChargeControl(const SystemRoots& roots) {
     entries.push_back(control.empty() ? fmt::format("The driver of {} cannot stop charging.", name)
                                       : fmt::format("The charge of {} can be held with {}.", name, control));
   }
-  if (entries.empty()) return {CheckState::Ok, "There is no battery whose charge could be held."};
+  if (entries.empty()) return {CheckState::Ok, "This computer has no battery."};
   const std::string text = fmt::format("{}", fmt::join(entries, " "));
   if (canHoldAll) return {CheckState::Ok, text};
   return {CheckState::Note, text,

@@ -17,7 +17,7 @@ Finding checkProgram(std::string_view program, std::string_view package, std::st
       return {CheckState::Ok, fmt::format("{} is installed as {}.", program, path)};
     }
   }
-  return {CheckState::Missing, fmt::format("{} is not in {}.", program, folders),
+  return {CheckState::Missing, fmt::format("The folders {} do not contain {}.", folders, program),
           fmt::format("Install it with 'sudo apt install {}'.", package)};
 }
 
@@ -30,7 +30,7 @@ Finding checkNetTop() {
   LinuxTaskLauncher launcher;
   const std::optional<Data> output = outputOfNetTop(launcher);
   if (output && !output->empty()) return {CheckState::Ok, "nettop lists the connections of applications."};
-  return {CheckState::Missing, "nettop fails; its reason is on the error stream.",
+  return {CheckState::Missing, "nettop failed; the error stream shows why.",
           "If the kernel does not list its connections, run 'sudo modprobe tcp_diag'."};
 }
 

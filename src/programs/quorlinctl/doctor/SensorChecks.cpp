@@ -37,7 +37,9 @@ Finding checkSensors(const SystemRoots& roots) {
   }
   std::vector<std::string> found;
   found.reserve(kSensorKinds.size());
-  for (const SensorKindRow& kind : kSensorKinds) found.push_back(countText(kind, counts[kind.kind]));
+  for (const SensorKindRow& kind : kSensorKinds) {
+    if (counts[kind.kind] > 0) found.push_back(countText(kind, counts[kind.kind]));
+  }
   const std::string list = fmt::format("{}", fmt::join(found, ", "));
   if (chips.size() == 1) return {CheckState::Ok, fmt::format("The agent finds 1 chip with {}.", list)};
   if (!chips.empty()) {

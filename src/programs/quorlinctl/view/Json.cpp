@@ -66,8 +66,7 @@ ordered_json jsonOf(const PropertyList& value) { return std::visit(Converter(), 
 std::string jsonLineOf(const Notification& notification, const std::optional<Battery>& battery) {
   ordered_json json;
   json["name"] = withoutMalformedUtf8(notification.name);
-  json["object"] = nullptr;
-  if (notification.object) json["object"] = withoutMalformedUtf8(*notification.object);
+  json["object"] = notification.object ? ordered_json(withoutMalformedUtf8(*notification.object)) : nullptr;
   json["userInfo"] = jsonOf(notification.userInfo);
   if (battery) {
     json["battery"]["state"] = wordOf(battery->state);

@@ -85,9 +85,13 @@ std::vector<NetworkApplication> networkApplicationsOf(
 
 std::vector<std::string> renderApplications(const std::vector<NetworkApplication>& applications, int columns,
                                             Appearance appearance) {
-  if (applications.empty())
-    return {"The list is empty: no application has a connection over an external interface,",
-            "or nettop fails; quorlinctl doctor says which."};
+  if (applications.empty()) {
+    const auto lines = linesOf(
+        "The list is empty: no application has a connection over an external interface, or nettop fails; "
+        "quorlinctl doctor says which.",
+        std::min(columns, kWidest), appearance.charset);
+    return {lines.begin(), lines.end()};
+  }
   std::vector<std::string> lines = {
       row(columns, appearance, Tone::Heading, "Application", "Process", "Received", "Sent")};
   for (const NetworkApplication& application : applications) {

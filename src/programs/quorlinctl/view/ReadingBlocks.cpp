@@ -50,11 +50,12 @@ std::vector<ReadingBlock> sensorBlocks(const Sample& sample) {
   std::vector<ReadingBlock> blocks;
   for (const ReadingGroup& group : groupTemperatures(sample.readings[SensorKind::Temperature])) {
     blocks.push_back(blockOf(group.title, SensorKind::Temperature, group.readings));
+    blocks.back().part = group.part;
   }
   // The other kinds come before the other temperatures, which may not fit a small terminal.
   std::for_each(kSensorKinds.rbegin(), kSensorKinds.rend(), [&](const SensorKindRow& row) {
     if (row.kind == SensorKind::Temperature) return;
-    insertBehind(blocks, "Processor", blockOf(row.title, row.kind, sample.readings[row.kind]));
+    insertAfterProcessor(blocks, blockOf(row.title, row.kind, sample.readings[row.kind]));
   });
   return blocks;
 }
@@ -73,7 +74,7 @@ ReadingBlock powerBlock(std::string_view metrics) {
 }
 
 ReadingBlock batteryBlock(const Battery& battery, std::optional<std::int64_t> limit) {
-  ReadingBlock block{.title = "Battery"};
+  ReadingBlock block{.title = "Battery", .part = PartOfMachine::Battery};
   if (battery.state == kNoBattery) return block;
   if (limit && (*limit < 1 || *limit >= kFull)) limit.reset();
   ReadingRow charge{.label = labelOf(battery, limit), .value = percentText(battery.percent)};
@@ -90,13 +91,14 @@ ReadingBlock batteryBlock(const Battery& battery, std::optional<std::int64_t> li
   return block;
 }
 
-void insertBehind(std::vector<ReadingBlock>& blocks, std::string_view title, ReadingBlock block) {
+void insertAfterProcessor(std::vector<ReadingBlock>& blocks, ReadingBlock block) {
   if (block.rows.empty()) return;
-  if (const auto same = std::ranges::find(blocks, block.title, &ReadingBlock::title); same != blocks.end()) {
+  const auto same = std::ranges::find(blocks, block.part, &ReadingBlock::part);
+  if (block.part && same != blocks.end()) {
     std::ranges::move(same->rows, std::back_inserter(block.rows));
     blocks.erase(same);
   }
-  const auto before = std::ranges::find(blocks, title, &ReadingBlock::title);
+  const auto before = std::ranges::find(blocks, PartOfMachine::Processor, &ReadingBlock::part);
   blocks.insert(before == blocks.end() ? blocks.begin() : before + 1, std::move(block));
 }
 

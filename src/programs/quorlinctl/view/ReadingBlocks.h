@@ -1,6 +1,7 @@
 /// The content of a view's columns: blocks of readings, each with a label, perhaps a bar, and a value.
 #pragma once
 
+#include "platform/linux/sensors/Drivers.h"
 #include "programs/quorlinctl/terminal/StyledLine.h"
 #include "programs/quorlinctl/view/Battery.h"
 #include "programs/quorlinctl/view/Sample.h"
@@ -17,6 +18,8 @@ struct ReadingRow {
 
 struct ReadingBlock {
   std::string title;
+  /// The part of the machine whose readings these are, if they are of one.
+  std::optional<PartOfMachine> part = {};
   std::vector<ReadingRow> rows = {};
 };
 
@@ -29,8 +32,8 @@ ReadingBlock powerBlock(std::string_view metrics);
 /// The charge, named by the battery's state, and the limit if there is one. No rows without a battery.
 ReadingBlock batteryBlock(const Battery& battery, std::optional<std::int64_t> limit);
 
-/// Puts a block after the one with a title, or first if no block has it. An existing block with the title of
-/// the new one is merged into it. A block without rows is left out.
-void insertBehind(std::vector<ReadingBlock>& blocks, std::string_view title, ReadingBlock block);
+/// Puts a block after the processor's, or first without one. An existing block of the same part is merged
+/// into it. A block without rows is left out.
+void insertAfterProcessor(std::vector<ReadingBlock>& blocks, ReadingBlock block);
 
 }  // namespace quorlin

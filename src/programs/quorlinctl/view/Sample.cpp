@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <string_view>
 
 #include <glib.h>
@@ -61,9 +60,9 @@ struct WordsOfPart {
 
 /// Words that name a part of the machine and are no drivers, in the order of the search.
 const std::vector<WordsOfPart> kWordsOfParts = {
-    {PartOfMachine::Storage, {"/ata", "scsi", "target", "composite", "disk", "ssd"}},
-    {PartOfMachine::Graphics, {"gpu", "junction", "edge"}},
-    {PartOfMachine::Processor, {"cpu", "package id", "core ", "tctl", "tdie", "tccd"}},
+    {PartOfMachine::Storage, {"/ata", "scsi", "target", "disk", "ssd"}},
+    {PartOfMachine::Graphics, {"gpu", "junction"}},
+    {PartOfMachine::Processor, {"cpu", "core ", "tccd"}},
     {PartOfMachine::Memory, {"dimm", "memory"}},
     {PartOfMachine::Network, {"ieee80211", "/net/", "wifi"}},
     {PartOfMachine::Battery, {"power_supply", "battery", "bat0", "bat1"}},
@@ -79,15 +78,22 @@ bool hasWord(std::string_view text, std::string_view word) {
   return false;
 }
 
+std::string lowerCase(std::string_view text) {
+  std::string lower(text);
+  std::ranges::transform(lower, lower.begin(), g_ascii_tolower);
+  return lower;
+}
+
 PartOfMachine partOf(const Reading& reading) {
-  std::string text = reading.id + " " + reading.label;
-  std::ranges::transform(text, text.begin(),
-                         [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+  const std::string text = lowerCase(reading.id + " " + reading.label);
   for (const WordsOfPart& candidate : kWordsOfParts) {
+    const auto occurs = [&](std::string_view word) {
+      return !word.empty() && text.find(lowerCase(word)) != std::string::npos;
+    };
     const bool hasDriver = std::ranges::any_of(kDrivers, [&](const Driver& driver) {
-      return driver.part == candidate.part && hasWord(text, driver.name);
+      return driver.part == candidate.part &&
+             (hasWord(text, driver.name) || std::ranges::any_of(driver.preferredLabels, occurs));
     });
-    const auto occurs = [&](std::string_view word) { return text.find(word) != std::string::npos; };
     if (hasDriver || std::ranges::any_of(candidate.words, occurs)) return candidate.part;
   }
   return PartOfMachine::Board;
@@ -120,8 +126,10 @@ std::optional<std::int64_t> batteryLimitOf(const Dictionary& userInfo) {
 std::vector<ReadingGroup> groupTemperatures(const std::vector<Reading>& temperatures) {
   std::vector<ReadingGroup> groups;
   groups.reserve(kTitles.size());
-  for (const std::string_view title : kTitles)
-    groups.push_back({.title = std::string(title), .readings = {}});
+  for (std::size_t i = 0; i < kTitles.size(); ++i) {
+    groups.push_back(
+        {.part = static_cast<PartOfMachine>(i), .title = std::string(kTitles[i]), .readings = {}});
+  }
   for (const Reading& reading : temperatures) {
     groups[static_cast<std::size_t>(partOf(reading))].readings.push_back(reading);
   }

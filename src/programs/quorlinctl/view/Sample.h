@@ -1,6 +1,7 @@
 /// A sample of the agent, as a consumer understands it.
 #pragma once
 
+#include "platform/linux/sensors/Drivers.h"
 #include "platform/linux/sensors/SensorKinds.h"
 #include "platform/values/PropertyList.h"
 
@@ -44,6 +45,7 @@ std::optional<std::int64_t> batteryLimitOf(const Dictionary& userInfo);
 
 /// The readings of one part of the machine, in the order of the sample.
 struct ReadingGroup {
+  PartOfMachine part;
   std::string title;
   std::vector<Reading> readings;
 };

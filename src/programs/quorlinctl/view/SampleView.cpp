@@ -85,7 +85,7 @@ class ViewRenderer {
     if (size_.rows >= kRowsWithDisks) below = disks(sample);
     std::vector<ReadingBlock> sensors = sensorBlocks(sample);
     if (sensors.empty()) {
-      add(newLine().text("This machine has no sensors (quorlinctl doctor says why)", Tone::Faint));
+      add(newLine().text("This machine has no sensors (quorlinctl doctor explains why)", Tone::Faint));
       if (!withPower({}).empty()) add(newLine());
     }
     const int rows = report_ ? size_.rows : size_.rows - used() - static_cast<int>(below.size());
@@ -95,8 +95,8 @@ class ViewRenderer {
 
   /// Power and battery come second, since the last blocks may not fit a small terminal.
   std::vector<ReadingBlock> withPower(std::vector<ReadingBlock> blocks) const {
-    insertBehind(blocks, "Processor", batteryBlock(view_.battery, view_.batteryLimit));
-    insertBehind(blocks, "Processor", powerBlock(view_.powerMetrics.value_or("")));
+    insertAfterProcessor(blocks, batteryBlock(view_.battery, view_.batteryLimit));
+    insertAfterProcessor(blocks, powerBlock(view_.powerMetrics.value_or("")));
     return blocks;
   }
 
