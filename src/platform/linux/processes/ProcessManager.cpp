@@ -93,8 +93,6 @@ bool ProcfsProcessManager::readApplication(Process& process) {
   char* end = std::to_chars(path.data(), path.data() + path.size() - name.size() - 1, process.id).ptr;
   std::ranges::copy(name, end);
   const FileDescriptor file(openat(directory_.get(), path.data(), O_RDONLY | O_CLOEXEC));
-  // A process that has been read and lives on keeps what is known of it, for example for want of descriptors.
-  if (!file && process.looks > 0 && errno != ENOENT && errno != ESRCH) return true;
   std::array<char, 4096> contents{};
   const ssize_t size = file ? read(file.get(), contents.data(), contents.size()) : -1;
   forget(process);
