@@ -89,7 +89,7 @@ void AppDelegate::startPowerWork() {
 }
 
 bool AppDelegate::isLaunchedSilently() const {
-  return std::ranges::count(services_.application.arguments(), "-silent") > 0;
+  return std::ranges::count(services_.application.arguments(), kSilentArgument) > 0;
 }
 
 bool AppDelegate::isLauncherRunning() const {

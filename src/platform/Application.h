@@ -3,9 +3,13 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace quorlin {
+
+/// The argument of a start in the background.
+inline constexpr std::string_view kSilentArgument = "-silent";
 
 enum class TerminateReply { Now, Later };
 

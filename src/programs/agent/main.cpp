@@ -18,12 +18,11 @@
 namespace {
 
 constexpr const char* kProgram = "quorlin-sensors";
-constexpr std::string_view kSilent = "-silent";
 constexpr std::string_view kHelp = "--help";
 constexpr std::string_view kVersion = "--version";
 
 constexpr std::array kOptions = {
-    quorlin::ProgramOption{kSilent, "start in the background, without a window"},
+    quorlin::ProgramOption{quorlin::kSilentArgument, "start in the background, without a window"},
     quorlin::ProgramOption{kHelp, "show this text"},
     quorlin::ProgramOption{kVersion, "show the version"},
 };
@@ -32,7 +31,7 @@ constexpr const char* kUsage =
     "Usage: quorlin-sensors [-silent] [URL...]\n"
     "\n"
     "Reads the computer's sensors while a program of this session wants them, and publishes them on the\n"
-    "session bus. One agent runs in a session: a second one hands its request over and ends.\n"
+    "session bus. One agent runs in a session: a second one passes its request to the first and ends.\n"
     "The agent also ends if its settings switch everything off.\n"
     "\n";
 
@@ -75,7 +74,7 @@ int main(int argc, char** argv) {
   if (given->has(kHelp)) return std::fputs(usage.c_str(), stdout) < 0 ? EX_IOERR : EX_OK;
   if (given->has(kVersion)) return std::printf("%s %s\n", kProgram, QUORLIN_VERSION) < 0 ? EX_IOERR : EX_OK;
   std::vector<std::string> arguments = {kProgram};
-  if (given->has(kSilent)) arguments.emplace_back(kSilent);
+  if (given->has(quorlin::kSilentArgument)) arguments.emplace_back(quorlin::kSilentArgument);
   arguments.insert(arguments.end(), given->operands.begin(), given->operands.end());
   return run(std::move(arguments));
 }

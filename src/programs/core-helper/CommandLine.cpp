@@ -68,7 +68,8 @@ int runCoreHelper(const Setup& setup, std::span<const std::string_view> argument
   const auto given = parseOptions(arguments, kOptions);
   const std::string usage = kUsage + helpOf(kOptions);
   if (!given || !given->operands.empty() || given->options.size() > 1) {
-    std::fprintf(stderr, "%s: wrong arguments\n\n%s", kProgram, usage.c_str());
+    const std::string reason = given ? "one option at most is allowed" : given.error().text();
+    std::fprintf(stderr, "%s: %s\n\n%s", kProgram, reason.c_str(), usage.c_str());
     return EX_USAGE;
   }
   if (given->has(kHelp)) return std::fputs(usage.c_str(), stdout) < 0 ? EX_IOERR : EX_OK;

@@ -1,6 +1,8 @@
 /// Where the helper finds the machine, and how long it waits.
 #pragma once
 
+#include "platform/linux/system/SystemRoots.h"
+
 #include <chrono>
 #include <filesystem>
 
@@ -8,7 +10,7 @@ namespace quorlin {
 
 /// The installed program always has these values; the tests build one with others.
 struct Setup {
-  std::filesystem::path sysfsRoot = "/sys";
+  std::filesystem::path sysfsRoot = SystemRoots().sysfs;
   /// For the former values of what a hold has changed, and for the mark of a removal.
   std::filesystem::path stateFolder = "/var/lib/quorlin-core-helper";
   std::filesystem::path installRoot = "/";

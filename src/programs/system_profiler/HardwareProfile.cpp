@@ -2,9 +2,9 @@
 
 #include "platform/linux/system/CpuInfo.h"
 #include "platform/posix/TextFile.h"
+#include "platform/values/Owned.h"
 
 #include <algorithm>
-#include <memory>
 #include <sstream>
 #include <string_view>
 #include <vector>
@@ -52,7 +52,7 @@ Processor processorOf(const SystemRoots& roots) {
 }
 
 std::string hardwareProfile(const SystemRoots& roots) {
-  const std::unique_ptr<void, decltype(&plist_free)> profile(plist_new_array(), plist_free);
+  const Owned<void, plist_free> profile(plist_new_array());
   plist_t hardware = plist_new_dict();
   plist_array_append_item(profile.get(), hardware);
   addText(hardware, "_dataType", "SPHardwareDataType");

@@ -266,9 +266,9 @@ TEST_F(ChargeControlTest, ChangesNothingThatItCannotWriteDown) {
   std::filesystem::remove(root_ / "state");
   std::filesystem::create_directories(state_.string() + ".new/in the way");
   EXPECT_THAT(control().hold().text,
-              AllOf(HasSubstr("_threshold is \"250\", which could not be restored; nothing is changed"),
+              AllOf(HasSubstr("the value \"250\" of charge_control_end_threshold; nothing is changed"),
                     HasSubstr("held-charge.new cannot be written"),
-                    HasSubstr("charge_behaviour is \"\", which could not be restored")));
+                    HasSubstr("could not restore the value \"\" of charge_behaviour")));
   EXPECT_THAT(driver_.writes, IsEmpty());
   Result<HeldCharge> inMemory = HeldCharge::in(state_);
   EXPECT_TRUE(inMemory->remember("BAT0", kChargeBehaviour, "auto"));

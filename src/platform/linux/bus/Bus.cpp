@@ -14,7 +14,7 @@
 namespace quorlin {
 
 int checked(int result, const char* complaint) {
-  if (result < 0) throw BusError(std::string(complaint) + ": " + errorText(-result));
+  if (result < 0) throw BusError(filledIn("{}: {}", {complaint, errorText(-result)}));
   return result;
 }
 
@@ -72,8 +72,7 @@ Bus Bus::openSession() {
   sd_bus* bus = nullptr;
   const int opened = sd_bus_open_user(&bus);
   if (opened == -ENOMEDIUM) {
-    throw BusError(
-        "There is no session bus: neither DBUS_SESSION_BUS_ADDRESS nor XDG_RUNTIME_DIR leads to one");
+    throw BusError("No session bus found: DBUS_SESSION_BUS_ADDRESS and XDG_RUNTIME_DIR lead to none");
   }
   checked(opened, "Cannot connect to the session bus");
   sd_bus_set_exit_on_disconnect(bus, 0);
@@ -142,7 +141,7 @@ std::optional<pid_t> processOwning(const Bus& bus, const std::string& name) {
   if (result == -ENXIO || result == -ESRCH) return std::nullopt;
   checked(result, "Cannot ask who owns a name on the bus");
   pid_t process = 0;
-  checked(sd_bus_creds_get_pid(found, &process), "Cannot learn the process of a name's owner");
+  checked(sd_bus_creds_get_pid(found, &process), "Cannot find the process that owns a name on the bus");
   return process;
 }
 

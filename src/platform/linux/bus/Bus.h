@@ -27,9 +27,6 @@ class BusError : public std::runtime_error {
 /// reason.
 int checked(int result, const char* complaint);
 
-/// Frees what libsystemd hands out with one of its functions.
-template <auto free>
-using SystemdFree = FreedBy<free>;
 using BusMessage = Owned<sd_bus_message, sd_bus_message_unref>;
 using BusSlot = Owned<sd_bus_slot, sd_bus_slot_unref>;
 using BusCredentials = Owned<sd_bus_creds, sd_bus_creds_unref>;

@@ -85,6 +85,23 @@ T readBasic(sd_bus_message* message, char type) {
   return value;
 }
 
+PropertyList readBasicOf(const std::string& type, sd_bus_message* message) {
+  if (type == "x") return readBasic<std::int64_t>(message, 'x');
+  if (type == "t") {
+    constexpr std::uint64_t limit = std::numeric_limits<std::int64_t>::max();
+    return static_cast<std::int64_t>(std::min(readBasic<std::uint64_t>(message, 't'), limit));
+  }
+  if (type == "i") return readBasic<std::int32_t>(message, 'i');
+  if (type == "u") return readBasic<std::uint32_t>(message, 'u');
+  if (type == "n") return readBasic<std::int16_t>(message, 'n');
+  if (type == "q") return readBasic<std::uint16_t>(message, 'q');
+  if (type == "y") return readBasic<std::uint8_t>(message, 'y');
+  if (type == "d") return readBasic<double>(message, 'd');
+  if (type == "b") return readBasic<int>(message, 'b') != 0;
+  if (type == "s") return readBasic<const char*>(message, 's');
+  throw BusError(filledIn("Cannot read a notification: the type {} of a value has no counterpart", {type}));
+}
+
 Dictionary readDictionary(sd_bus_message* message, int depth);
 
 PropertyList readVariant(sd_bus_message* message, int depth) {
@@ -120,20 +137,7 @@ PropertyList readVariant(sd_bus_message* message, int depth) {
         throw BusError("Cannot read a notification: a date is out of range");
       return Date(std::chrono::seconds(seconds));
     }
-    if (type == "x") return readBasic<std::int64_t>(message, 'x');
-    if (type == "t") {
-      constexpr std::uint64_t limit = std::numeric_limits<std::int64_t>::max();
-      return static_cast<std::int64_t>(std::min(readBasic<std::uint64_t>(message, 't'), limit));
-    }
-    if (type == "i") return readBasic<std::int32_t>(message, 'i');
-    if (type == "u") return readBasic<std::uint32_t>(message, 'u');
-    if (type == "n") return readBasic<std::int16_t>(message, 'n');
-    if (type == "q") return readBasic<std::uint16_t>(message, 'q');
-    if (type == "y") return readBasic<std::uint8_t>(message, 'y');
-    if (type == "d") return readBasic<double>(message, 'd');
-    if (type == "b") return readBasic<int>(message, 'b') != 0;
-    if (type == "s") return readBasic<const char*>(message, 's');
-    throw BusError("Cannot read a notification: a value of type " + type + " has no counterpart");
+    return readBasicOf(type, message);
   }();
   leave(message);
   return value;

@@ -1,5 +1,7 @@
 #include "platform/linux/desktop/Application.h"
 
+#include "platform/values/Sentence.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -133,7 +135,7 @@ bool BusApplication::handOver() const {
   const BusMessage handOver =
       methodCall(bus_.get(), {id_.c_str(), path_.c_str(), kInterface}, toOpen.empty() ? "Activate" : "Open");
   if (!toOpen.empty()) appendStrings(handOver.get(), toOpen, kHandingOver);
-  const bool silent = std::ranges::find(arguments_, "-silent") != arguments_.end();
+  const bool silent = std::ranges::count(arguments_, kSilentArgument) > 0;
   if (silent) {
     checked(sd_bus_message_append(handOver.get(), "a{sv}", 0), kHandingOver);
   } else {
@@ -147,7 +149,7 @@ bool BusApplication::handOver() const {
   const bool hasLeft = std::chrono::steady_clock::now() - before < kPatience &&
                        answer.error().isOneOf({SD_BUS_ERROR_NO_REPLY, SD_BUS_ERROR_SERVICE_UNKNOWN,
                                                SD_BUS_ERROR_NAME_HAS_NO_OWNER});
-  if (!hasLeft) throw BusError("the running instance does not answer: " + answer.error().message);
+  if (!hasLeft) throw BusError(filledIn("The running agent does not answer: {}", {answer.error().message}));
   return false;
 }
 
@@ -163,7 +165,7 @@ void BusApplication::run(ApplicationDelegate& delegate) {
     signals_.push_back(LinuxRunLoop::watchSignal(signal, [this] { askToTerminate(); }));
   }
   const auto busWentAway = [this] {
-    log_.line("the session bus has gone away");
+    log_.line("Lost the connection to the session bus");
     askToTerminate();
   };
   busSource_.setDisconnectedHandler(busWentAway);

@@ -17,7 +17,7 @@ namespace {
 using GDate = Owned<GDateTime, g_date_time_unref>;
 
 constexpr const char* kGroup = "Settings";
-constexpr const char* kNotSaved = "the settings are not saved: {}";
+constexpr const char* kNotSaved = "The settings are not saved: {}";
 
 /// Copies a malformed file to a free name beside it, and returns that.
 Result<std::filesystem::path> keepAside(const std::filesystem::path& file) {
@@ -52,7 +52,7 @@ KeyFileUserDefaults::KeyFileUserDefaults(std::filesystem::path file, Log& log)
     : file_(std::move(file)), log_(log) {
   const Result<KeyFile> keyFile = loadKeyFile(file_);
   if (!keyFile) {
-    log_.line(filledIn("the settings are ignored: {}", {keyFile.error().text()}));
+    log_.line(filledIn("The settings are ignored: {}", {keyFile.error().text()}));
     return;
   }
   gsize count = 0;
@@ -110,7 +110,7 @@ void KeyFileUserDefaults::store() {
   if (!keyFile && keyFile.error().error == kMalformed) {
     const Result<std::filesystem::path> aside = keepAside(target);
     if (aside) {
-      log_.line(filledIn("the malformed settings are kept in {}", {aside->native()}));
+      log_.line(filledIn("The malformed settings are kept in {}", {aside->native()}));
       keyFile = KeyFile(g_key_file_new());
     } else {
       keyFile = aside.error();

@@ -86,7 +86,8 @@ bool LinuxWorkspace::ownsApplicationName(std::int32_t processId) const {
 void LinuxWorkspace::setDefaultHandlerForUrlScheme(std::string_view scheme,
                                                    std::string_view bundleIdentifier) {
   const auto trouble = setDefaultUrlHandler(mimeApplicationsFile(), scheme, bundleIdentifier);
-  if (trouble) log_.line(filledIn("URLs of {} do not open this program: {}", {scheme, trouble->text()}));
+  if (trouble)
+    log_.line(filledIn("URLs of the scheme {} do not open this program: {}", {scheme, trouble->text()}));
 }
 
 }  // namespace quorlin

@@ -133,7 +133,7 @@ class BusConnection final : public HelperToolConnection {
     }
     const sd_bus_error* error = sd_bus_message_get_error(answer);
     const char* reason =
-        error == nullptr || error->message == nullptr ? "the answer is not a string" : error->message;
+        error == nullptr || error->message == nullptr ? "the answer is not text" : error->message;
     connection.refusals_.line(filledIn("core helper: {}: {}", {call.member, reason}));
     // Else the bus has answered in its place, or libsystemd for a bus that has gone away.
     const char* sender = sd_bus_message_get_sender(answer);

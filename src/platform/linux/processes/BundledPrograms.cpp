@@ -15,7 +15,7 @@ Result<std::filesystem::path> bundledProgram(std::string_view name, const std::f
   std::filesystem::path program = folder / name;
   const bool isProgram =
       std::filesystem::is_regular_file(program, ignored) && access(program.c_str(), X_OK) == 0;
-  if (!isProgram) return Trouble{.what = "the program {} does not exist", .where = program};
+  if (!isProgram) return Trouble{.what = "{} is not an executable program", .where = program};
   return program;
 }
 

@@ -70,6 +70,12 @@ inline constexpr std::array kDrivers = {
     Driver{.name = "INT3400 Thermal", .part = PartOfMachine::Board, .isConstant = true},
 };
 
+/// Whether hardware with that text in its power/runtime_status sleeps or is about to wake; a reading would
+/// wake it (Documentation/power/runtime_pm.rst).
+constexpr bool isAsleep(std::string_view runtimeStatus) {
+  return runtimeStatus.starts_with("suspend") || runtimeStatus.starts_with("resuming");
+}
+
 /// Null for an unknown name.
 constexpr const Driver* driverOf(std::string_view name) {
   const auto* const found = std::ranges::find(kDrivers, name, &Driver::name);

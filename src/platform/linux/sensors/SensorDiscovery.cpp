@@ -9,7 +9,6 @@
 #include <iterator>
 #include <map>
 #include <optional>
-#include <ranges>
 #include <set>
 #include <tuple>
 #include <utility>
@@ -165,7 +164,7 @@ std::vector<FoundChip> findChips(Tree& tree) {
     found.emplace(std::move(position), *std::move(chip));
   }
   std::vector<FoundChip> chips;
-  std::ranges::move(std::views::values(found), std::back_inserter(chips));
+  for (auto& [position, chip] : found) chips.push_back(std::move(chip));
   return chips;
 }
 
@@ -204,7 +203,7 @@ std::vector<FoundChip> findZones(Tree& tree, const std::vector<FoundChip>& chips
     zones.emplace(std::pair(type, *number), std::move(chip));
   }
   std::vector<FoundChip> found;
-  std::ranges::move(std::views::values(zones), std::back_inserter(found));
+  for (auto& [position, chip] : zones) found.push_back(std::move(chip));
   return found;
 }
 

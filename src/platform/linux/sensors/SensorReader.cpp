@@ -1,5 +1,6 @@
 #include "platform/linux/sensors/SensorReader.h"
 
+#include "platform/linux/sensors/Drivers.h"
 #include "platform/posix/TextFile.h"
 #include "platform/values/Parsing.h"
 #include "platform/values/Sentence.h"
@@ -87,7 +88,7 @@ bool SensorReader::isAsleep(Chip& chip, std::chrono::nanoseconds now,
   if (chip.runtimeStatus.name.empty()) return false;
   Bytes status;
   readFile({}, chip.runtimeStatus, status);
-  return status.text().starts_with("suspend") || status.text().starts_with("resuming");
+  return quorlin::isAsleep(status.text());
 }
 
 double SensorReader::readChannel(const Chip& chip, Channel& channel) {

@@ -11,7 +11,7 @@ class LinuxUpdater final : public Updater {
   explicit LinuxUpdater(Log& log) : log_(log) {}
 
   void checkForUpdatesInBackground() override {}
-  void checkForUpdates() override { log_.line("no update feed is configured"); }
+  void checkForUpdates() override { log_.line("No update feed is configured"); }
 
  private:
   Log& log_;

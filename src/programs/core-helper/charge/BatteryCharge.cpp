@@ -2,6 +2,7 @@
 
 #include "platform/posix/FileDescriptor.h"
 #include "platform/posix/TextFile.h"
+#include "platform/values/Parsing.h"
 #include "platform/values/Sentence.h"
 
 #include <algorithm>
@@ -69,7 +70,7 @@ std::optional<Trouble> BatteryCharge::putBack() {
   // Drivers refuse a start that is not below the end, also below an end that another program has set.
   const FormerValue* const start = held_.find(name_, kStartThreshold);
   if (start != nullptr && held_.find(name_, kEndThreshold) == nullptr &&
-      std::stoi(start->value) >= percent(kEndThreshold).value_or(101)) {
+      wholeNumber<int>(start->value).value_or(0) >= percent(kEndThreshold).value_or(101)) {
     held_.forget(name_, kStartThreshold);
   }
   add(putBack(kChargeBehaviour));

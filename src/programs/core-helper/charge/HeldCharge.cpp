@@ -82,8 +82,8 @@ std::optional<Trouble> HeldCharge::remember(const std::string& battery, std::str
   const auto known = findIn(values_, battery, attribute);
   if (known != values_.end() && known->ours.empty()) return std::nullopt;
   if (known == values_.end() && (!isBatteryName(battery) || !value || !isChargeValue(attribute, *value))) {
-    return Trouble{.what = filledIn("{} is \"{}\", which could not be restored",
-                                    {attribute, displayText(value.value_or(""))})};
+    return Trouble{.what = filledIn("the helper could not restore the value \"{}\" of {}",
+                                    {displayText(value.value_or("")), attribute})};
   }
   const HeldCharge before = *this;
   isStored_ = false;

@@ -29,7 +29,7 @@ void requireOwnFolder(int folder, const std::filesystem::path& path) {
   // The bits of the group are also the upper bound of an access control list (acl(5)).
   if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
     throw InstallationError(
-        {.what = "{} can be written to by other users, who could replace the helper", .where = path});
+        {.what = "{} can be changed by other users, who could replace the helper", .where = path});
   }
 }
 
@@ -53,7 +53,7 @@ FileDescriptor InstallFolders::open(const std::filesystem::path& relative) {
     const bool missing = !next && errno == ENOENT;
     if (missing) {
       if (mkdirat(folder.get(), name.c_str(), 0755) != 0) {
-        throw InstallationError(systemTrouble("{} cannot be made", path, errno));
+        throw InstallationError(systemTrouble("{} cannot be created", path, errno));
       }
       made_.push_back({FileDescriptor(fcntl(folder.get(), F_DUPFD_CLOEXEC, 0)), name});
       next = FileDescriptor(openat(folder.get(), name.c_str(), kFolderFlags));
@@ -70,11 +70,14 @@ FileDescriptor InstallFolders::open(const std::filesystem::path& relative) {
 FileDescriptor openFolder(const std::filesystem::path& root, const std::filesystem::path& relative) {
   std::filesystem::path path = root;
   FileDescriptor folder(::open(path.c_str(), kFolderFlags));
+  if (!folder && errno != ENOENT) refuse(path, errno);
   for (auto name = relative.begin(); folder && name != relative.end(); ++name) {
     path /= *name;
-    folder = FileDescriptor(openat(folder.get(), name->c_str(), kFolderFlags));
+    FileDescriptor next(openat(folder.get(), name->c_str(), kFolderFlags));
+    const int error = errno;
+    if (!next && error != ENOENT) refuse(path, error);
+    folder = std::move(next);
   }
-  if (!folder && errno != ENOENT) refuse(path, errno);
   return folder;
 }
 

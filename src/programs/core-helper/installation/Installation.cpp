@@ -142,7 +142,7 @@ std::string contentsOf(const std::filesystem::path& path) {
 /// Calls a method without arguments of a service that may be absent.
 void ask(const Bus& bus, const BusObject& object, const char* method) {
   const BusMessage message = methodCall(bus.get(), object, method);
-  checked(sd_bus_message_set_auto_start(message.get(), 0), method);
+  checked(sd_bus_message_set_auto_start(message.get(), 0), "Cannot write a call");
   const auto answer = call(bus.get(), message);
   if (!answer && !answer.error().isOneOf({SD_BUS_ERROR_SERVICE_UNKNOWN, SD_BUS_ERROR_NAME_HAS_NO_OWNER})) {
     std::fprintf(stderr, "%s refuses %s: %s\n", object.name, method, answer.error().message.c_str());

@@ -35,8 +35,9 @@ FileDescriptor lockInstallation(const Setup& setup, bool makesFolder) {
   FileDescriptor folder;
   do {
     if (makesFolder && mkdir(path, S_IRWXU) != 0 && errno != EEXIST) {
-      throw InstallationError(systemTrouble("{} cannot be made", path, errno));
+      throw InstallationError(systemTrouble("{} cannot be created", path, errno));
     }
+    folder.reset();
     folder = FileDescriptor(open(path, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (!folder && errno == ENOENT && !makesFolder) return folder;
     if (!folder && errno == ENOENT) continue;

@@ -13,11 +13,6 @@ namespace {
 /// No part of a computer uses more; a counter that was reset would seem to.
 constexpr double kMostWatts = 10'000;
 
-bool isAwake(const std::filesystem::path& chip) {
-  const std::string status = readText((chip / "device/power/runtime_status").string()).value_or("");
-  return !status.starts_with("suspend") && status != "resuming";
-}
-
 }  // namespace
 
 std::vector<EnergyCounter> readProcessorEnergy(const std::filesystem::path& sysfsRoot) {
@@ -52,7 +47,7 @@ std::vector<EnergyCounter> readGraphicsEnergy(const std::filesystem::path& sysfs
     if (driver == nullptr || !driver->reportsEnergy) continue;
     // Those that sleep count too: the others keep their names.
     const int number = ++chipsOf[name];
-    if (!isAwake(chip)) continue;
+    if (isAsleep(readText((chip / "device/power/runtime_status").string()).value_or(""))) continue;
     if (number > 1) name += ' ' + std::to_string(number);
     // Units: Documentation/hwmon/sysfs-interface.rst.
     std::optional<std::uint64_t> power = readCounter(chip / "power1_average");

@@ -55,7 +55,7 @@ const char* actionOf(Method method) {
       "com.brellwick.quorlin-core-helper.uninstall-helper",
       "com.brellwick.quorlin-core-helper.limit-charge",
   };
-  return actions.at(static_cast<std::size_t>(method));
+  return actions[static_cast<std::size_t>(method)];
 }
 
 Result<Request, Refusal> readRequest(Method method, sd_bus_message* message, const std::string& expectedKey) {

@@ -26,7 +26,7 @@ constexpr std::ptrdiff_t kMostCallsOfAUser = 16;
 /// Bounds how often a caller can have thresholds written, which firmware keeps in memory that wears out. The
 /// agent decides at every second tick.
 constexpr std::chrono::seconds kPauseBeforeHold{1};
-static_assert(kPauseBeforeHold < 2 * kTick);
+static_assert(kPauseBeforeHold < kPowerPeriod);
 
 constexpr const char* kTooManyCalls = "too many calls are waiting for an answer";
 const Refusal kCallerGone = {SD_BUS_ERROR_NO_REPLY, "the caller has left the bus"};

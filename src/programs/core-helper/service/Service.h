@@ -18,10 +18,10 @@
 
 namespace quorlin {
 
-using BusTrack = std::unique_ptr<sd_bus_track, SystemdFree<sd_bus_track_unref>>;
-using Event = std::unique_ptr<sd_event, SystemdFree<sd_event_unref>>;
+using BusTrack = Owned<sd_bus_track, sd_bus_track_unref>;
+using Event = Owned<sd_event, sd_event_unref>;
 /// Disabled before it is released: the loop may keep it a little longer.
-using EventSource = std::unique_ptr<sd_event_source, SystemdFree<sd_event_source_disable_unref>>;
+using EventSource = Owned<sd_event_source, sd_event_source_disable_unref>;
 
 /// Everything runs on one thread, in libsystemd's event loop.
 class Service {

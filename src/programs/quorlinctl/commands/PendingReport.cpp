@@ -10,8 +10,7 @@ namespace {
 
 constexpr std::chrono::milliseconds kPatienceForFirst = 5 * kTick;
 
-/// Power metrics come with every second tick.
-constexpr auto kPatienceForRest = 2 * kTick;
+constexpr auto kPatienceForRest = kPowerPeriod;
 
 }  // namespace
 

@@ -39,7 +39,7 @@ std::span<const Subcommand> subcommands() {
        .description =
            "Asks the agent once and lists the applications with connections over external interfaces, the "
            "busiest first, with the bytes that these connections have received and sent so far. Only open "
-           "TCP connections count. Processes of other users are left out unless the agent runs as root.",
+           "TCP connections count. The list omits processes of other users unless the agent runs as root.",
        .options = {{"json", Flag, "Print the agent's answer as JSON: name, object and userInfo."},
                    {"timeout", Seconds, "How long to wait for the answer. The default is 15."}},
        .exitStatuses = {{"0", "done"}, {"1", "no session bus, no agent, or no answer in time"}},
@@ -68,9 +68,9 @@ std::span<const Subcommand> subcommands() {
       {.name = "terminate",
        .summary = "ask an application to quit",
        .operands = {One, "PID"},
-       .description =
-           "Asks the agent to have the application with this process id quit (SIGTERM). Many applications "
-           "then end without offering to save. Processes other than applications are left alone.",
+       .description = "Asks the agent to send SIGTERM to the application with this process id. Many "
+                      "applications then end "
+                      "without offering to save. The agent ignores processes that are not applications.",
        .action = AgentRequest{.word = urlcommand::kTerminateApp,
                               .read = readProcess,
                               .confirmation = "Asked the agent to quit application {}.",
@@ -78,9 +78,9 @@ std::span<const Subcommand> subcommands() {
       {.name = "force-terminate",
        .summary = "end an application at once",
        .operands = {One, "PID"},
-       .description =
-           "Asks the agent to end the application with this process id at once. Unsaved work is lost. "
-           "Processes other than applications are left alone.",
+       .description = "Asks the agent to end the application with this process id at once. Unsaved work is "
+                      "lost. The agent "
+                      "ignores processes that are not applications.",
        .action = AgentRequest{.word = urlcommand::kForceTerminateApp,
                               .read = readProcess,
                               .confirmation = "Asked the agent to end application {} at once.",

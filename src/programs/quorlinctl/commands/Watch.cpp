@@ -43,10 +43,7 @@ class WatchSession {
  public:
   /// Throws BusError.
   explicit WatchSession(const ParsedArguments& given)
-      : once_(given.has("once")),
-        json_(given.has("json")),
-        timeout_(given.duration("timeout")),
-        role_(given.has("widget") ? Role::Widget : Role::MainApp) {}
+      : given_(given), role_(given.has("widget") ? Role::Widget : Role::MainApp) {}
 
   /// Throws BusError.
   int run() {
@@ -55,12 +52,12 @@ class WatchSession {
       sources.push_back(LinuxRunLoop::watchSignal(signal, [this] { finish(exitCode_); }));
     }
     output_ = makeOutput();
-    if (once_) {
+    if (given_.has("once")) {
       report_.emplace(loop_,
                       PendingReport::Expectation{.role = role_,
                                                  .sample = isSwitchedOn(settingsFile(), setting::kAutostart),
-                                                 .power = !json_ && isPowerExpected(),
-                                                 .timeout = timeout_},
+                                                 .power = !given_.has("json") && isPowerExpected(),
+                                                 .timeout = given_.duration("timeout")},
                       [this] { endReport(); });
     } else {
       waitForSample();
@@ -76,8 +73,8 @@ class WatchSession {
 
  private:
   std::unique_ptr<Output> makeOutput() {
-    if (json_) return std::make_unique<JsonOutput>(powerSources_);
-    const bool live = !once_ && ::isatty(STDOUT_FILENO) == 1 && terminalHasScreen();
+    if (given_.has("json")) return std::make_unique<JsonOutput>(powerSources_);
+    const bool live = !given_.has("once") && ::isatty(STDOUT_FILENO) == 1 && terminalHasScreen();
     if (!live) return std::make_unique<ReportOutput>(role_, powerSources_);
     return std::make_unique<LiveOutput>(role_, powerSources_, [this] { finish(kExitOk); });
   }
@@ -138,10 +135,7 @@ class WatchSession {
     loop_.stop();
   }
 
-  bool once_;
-  bool json_;
-  /// How long once waits for a whole report; nothing for the default patience with each part.
-  std::optional<std::chrono::milliseconds> timeout_;
+  const ParsedArguments& given_;
   Role role_;
   LinuxRunLoop loop_;
   Bus bus_ = Bus::openSession();

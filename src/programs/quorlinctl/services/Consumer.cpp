@@ -6,11 +6,6 @@
 #include <utility>
 
 namespace quorlin {
-namespace {
-
-constexpr std::uint64_t kNameFlags = SD_BUS_NAME_ALLOW_REPLACEMENT | SD_BUS_NAME_QUEUE;
-
-}  // namespace
 
 RoleNotifications notificationsOf(Role role) {
   using namespace notification;
@@ -21,13 +16,13 @@ RoleNotifications notificationsOf(Role role) {
 ApplicationName::ApplicationName(const Bus& bus, Role role)
     : bus_(bus),
       name_(role == Role::Widget ? kWidgetIdentifiers.front().data() : kMainAppIdentifiers.front().data()) {
-  checked(sd_bus_request_name(bus.get(), name_, kNameFlags),
+  checked(sd_bus_request_name(bus.get(), name_, kFlags),
           "Cannot own an application's name on the session bus");
 }
 
 bool ApplicationName::isOwned() const {
   // sd_bus_request_name(3): who owns the name already is told so; anybody else stays in the queue.
-  return sd_bus_request_name(bus_.get(), name_, kNameFlags) == -EALREADY;
+  return sd_bus_request_name(bus_.get(), name_, kFlags) == -EALREADY;
 }
 
 ApplicationName::~ApplicationName() { sd_bus_release_name(bus_.get(), name_); }

@@ -5,6 +5,7 @@
 #include "platform/NotificationCenter.h"
 #include "platform/linux/bus/Bus.h"
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -39,6 +40,8 @@ class ApplicationName {
   bool isOwned() const;
 
  private:
+  static constexpr std::uint64_t kFlags = SD_BUS_NAME_ALLOW_REPLACEMENT | SD_BUS_NAME_QUEUE;
+
   const Bus& bus_;
   const char* name_;
 };

@@ -29,7 +29,7 @@ Result<std::string, HelperRefusal> ask(const Bus& bus, const BusMessage& questio
   const auto answer = call(bus.get(), question, patience);
   if (!answer) return HelperRefusal{kindOf(answer.error()), answer.error().message};
   const char* const text = stringIn(*answer);
-  if (text == nullptr) return HelperRefusal{HelperRefusal::Kind::Failed, "the answer is not a text"};
+  if (text == nullptr) return HelperRefusal{HelperRefusal::Kind::Failed, "the answer is not text"};
   return std::string(text);
 }
 
