@@ -36,7 +36,7 @@ std::optional<std::string> percentDecoded(std::string_view text) {
       continue;
     }
     const std::string_view digits = text.substr(i + 1, 2);
-    const auto byte = wholeNumber<std::uint8_t>(digits, 16);
+    const auto byte = wholeNumber<std::uint8_t, 16>(digits);
     if (digits.size() != 2 || !byte) return std::nullopt;
     decoded += static_cast<char>(*byte);
     i += 2;

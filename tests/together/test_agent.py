@@ -192,7 +192,7 @@ def test_the_agent_ends_with_its_bus(session):
 
 @pytest.mark.parametrize("argument, code, output, error", [
     ("--help", 0, "Usage: quorlin-sensors", ""), ("--version", 0, "quorlin-sensors ", ""),
-    ("--loud", 64, "", "unknown option --loud"), ("loud", 64, "", "loud is not a URL")])
+    ("--loud", 64, "", "unknown option --loud"), ("loud", 64, "", "'loud' is not a URL")])
 def test_the_command_line_explains_itself(session, argument, code, output, error):
     ended = session.run("quorlin-sensors", argument)
     assert ended.returncode == code and ended.stdout.startswith(output)

@@ -313,7 +313,7 @@ def test_where_the_removal_cannot_be_marked_the_helper_says_so_and_stays(system_
 def test_a_wrong_command_line_changes_nothing(system_bus):
     system_bus.start()
     before = system_bus.contents()
-    for arguments in (["--instal"], ["--install", "/"], ["-"]):
+    for arguments in (["--instal"], ["--install", "/"], ["--install", "--install"], ["-"]):
         assert system_bus.run(*arguments).returncode == 64
     assert system_bus.contents() == before
     assert system_bus.run("--help").stdout.startswith("Usage: ")

@@ -1,6 +1,9 @@
 #include "platform/posix/ProgramOptions.h"
 
 #include <algorithm>
+#include <cstdio>
+
+#include <sysexits.h>
 
 namespace quorlin {
 
@@ -29,6 +32,10 @@ std::string helpOf(std::span<const ProgramOption> options) {
     help.append("  ").append(name).append(width - name.size() + 2, ' ').append(meaning).append("\n");
   }
   return help;
+}
+
+int answer(const std::string& text) {
+  return std::fputs(text.c_str(), stdout) < 0 || std::fflush(stdout) != 0 ? EX_IOERR : EX_OK;
 }
 
 }  // namespace quorlin

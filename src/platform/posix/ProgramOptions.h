@@ -33,4 +33,7 @@ Result<ProgramArguments> parseOptions(std::span<const std::string_view> argument
 /// A line for each option.
 std::string helpOf(std::span<const ProgramOption> options);
 
+/// Writes to the standard output. Returns an exit status of sysexits.h.
+int answer(const std::string& text);
+
 }  // namespace quorlin

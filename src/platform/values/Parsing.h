@@ -11,8 +11,8 @@
 namespace quorlin {
 
 /// The whole number that is all of the text; nothing for any other text, and for a number out of range.
-template <std::integral Integer>
-std::optional<Integer> wholeNumber(std::string_view text, int base = 10) {
+template <std::integral Integer, int base = 10>
+std::optional<Integer> wholeNumber(std::string_view text) {
   Integer number = 0;
   const char* const end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data(), end, number, base);

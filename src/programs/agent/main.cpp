@@ -65,14 +65,14 @@ int main(int argc, char** argv) {
   const std::vector<std::string_view> words(argc > 0 ? argv + 1 : argv, argv + argc);
   const auto given = quorlin::parseOptions(words, kOptions);
   const std::string usage = kUsage + quorlin::helpOf(kOptions);
-  if (!given) return complain(quorlin::filledIn("{}: {}\n{}", {kProgram, given.error().text(), usage}));
+  if (!given) return complain(quorlin::filledIn("{}: {}\n\n{}", {kProgram, given.error().text(), usage}));
   for (const std::string& operand : given->operands) {
     if (operand.find("://") == std::string::npos) {
-      return complain(quorlin::filledIn("{}: {} is not a URL\n{}", {kProgram, operand, usage}));
+      return complain(quorlin::filledIn("{}: '{}' is not a URL\n\n{}", {kProgram, operand, usage}));
     }
   }
-  if (given->has(kHelp)) return std::fputs(usage.c_str(), stdout) < 0 ? EX_IOERR : EX_OK;
-  if (given->has(kVersion)) return std::printf("%s %s\n", kProgram, QUORLIN_VERSION) < 0 ? EX_IOERR : EX_OK;
+  if (given->has(kHelp)) return quorlin::answer(usage);
+  if (given->has(kVersion)) return quorlin::answer(quorlin::filledIn("{} {}\n", {kProgram, QUORLIN_VERSION}));
   std::vector<std::string> arguments = {kProgram};
   if (given->has(quorlin::kSilentArgument)) arguments.emplace_back(quorlin::kSilentArgument);
   arguments.insert(arguments.end(), given->operands.begin(), given->operands.end());

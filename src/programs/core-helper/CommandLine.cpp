@@ -1,6 +1,7 @@
 #include "programs/core-helper/CommandLine.h"
 
 #include "platform/posix/ProgramOptions.h"
+#include "platform/values/Sentence.h"
 #include "programs/core-helper/installation/Installation.h"
 #include "programs/core-helper/installation/Removal.h"
 #include "programs/core-helper/service/Service.h"
@@ -38,6 +39,11 @@ constexpr const char* kUsage =
     "which starts it on the first call; it exits when it is idle.\n"
     "\n";
 
+int complain(const std::string& reason, const std::string& usage) {
+  std::fprintf(stderr, "%s: %s\n\n%s", kProgram, reason.c_str(), usage.c_str());
+  return EX_USAGE;
+}
+
 void serve(const Setup& setup) { Service(setup).run(); }
 
 void install(const Setup& setup) {
@@ -67,13 +73,13 @@ void remove(const Setup& setup) {
 int runCoreHelper(const Setup& setup, std::span<const std::string_view> arguments) {
   const auto given = parseOptions(arguments, kOptions);
   const std::string usage = kUsage + helpOf(kOptions);
-  if (!given || !given->operands.empty() || given->options.size() > 1) {
-    const std::string reason = given ? "one option at most is allowed" : given.error().text();
-    std::fprintf(stderr, "%s: %s\n\n%s", kProgram, reason.c_str(), usage.c_str());
-    return EX_USAGE;
+  if (!given) return complain(given.error().text(), usage);
+  if (!given->operands.empty()) {
+    return complain(filledIn("unexpected argument '{}'", {given->operands.front()}), usage);
   }
-  if (given->has(kHelp)) return std::fputs(usage.c_str(), stdout) < 0 ? EX_IOERR : EX_OK;
-  if (given->has(kVersion)) return std::printf("%s %s\n", kProgram, QUORLIN_VERSION) < 0 ? EX_IOERR : EX_OK;
+  if (arguments.size() > 1) return complain("one option at most is allowed", usage);
+  if (given->has(kHelp)) return answer(usage);
+  if (given->has(kVersion)) return answer(filledIn("{} {}\n", {kProgram, QUORLIN_VERSION}));
 
   void (*const act)(const Setup&) = given->has(kInstall)     ? install
                                     : given->has(kRemove)    ? remove

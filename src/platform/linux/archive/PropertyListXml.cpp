@@ -40,7 +40,7 @@ std::optional<PropertyList> realOf(std::string_view text) {
 /// A decimal number that 64 bits with a sign do not hold becomes a real.
 std::optional<PropertyList> integerOf(std::string_view text) {
   if (text.starts_with("0x") || text.starts_with("0X")) {
-    const auto number = wholeNumber<std::uint64_t>(text.substr(2), 16);
+    const auto number = wholeNumber<std::uint64_t, 16>(text.substr(2));
     return number ? std::optional<PropertyList>(static_cast<std::int64_t>(*number)) : std::nullopt;
   }
   if (const auto number = wholeNumber<std::int64_t>(withoutPlus(text))) return *number;

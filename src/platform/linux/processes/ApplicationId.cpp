@@ -15,7 +15,7 @@ std::string unescaped(std::string_view text) {
   std::string result;
   while (!text.empty()) {
     const bool isEscape = text.size() >= 4 && text.starts_with("\\x");
-    const auto byte = isEscape ? wholeNumber<unsigned char>(text.substr(2, 2), 16) : std::nullopt;
+    const auto byte = isEscape ? wholeNumber<unsigned char, 16>(text.substr(2, 2)) : std::nullopt;
     const bool isByte = byte.value_or(0) != 0;
     result += isByte ? static_cast<char>(*byte) : text.front();
     text.remove_prefix(isByte ? 4 : 1);
