@@ -8,7 +8,6 @@
 #include "programs/quorlinctl/doctor/Machine.h"
 #include "programs/quorlinctl/doctor/QuietLog.h"
 
-#include <algorithm>
 #include <set>
 #include <utility>
 

@@ -7,7 +7,6 @@
 #include "programs/quorlinctl/doctor/Machine.h"
 #include "programs/quorlinctl/doctor/QuietLog.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <ctime>
 #include <sstream>
