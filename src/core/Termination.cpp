@@ -9,7 +9,7 @@ TerminateReply AppDelegate::applicationShouldTerminate() {
     services_.userDefaults.setInteger(setting::kTerminatedPeacefully, 1);
   };
   if (services_.system.processorHasPowerWork() && powerLimitEnabled()) {
-    chargeHold_.releaseThen([this, recordPeacefulEnd] {
+    chargeHold_.releaseFinallyThen([this, recordPeacefulEnd] {
       recordPeacefulEnd();
       services_.application.terminate();
     });

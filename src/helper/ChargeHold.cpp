@@ -45,6 +45,7 @@ void ChargeHold::followBattery() {
     level = battery[1];
   }
   const ChargeDecision decision = decideCharge(powerLimit_, level, macHasBattery_, powerLimitEnabled_);
+  if (decision == ChargeDecision::Hold && isEnding_) return;
   if (decision != ChargeDecision::Nothing) limitThenRecord(decision == ChargeDecision::Release);
 }
 
@@ -58,7 +59,10 @@ void ChargeHold::releaseWithoutConsumers() {
       true);
 }
 
-void ChargeHold::releaseThen(std::function<void()> action) { limitThenRecord(true, std::move(action)); }
+void ChargeHold::releaseFinallyThen(std::function<void()> action) {
+  isEnding_ = true;
+  limitThenRecord(true, std::move(action));
+}
 
 void ChargeHold::limitThenRecord(bool mode, std::function<void()> then) {
   limitCharge_(

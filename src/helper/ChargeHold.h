@@ -44,8 +44,8 @@ class ChargeHold {
 
   void releaseWithoutConsumers();
 
-  /// Calls the action once the helper has replied.
-  void releaseThen(std::function<void()> action);
+  /// Calls the action once the helper has replied. Nothing is held any more from now on.
+  void releaseFinallyThen(std::function<void()> action);
 
  private:
   void limitThenRecord(
@@ -58,6 +58,7 @@ class ChargeHold {
   std::atomic<std::int64_t> powerLimit_ = 0;
   std::atomic<bool> powerLimitEnabled_ = false;
   std::int32_t macHasBattery_ = 0;
+  bool isEnding_ = false;
 };
 
 }  // namespace quorlin

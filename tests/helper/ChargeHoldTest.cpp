@@ -90,12 +90,15 @@ TEST_F(ChargeHoldTest, ReleasesWithoutConsumersWhatItHoldsAndLogsTheReply) {
   EXPECT_THAT(log_.lines, ElementsAre("resumed"));
 }
 
-TEST_F(ChargeHoldTest, ActsOnceTheReleaseIsAnswered) {
+TEST_F(ChargeHoldTest, ActsOnceItsLastReleaseIsAnsweredAndHoldsNothingMeanwhile) {
+  power_.setBattery(90, true, true);
   start(80);
   hold_.setPowerLimitEnabled(true);
   bool heldThen = true;
-  hold_.releaseThen([&] { heldThen = defaults_.boolean("powerLimitEnabled"); });
+  hold_.releaseFinallyThen([&] { heldThen = defaults_.boolean("powerLimitEnabled"); });
   EXPECT_TRUE(heldThen);
+  hold_.followBattery();
+  EXPECT_THAT(asked(), ElementsAre("release"));
   reply("released");
   EXPECT_FALSE(heldThen);
 }

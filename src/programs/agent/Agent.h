@@ -38,7 +38,10 @@ class Agent {
   bool becomeOnlyInstance() { return application_.becomeOnlyInstance(); }
 
   /// Returns when the agent has ended.
-  void run() { application_.run(delegate_); }
+  void run() {
+    application_.run(delegate_);
+    helperService_.awaitRemovals();
+  }
 
   AppDelegate& delegate() { return delegate_; }
 

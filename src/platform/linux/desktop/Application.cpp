@@ -185,6 +185,8 @@ void BusApplication::run(ApplicationDelegate& delegate) {
   busSource_.setDisconnectedHandler(nullptr);
   signals_.clear();
   delegate_ = nullptr;
+  // What is left to do may take a while; a new instance need not wait for it.
+  sd_bus_release_name(bus_.get(), id_.c_str());
 }
 
 void BusApplication::terminate() {

@@ -4,7 +4,9 @@
 #include "platform/linux/helper/HelperProtocol.h"
 #include "platform/linux/loop/BusSource.h"
 #include "platform/values/Sentence.h"
+#include "platform/values/Tick.h"
 
+#include <chrono>
 #include <cstdint>
 #include <list>
 #include <optional>
@@ -15,12 +17,85 @@ namespace {
 
 constexpr const char* kAttempt = "Cannot call the core helper";
 
+/// Less than a tick: a release that is late is made by ending the connection.
+constexpr std::chrono::microseconds kPatienceWithRelease = std::chrono::seconds(2);
+static_assert(kPatienceWithRelease < kTick);
+
+/// The helper bounds its own time.
+constexpr std::chrono::microseconds kEndless = std::chrono::microseconds::max();
+
+/// Nothing if the answer is text, which reply() is then called with. Else why.
+std::optional<std::string> refusalIn(sd_bus_message* answer, const HelperToolConnection::StringReply& reply) {
+  const char* text = nullptr;
+  if (sd_bus_message_is_method_error(answer, nullptr) == 0 && sd_bus_message_read(answer, "s", &text) > 0) {
+    reply(text);
+    return std::nullopt;
+  }
+  const sd_bus_error* error = sd_bus_message_get_error(answer);
+  return error == nullptr || error->message == nullptr ? "the answer is not text" : error->message;
+}
+
+}  // namespace
+
+/// A call of uninstallHelper and its connection.
+class Removal {
+ public:
+  /// Throws BusError.
+  Removal(const std::string& serviceName, const std::string& key, RefusalLog& refusals,
+          HelperToolConnection::StringReply reply, HelperToolConnection::ErrorHandler failed)
+      : refusals_(refusals), reply_(std::move(reply)), failed_(std::move(failed)) {
+    const BusObject helper{serviceName.c_str(), helperprotocol::kPath, helperprotocol::kInterface};
+    const BusMessage message = methodCall(bus_.get(), helper, helperprotocol::kUninstallHelper);
+    checked(sd_bus_message_append(message.get(), "s", key.c_str()), kAttempt);
+    // polkit wants a password for it and may ask the user now.
+    checked(sd_bus_message_set_allow_interactive_authorization(message.get(), 1), kAttempt);
+    sd_bus_slot* slot = nullptr;
+    constexpr auto patience = helperprotocol::kPatienceWithPerson + std::chrono::seconds(10);
+    checked(sd_bus_call_async(bus_.get(), &slot, message.get(), answered, this,
+                              std::chrono::microseconds(patience).count()),
+            kAttempt);
+    slot_.reset(slot);
+  }
+
+  bool isOpen() const { return isOpen_; }
+
+  void await() {
+    while (isOpen_) {
+      const int processed = sd_bus_process(bus_.get(), nullptr);
+      if (processed < 0 || (processed == 0 && sd_bus_wait(bus_.get(), UINT64_MAX) < 0)) return;
+    }
+  }
+
+ private:
+  static int answered(sd_bus_message* answer, void* userdata, sd_bus_error* /*error*/) {
+    auto* const removal = static_cast<Removal*>(userdata);
+    removal->isOpen_ = false;
+    if (const auto refusal = refusalIn(answer, removal->reply_)) {
+      removal->refusals_.line(filledIn("core helper: {}: {}", {helperprotocol::kUninstallHelper, *refusal}));
+      removal->failed_();
+    }
+    return 0;
+  }
+
+  RefusalLog& refusals_;
+  HelperToolConnection::StringReply reply_;
+  HelperToolConnection::ErrorHandler failed_;
+  bool isOpen_ = true;
+  Bus bus_ = Bus::openSystem();
+  BusSource source_{bus_};
+  BusSlot slot_;
+};
+
+namespace {
+
 class BusConnection final : public HelperToolConnection {
  public:
-  BusConnection(RunLoop& runLoop, RefusalLog& refusals, std::string_view serviceName)
-      : runLoop_(runLoop), refusals_(refusals), serviceName_(serviceName) {}
+  BusConnection(RunLoop& runLoop, RefusalLog& refusals, std::vector<std::shared_ptr<Removal>>& removals,
+                std::string_view serviceName)
+      : runLoop_(runLoop), refusals_(refusals), removals_(removals), serviceName_(serviceName) {}
 
   ~BusConnection() override {
+    invalidated_ = nullptr;
     for (const Call& call : std::exchange(calls_, {})) call.failed();
   }
 
@@ -64,19 +139,33 @@ class BusConnection final : public HelperToolConnection {
   }
 
   void uninstallHelper(const std::string& key, StringReply reply, ErrorHandler failed) override {
-    const auto append = [&](sd_bus_message* message) {
-      checked(sd_bus_message_append(message, "s", key.c_str()), kAttempt);
-      // polkit wants a password for it and may ask the user now.
-      checked(sd_bus_message_set_allow_interactive_authorization(message, 1), kAttempt);
+    const auto call = open(helperprotocol::kUninstallHelper, std::move(reply), std::move(failed));
+    // The call is open for as long as the connection lives, the removal until its own end.
+    const auto ifOpen = [call, alive = std::weak_ptr(alive_)](const auto& act) {
+      if (!alive.expired()) act(call->connection.finish(call));
     };
-    send(helperprotocol::kUninstallHelper, append, std::move(reply), std::move(failed));
+    try {
+      std::erase_if(removals_, [](const auto& removal) { return !removal->isOpen(); });
+      removals_.push_back(std::make_shared<Removal>(
+          serviceName_, key, refusals_,
+          [ifOpen](const std::string& text) { ifOpen([&](const Call& open) { open.reply(text); }); },
+          [ifOpen] { ifOpen([](const Call& open) { open.failed(); }); }));
+    } catch (const BusError&) {
+      failLater(call);
+    }
   }
 
   void limitCharge(const std::string& key, bool mode, StringReply reply, ErrorHandler failed) override {
     const auto append = [&](sd_bus_message* message) {
       checked(sd_bus_message_append(message, "sb", key.c_str(), static_cast<int>(mode)), kAttempt);
     };
-    send(helperprotocol::kLimitCharge, append, std::move(reply), std::move(failed));
+    const ErrorHandler refused = [this, mode, failed = std::move(failed)] {
+      failed();
+      // The agent takes a release for done, so the end of the connection, which holds the charge, makes it so.
+      if (mode) invalidate();
+    };
+    send(helperprotocol::kLimitCharge, append, std::move(reply), refused,
+         mode ? kPatienceWithRelease : kEndless);
   }
 
  private:
@@ -92,19 +181,26 @@ class BusConnection final : public HelperToolConnection {
 
   static void nothing(sd_bus_message* /*message*/) {}
 
-  template <typename Append>
-  void send(const char* member, const Append& append, StringReply reply, ErrorHandler failed) {
+  std::list<Call>::iterator open(const char* member, StringReply reply, ErrorHandler failed) {
     const auto call =
         calls_.insert(calls_.end(), Call{*this, member, std::move(reply), std::move(failed), nullptr, {}});
     call->self = call;
+    return call;
+  }
+
+  template <typename Append>
+  void send(const char* member, const Append& append, StringReply reply, ErrorHandler failed,
+            std::chrono::microseconds patience = kEndless) {
+    const auto call = open(member, std::move(reply), std::move(failed));
     try {
       if (!bus_) throw BusError("there is no system bus");
       const BusObject helper{serviceName_.c_str(), helperprotocol::kPath, helperprotocol::kInterface};
       const BusMessage message = methodCall(bus_->get(), helper, member);
       append(message.get());
       sd_bus_slot* slot = nullptr;
-      // The helper bounds its own time; a user may take any time for a password.
-      checked(sd_bus_call_async(bus_->get(), &slot, message.get(), answered, &*call, UINT64_MAX), kAttempt);
+      const std::uint64_t microseconds =
+          patience == kEndless ? UINT64_MAX : static_cast<std::uint64_t>(patience.count());
+      checked(sd_bus_call_async(bus_->get(), &slot, message.get(), answered, &*call, microseconds), kAttempt);
       call->slot.reset(slot);
     } catch (const BusError&) {
       failLater(call);
@@ -125,16 +221,12 @@ class BusConnection final : public HelperToolConnection {
     auto* const pending = static_cast<Call*>(userdata);
     BusConnection& connection = pending->connection;
     const Call call = connection.finish(pending->self);
-    const char* text = nullptr;
-    if (sd_bus_message_is_method_error(answer, nullptr) == 0 && sd_bus_message_read(answer, "s", &text) > 0) {
-      call.reply(text);
+    const std::optional<std::string> refusal = refusalIn(answer, call.reply);
+    if (!refusal) {
       connection.endIfHelperLeft();
       return 0;
     }
-    const sd_bus_error* error = sd_bus_message_get_error(answer);
-    const char* reason =
-        error == nullptr || error->message == nullptr ? "the answer is not text" : error->message;
-    connection.refusals_.line(filledIn("core helper: {}: {}", {call.member, reason}));
+    connection.refusals_.line(filledIn("core helper: {}: {}", {call.member, *refusal}));
     // Else the bus has answered in its place, or libsystemd for a bus that has gone away.
     const char* sender = sd_bus_message_get_sender(answer);
     const bool isFromHelper = sender != nullptr && *sender == ':';
@@ -160,6 +252,7 @@ class BusConnection final : public HelperToolConnection {
 
   RunLoop& runLoop_;
   RefusalLog& refusals_;
+  std::vector<std::shared_ptr<Removal>>& removals_;
   std::string serviceName_;
   std::optional<Bus> bus_;
   std::optional<BusSource> source_;
@@ -172,8 +265,16 @@ class BusConnection final : public HelperToolConnection {
 
 }  // namespace
 
+BusHelperService::BusHelperService(RunLoop& runLoop, Log& log) : runLoop_(runLoop), refusals_(log) {}
+
+BusHelperService::~BusHelperService() = default;
+
 std::unique_ptr<HelperToolConnection> BusHelperService::makeConnection(std::string_view serviceName) {
-  return std::make_unique<BusConnection>(runLoop_, refusals_, serviceName);
+  return std::make_unique<BusConnection>(runLoop_, refusals_, removals_, serviceName);
+}
+
+void BusHelperService::awaitRemovals() {
+  for (const auto& removal : removals_) removal->await();
 }
 
 }  // namespace quorlin

@@ -6,6 +6,10 @@
 #include "platform/linux/loop/BusSource.h"
 #include "platform/linux/loop/RunLoop.h"
 
+#include <atomic>
+#include <future>
+#include <thread>
+
 #include <gmock/gmock.h>
 
 namespace quorlin {
@@ -17,7 +21,7 @@ using testing::IsEmpty;
 
 constexpr const char* kName = "com.brellwick.Quorlin-Core-Helper";
 
-/// Says what it was called with, or refuses, or keeps silent.
+/// Says what it was called with; a charge is refused for the key "refuse" and else left unanswered.
 class OtherEnd {
  public:
   OtherEnd() {
@@ -42,7 +46,7 @@ class OtherEnd {
     if (sd_bus_message_enter_container(message, 'a', "s") > 0) addStrings();
     int mode = 0;
     if (sd_bus_message_read_basic(message, 'b', &mode) > 0)
-      return mode == 0 ? 1 : sd_bus_error_set(error, SD_BUS_ERROR_ACCESS_DENIED, "not you");
+      return text.ends_with("refuse") ? sd_bus_error_set(error, SD_BUS_ERROR_ACCESS_DENIED, "not you") : 1;
     // Whether polkit may ask a person for a password.
     if (sd_bus_message_get_allow_interactive_authorization(message) > 0) text += " interactively";
     return sd_bus_reply_method_return(message, "s", text.c_str());
@@ -87,23 +91,62 @@ TEST_F(HelperServiceTest, CarriesArgumentsAndAnswers) {
   connection->getVersion(reply, failed);
   connection->getCoreMetrics("0123abcd", {"--samplers", "", "ä"}, reply, failed);
   connection->connectWithEndpoint(reply, failed);
-  connection->uninstallHelper("0123abcd", reply, failed);
   EXPECT_THAT(answers, IsEmpty()) << "answered before the call returned";
-  expectAnswers({"GetVersion", "GetCoreMetrics 0123abcd --samplers  ä", "ConnectWithEndpoint",
-                 "UninstallHelper 0123abcd interactively"});
+  expectAnswers({"GetVersion", "GetCoreMetrics 0123abcd --samplers  ä", "ConnectWithEndpoint"});
+  answers.clear();
+  connection->uninstallHelper("0123abcd", reply, failed);
+  expectAnswers({"UninstallHelper 0123abcd interactively"});
   EXPECT_EQ(invalidations, 0);
 }
 
 TEST_F(HelperServiceTest, ARefusalIsAFailureWithALineAndLeavesTheConnection) {
   const OtherEnd helper;
-  connection->limitCharge("key", true, reply, failed);
+  connection->limitCharge("refuse", false, reply, failed);
   expectAnswers({"failed"});
   EXPECT_THAT(log.lines, ElementsAre("core helper: LimitCharge: not you"));
-  connection->limitCharge("key", true, reply, failed);
+  connection->limitCharge("refuse", false, reply, failed);
   connection->getVersion(reply, failed);
   expectAnswers({"failed", "failed", "GetVersion"});
   EXPECT_EQ(log.lines.size(), 1U) << "said again";
   EXPECT_EQ(invalidations, 0);
+}
+
+TEST_F(HelperServiceTest, AReleaseThatIsRefusedOrLateEndsTheConnectionWhichHolds) {
+  const OtherEnd helper;
+  for (const char* key : {"refuse", "silent"}) {
+    answers.clear();
+    invalidations = 0;
+    connect();
+    connection->limitCharge(key, true, reply, failed);
+    expectAnswers({"failed"});
+    EXPECT_EQ(invalidations, 1) << key;
+  }
+}
+
+TEST_F(HelperServiceTest, ARemovalOutlivesItsConnectionAndIsAwaited) {
+  std::promise<void> isThere;
+  std::atomic<bool> hasAnswered = false;
+  std::thread helper([&] {
+    const Bus bus = Bus::openSystem();
+    sd_bus_request_name(bus.get(), kName, 0);
+    isThere.set_value();
+    sd_bus_message* message = nullptr;
+    while (message == nullptr || sd_bus_message_is_method_call(message, nullptr, "UninstallHelper") <= 0) {
+      sd_bus_message_unref(message);
+      if (sd_bus_process(bus.get(), &message) == 0) sd_bus_wait(bus.get(), UINT64_MAX);
+    }
+    const BusMessage call(message);
+    hasAnswered = true;
+    sd_bus_reply_method_return(message, "s", "being removed");
+  });
+  isThere.get_future().wait();
+  connection->uninstallHelper("key", reply, failed);
+  connection.reset();
+  EXPECT_THAT(answers, ElementsAre("failed"));
+  service.awaitRemovals();
+  EXPECT_TRUE(hasAnswered);
+  EXPECT_EQ(answers.size(), 1U) << "failed, then answered";
+  helper.join();
 }
 
 TEST_F(HelperServiceTest, AHelperThatIsNotThereFailsTheMessageAndTheConnectionOnce) {
