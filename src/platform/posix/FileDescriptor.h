@@ -21,6 +21,9 @@ class FileDescriptor {
   explicit operator bool() const { return number_ >= 0; }
   int get() const { return number_; }
 
+  /// The number, whose owner is now the caller.
+  [[nodiscard]] int release() { return std::exchange(number_, -1); }
+
   void reset() {
     if (number_ >= 0) close(number_);
     number_ = -1;

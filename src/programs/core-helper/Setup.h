@@ -1,7 +1,9 @@
 /// Where the helper finds the machine, and how long it waits.
 #pragma once
 
+#include "platform/linux/helper/HelperProtocol.h"
 #include "platform/linux/system/SystemRoots.h"
+#include "platform/values/Tick.h"
 
 #include <chrono>
 #include <filesystem>
@@ -18,7 +20,16 @@ struct Setup {
   std::chrono::milliseconds idle = std::chrono::seconds(30);
   /// How long polkit may take, alone and when it asks a person for a password.
   std::chrono::milliseconds patience = std::chrono::seconds(10);
-  std::chrono::milliseconds patienceWithPerson = std::chrono::minutes(2);
+  std::chrono::milliseconds patienceWithPerson = helperprotocol::kPatienceWithPerson;
+  /// From a release to the next hold: firmware keeps thresholds in memory that wears out, and the agent decides
+  /// at every second tick.
+  std::chrono::milliseconds pauseBeforeHold = kPowerPeriod;
+  /// How long one that holds may be silent, in all a minute, of which its call may wait the second part for its
+  /// turn; the agent calls at every second tick.
+  std::chrono::milliseconds patienceWithHolder = std::chrono::seconds(50);
+  std::chrono::milliseconds patienceWithTurn = std::chrono::seconds(10);
+  /// How long a firmware may take to come to terms with what it was told, and to wake up.
+  std::chrono::milliseconds settling = std::chrono::seconds(10);
 
   std::filesystem::path heldChargeFile() const { return stateFolder / "held"; }
   std::filesystem::path removalMark() const { return stateFolder / "remove"; }

@@ -17,20 +17,40 @@ void FakeDriver::set(const std::string& path, const std::string& value) const {
   active = paused;
 }
 
-/// Stands before the C library's own in this program.
+namespace {
+
+/// The path below the driver's folder; empty for any other file.
+std::string attributeOf(const FakeDriver& driver, int descriptor) {
+  std::error_code error;
+  std::string path = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(descriptor), error);
+  return path.starts_with(driver.folder) ? path.substr(driver.folder.size()) : "";
+}
+
+}  // namespace
+
+/// These stand before the C library's own in this program.
 extern "C" ssize_t write(int descriptor, const void* buffer, std::size_t size) {
   using Write = ssize_t (*)(int, const void*, std::size_t);
   static const auto real = reinterpret_cast<Write>(dlsym(RTLD_NEXT, "write"));
   FakeDriver* const driver = FakeDriver::active;
-  if (driver == nullptr) return real(descriptor, buffer, size);
-  std::error_code error;
-  std::string path = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(descriptor), error);
-  if (!path.starts_with(driver->folder)) return real(descriptor, buffer, size);
-  path.erase(0, driver->folder.size());
+  const std::string path = driver == nullptr ? "" : attributeOf(*driver, descriptor);
+  if (path.empty()) return real(descriptor, buffer, size);
   std::string value(static_cast<const char*>(buffer), size);
   if (value.ends_with('\n')) value.pop_back();
   driver->writes.push_back(path + " " + value);
   const auto store = driver->stores.find(path);
   errno = store == driver->stores.end() ? (driver->set(path, value), 0) : store->second(value);
+  if (errno == 0) driver->unset.erase(path);
   return errno == 0 ? static_cast<ssize_t>(size) : -1;
+}
+
+extern "C" ssize_t read(int descriptor, void* buffer, std::size_t size) {
+  using Read = ssize_t (*)(int, void*, std::size_t);
+  static const auto real = reinterpret_cast<Read>(dlsym(RTLD_NEXT, "read"));
+  FakeDriver* const driver = FakeDriver::active;
+  if (driver != nullptr && !driver->unset.empty() && driver->unset.contains(attributeOf(*driver, descriptor))) {
+    errno = ENODATA;
+    return -1;
+  }
+  return real(descriptor, buffer, size);
 }

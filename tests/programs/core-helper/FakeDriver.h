@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <map>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -10,7 +11,7 @@
 namespace quorlin {
 
 /// While it lives, a write() to a file below its folder is a store of a driver's attribute: it replaces what
-/// the file says, or does what is set for the file. One at a time.
+/// the file says, or does what is set for the file. A read() fails for one that is unset. One at a time.
 class FakeDriver {
  public:
   explicit FakeDriver(const std::string& path) : folder(path + "/") { active = this; }
@@ -22,6 +23,9 @@ class FakeDriver {
   using Store = std::function<int(const std::string& value)>;
   /// By paths below the folder.
   std::map<std::string, Store> stores;
+
+  /// Paths below the folder of attributes that answer ENODATA until they are first stored.
+  std::set<std::string> unset;
 
   /// "PATH VALUE" of each write, in order.
   std::vector<std::string> writes;

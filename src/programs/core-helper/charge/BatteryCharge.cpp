@@ -60,6 +60,48 @@ Result<std::string> BatteryCharge::hold(int least) {
   return outcome;
 }
 
+void BatteryCharge::renew() {
+  // The start before the end, which it has to stay below.
+  for (const std::string_view attribute :
+       {kChargeTypes, kChargeType, kStartThreshold, kEndThreshold, kChargeBehaviour}) {
+    const FormerValue* const former = held_.find(name_, attribute);
+    if (former != nullptr && !former->ours.empty() && setByOthers(attribute) == nullptr) {
+      write(attribute, former->ours);
+    }
+  }
+}
+
+void BatteryCharge::settle() {
+  for (const std::string_view attribute : kHeldAttributes) {
+    const FormerValue* const former = held_.find(name_, attribute);
+    const std::optional<std::string> now = value(attribute);
+    if (former != nullptr && now && !isBack(*former, now)) held_.setOurs(name_, attribute, *now);
+  }
+}
+
+std::optional<Trouble> BatteryCharge::othersValue() const {
+  for (const std::string_view attribute : kHeldAttributes) {
+    if (setByOthers(attribute) != nullptr) return ofOthers(attribute);
+  }
+  return std::nullopt;
+}
+
+bool BatteryCharge::hasFallenBack() const {
+  return std::ranges::any_of(kHeldAttributes, [this](std::string_view attribute) {
+    const FormerValue* const former = held_.find(name_, attribute);
+    return former != nullptr && !former->ours.empty() && former->ours != former->value &&
+           isBack(*former, value(attribute));
+  });
+}
+
+std::optional<Trouble> BatteryCharge::letCharge() {
+  if (value(kChargeBehaviour) == kInhibitCharge) write(kChargeBehaviour, "auto");
+  if (percent(kEndThreshold).value_or(100) < 100) write(kEndThreshold, "100");
+  if (value(kChargeBehaviour) == kInhibitCharge) return keeps(kChargeBehaviour, "auto");
+  if (percent(kEndThreshold).value_or(100) < 100) return keeps(kEndThreshold, "100");
+  return std::nullopt;
+}
+
 std::optional<Trouble> BatteryCharge::putBack() {
   std::string text;
   const auto add = [&text](const std::optional<Trouble>& trouble) {
@@ -78,6 +120,7 @@ std::optional<Trouble> BatteryCharge::putBack() {
   add(putBack(kEndThreshold));
   if (held_.find(name_, kEndThreshold) == nullptr) add(putBack(kStartThreshold));
   add(putBack(kChargeTypes));
+  add(putBack(kChargeType));
   return text.empty() ? std::nullopt : std::optional(Trouble{.what = text});
 }
 
@@ -109,9 +152,12 @@ Result<std::string> BatteryCharge::holdByThreshold(int least, const ChargeOffer&
   if (!isEndFor(charge, end)) return refused(kEndThreshold, std::to_string(charge));
   // The thresholds are used with this type only (Documentation/ABI/testing/sysfs-class-power).
   trouble_.reset();
-  if (offer.hasCustomType) {
-    change(kChargeTypes, kCustomCharge);
-    if (value(kChargeTypes) != kCustomCharge) return refused(kChargeTypes, kCustomCharge);
+  if (!offer.typeAttribute.empty()) {
+    change(offer.typeAttribute, kCustomCharge);
+    // Without a list, a driver may be one that does not know the type and needs none.
+    if (offer.typeAttribute == kChargeTypes && value(kChargeTypes) != kCustomCharge) {
+      return refused(kChargeTypes, kCustomCharge);
+    }
   }
   return filledIn("the charge is held at {} % (charge_control_end_threshold)", {std::to_string(*end)});
 }
@@ -133,7 +179,9 @@ void BatteryCharge::change(std::string_view attribute, std::string_view wanted) 
 }
 
 bool BatteryCharge::writeDown(std::string_view attribute) {
-  const std::optional<Trouble> trouble = held_.remember(name_, attribute, value(attribute));
+  std::optional<std::string> former = value(attribute);
+  if (!former) former = unsetValue(folder_, attribute);
+  const std::optional<Trouble> trouble = held_.remember(name_, attribute, former);
   if (!trouble) return true;
   isOver_ = true;
   if (!trouble_) trouble_ = Trouble{.what = filledIn("{}; nothing is changed", {trouble->text()})};
@@ -142,7 +190,8 @@ bool BatteryCharge::writeDown(std::string_view attribute) {
 
 std::optional<Trouble> BatteryCharge::write(std::string_view attribute, std::string_view wanted) const {
   // The line end lets a plain file be read back too, though it was longer before.
-  const std::string line = std::string(wanted) + '\n';
+  std::string line = std::string(wanted) + '\n';
+  if (attribute == kChargeType) std::ranges::replace(line, '_', ' ');
   const FileDescriptor file(open((folder_ / attribute).c_str(), O_WRONLY | O_CLOEXEC));
   if (file && ::write(file.get(), line.data(), line.size()) >= 0) return std::nullopt;
   const int error = errno;
@@ -150,14 +199,23 @@ std::optional<Trouble> BatteryCharge::write(std::string_view attribute, std::str
   return systemTrouble(filledIn("{} cannot be set to {}", {attribute, wanted}), {}, error);
 }
 
-std::optional<Trouble> BatteryCharge::leaveToOthers(std::string_view attribute) {
+const FormerValue* BatteryCharge::setByOthers(std::string_view attribute) const {
   const FormerValue* const former = held_.find(name_, attribute);
   const std::optional<std::string> now = value(attribute);
-  if (former == nullptr || former->ours.empty() || !now) return std::nullopt;
-  if (now == former->ours || isBack(*former, now)) return std::nullopt;
+  if (former == nullptr || former->ours.empty() || !now) return nullptr;
+  return now == former->ours || isBack(*former, now) ? nullptr : former;
+}
+
+Trouble BatteryCharge::ofOthers(std::string_view attribute) const {
+  return {.what = filledIn("another program set {} to {}; that value stays",
+                           {attribute, displayText(value(attribute).value_or(""))})};
+}
+
+std::optional<Trouble> BatteryCharge::leaveToOthers(std::string_view attribute) {
+  if (setByOthers(attribute) == nullptr) return std::nullopt;
+  const Trouble trouble = ofOthers(attribute);
   held_.forget(name_, attribute);
-  return Trouble{
-      .what = filledIn("another program set {} to {}; that value stays", {attribute, displayText(*now)})};
+  return trouble;
 }
 
 std::optional<Trouble> BatteryCharge::putBack(std::string_view attribute) {

@@ -25,8 +25,24 @@ class BatteryCharge {
   /// Whether hold() has asked the firmware for anything, and not only looked.
   bool wasAsked() const { return wasAsked_; }
 
+  /// Writes what a hold has set, also where the driver shows it still, but no value that another program has
+  /// set since: firmware may forget what its driver goes on showing.
+  void renew();
+
+  /// Takes what the driver shows by now for what a hold has set: some firmware rounds a value only later.
+  void settle();
+
+  /// What another program has set in the place of what a hold has set.
+  std::optional<Trouble> othersValue() const;
+
+  /// Whether what a hold has set is as it was before the hold.
+  bool hasFallenBack() const;
+
   /// Restores each former value that no other program has changed since, and forgets it in memory.
   std::optional<Trouble> putBack();
+
+  /// Lets the battery charge fully where nothing is known of its former values.
+  std::optional<Trouble> letCharge();
 
  private:
   Result<std::string> holdByWhatIsOffered(int least);
@@ -40,6 +56,9 @@ class BatteryCharge {
   /// the attribute is read back.
   std::optional<Trouble> write(std::string_view attribute, std::string_view wanted) const;
 
+  /// Null unless another program has set the attribute since the hold.
+  const FormerValue* setByOthers(std::string_view attribute) const;
+  Trouble ofOthers(std::string_view attribute) const;
   std::optional<Trouble> leaveToOthers(std::string_view attribute);
   std::optional<Trouble> putBack(std::string_view attribute);
 

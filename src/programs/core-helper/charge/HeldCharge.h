@@ -15,7 +15,7 @@
 namespace quorlin {
 
 /// The attributes that a hold may change.
-inline constexpr std::array kHeldAttributes = {kChargeTypes, kChargeBehaviour, kEndThreshold,
+inline constexpr std::array kHeldAttributes = {kChargeTypes, kChargeType, kChargeBehaviour, kEndThreshold,
                                                kStartThreshold};
 
 struct FormerValue {
@@ -35,6 +35,9 @@ class HeldCharge {
  public:
   /// Without a file nothing is held. A file that cannot be read is a trouble, so that nothing replaces it.
   static Result<HeldCharge> in(std::filesystem::path file);
+
+  /// Empty, whatever the file says.
+  explicit HeldCharge(std::filesystem::path file) : file_(std::move(file)) {}
 
   const std::vector<FormerValue>& values() const { return values_; }
 
@@ -58,8 +61,6 @@ class HeldCharge {
   std::optional<Trouble> store();
 
  private:
-  explicit HeldCharge(std::filesystem::path file) : file_(std::move(file)) {}
-
   std::filesystem::path file_;
   std::vector<FormerValue> values_;
   bool isStored_ = true;

@@ -17,6 +17,14 @@ struct MetricsRequest {
   bool thermal = false;
   std::chrono::milliseconds interval{0};
 
+  /// Measures also what the other request wants.
+  void include(const MetricsRequest& other) {
+    processorPower = processorPower || other.processorPower;
+    graphicsPower = graphicsPower || other.graphicsPower;
+    neuralEnginePower = neuralEnginePower || other.neuralEnginePower;
+    thermal = thermal || other.thermal;
+  }
+
   friend bool operator==(const MetricsRequest&, const MetricsRequest&) = default;
 };
 

@@ -1,5 +1,8 @@
 #include "programs/core-helper/service/Request.h"
 
+#include "commands/RequestKey.h"
+#include "platform/linux/system/System.h"
+
 #include <array>
 #include <cstring>
 #include <optional>
@@ -14,14 +17,20 @@ constexpr std::size_t kMostParameters = 16;
 
 Refusal malformed(std::string text) { return {SD_BUS_ERROR_INVALID_ARGS, std::move(text)}; }
 
-bool hasKey(Method method) { return method != Method::ConnectWithEndpoint && method != Method::GetVersion; }
+bool hasKey(Method method) {
+  return method == Method::GetCoreMetrics || method == Method::UninstallHelper ||
+         method == Method::LimitCharge;
+}
 
 /// Nothing when the key is right.
-std::optional<Refusal> checkKey(sd_bus_message* message, const std::string& expectedKey) {
+std::optional<Refusal> checkKey(sd_bus_message* message) {
   const char* key = nullptr;
-  if (sd_bus_message_read_basic(message, 's', &key) <= 0) return malformed("the key is not a string");
+  if (sd_bus_message_read_basic(message, 's', &key) <= 0) {
+    return malformed("the key is not a string, or the call is too long");
+  }
   if (strnlen(key, kLongestKey + 1) > kLongestKey) return malformed("the key is too long");
-  if (key != expectedKey) return Refusal{SD_BUS_ERROR_ACCESS_DENIED, "the key is not this computer's"};
+  // The name may change while the helper runs.
+  if (key != requestKey(LinuxSystem().localizedHostName()).value_or("")) return Refusal{SD_BUS_ERROR_ACCESS_DENIED, "the key is not this computer's"};
   return std::nullopt;
 }
 
@@ -54,14 +63,15 @@ const char* actionOf(Method method) {
       "com.brellwick.quorlin-core-helper.get-core-metrics",
       "com.brellwick.quorlin-core-helper.uninstall-helper",
       "com.brellwick.quorlin-core-helper.limit-charge",
+      "com.brellwick.quorlin-core-helper.get-charge-hold",
   };
   return actions[static_cast<std::size_t>(method)];
 }
 
-Result<Request, Refusal> readRequest(Method method, sd_bus_message* message, const std::string& expectedKey) {
+Result<Request, Refusal> readRequest(Method method, sd_bus_message* message) {
   Request request{.method = method, .metrics = {}, .mode = false};
   if (hasKey(method)) {
-    if (auto refusal = checkKey(message, expectedKey)) return *refusal;
+    if (auto refusal = checkKey(message)) return *refusal;
   }
   if (method == Method::GetCoreMetrics) {
     const Result<MetricsRequest, Refusal> metrics = readMetricsRequest(message);

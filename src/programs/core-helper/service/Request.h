@@ -10,7 +10,14 @@
 
 namespace quorlin {
 
-enum class Method { ConnectWithEndpoint, GetVersion, GetCoreMetrics, UninstallHelper, LimitCharge };
+enum class Method {
+  ConnectWithEndpoint,
+  GetVersion,
+  GetCoreMetrics,
+  UninstallHelper,
+  LimitCharge,
+  GetChargeHold
+};
 
 /// The polkit action that allows the call.
 const char* actionOf(Method method);
@@ -31,6 +38,6 @@ struct Refusal {
 };
 
 /// Strings and arrays past their bounds are refused before they are copied.
-Result<Request, Refusal> readRequest(Method method, sd_bus_message* message, const std::string& expectedKey);
+Result<Request, Refusal> readRequest(Method method, sd_bus_message* message);
 
 }  // namespace quorlin

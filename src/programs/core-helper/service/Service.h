@@ -3,27 +3,23 @@
 
 #include "platform/linux/bus/Bus.h"
 #include "programs/core-helper/Setup.h"
-#include "programs/core-helper/charge/ChargeControl.h"
-#include "programs/core-helper/metrics/CoreMetrics.h"
+#include "programs/core-helper/metrics/PowerMeter.h"
 #include "programs/core-helper/service/AuthorizationCheck.h"
+#include "programs/core-helper/service/BusGate.h"
+#include "programs/core-helper/service/ChargeHolder.h"
+#include "programs/core-helper/service/Event.h"
 #include "programs/core-helper/service/Request.h"
 
-#include <chrono>
 #include <list>
 #include <memory>
 #include <optional>
 #include <string>
-
-#include <systemd/sd-event.h>
+#include <vector>
 
 namespace quorlin {
 
-using BusTrack = Owned<sd_bus_track, sd_bus_track_unref>;
-using Event = Owned<sd_event, sd_event_unref>;
-/// Disabled before it is released: the loop may keep it a little longer.
-using EventSource = Owned<sd_event_source, sd_event_source_disable_unref>;
-
-/// Everything runs on one thread, in libsystemd's event loop.
+/// Everything but the gate runs on one thread, in libsystemd's event loop. Once it serves, it waits for no
+/// answer of the bus, so that no flood of calls can come between it and one.
 class Service {
  public:
   /// Connects to the system bus and takes the helper's name. Throws BusError.
@@ -42,42 +38,44 @@ class Service {
     Service& service;
     Request request;
     BusMessage message;
-    std::string caller;
-    uid_t user;
-    BusTrack callerOnBus = nullptr;
+    Caller caller;
+    /// The bus knows the user; the caller could lie.
+    bool isIdentified = false;
+    BusSlot identity = nullptr;
     std::unique_ptr<AuthorizationCheck> authorization = nullptr;
-    PowerCounters before = {};
-    EventSource interval = nullptr;
   };
 
   int take(Method method, sd_bus_message* message, sd_bus_error* error);
+  void identify(Call& call);
+  void identified(Call& call, uid_t user);
   void decided(Call& call, const std::optional<Trouble>& refusal);
   void limitCharge(Call& call);
-  void startMeasuring(Call& call);
   void uninstall(Call& call);
   void answer(Call& call, const std::string& text);
+  void answerWithHold(Call& call);
   void refuse(Call& call, const Refusal& refusal);
   void finish(Call& call);
+  void left(const std::string& caller);
 
-  BusTrack trackCaller(const std::string& caller, sd_bus_track_handler_t gone, void* userdata) const;
-  void releaseCharge(const char* sentence);
-  void takeWaitingMessages();
+  void match(const char* rule, sd_bus_message_handler_t handler);
   void restartIdleTime();
-  void leaveIfIdle();
+  bool isIdle() const;
+  void askWhetherIdle();
+  void leave();
 
   Setup setup_;
-  ChargeControl charge_;
   Event event_;
+  std::optional<BusGate> gate_;
   BusHandle bus_;
+  std::optional<ChargeHolder> charge_;
+  std::optional<PowerMeter> meter_;
   std::list<Call> calls_;
-  BusTrack holder_;
   EventSource idle_;
   EventSource terminationSignal_;
-  BusSlot object_;
-  BusSlot sleepSignal_;
+  std::vector<BusSlot> slots_;
+  BusSlot question_;
+  std::uint64_t callsSeen_ = 0;
   bool leaving_ = false;
-  std::chrono::steady_clock::time_point lastRelease_;
-  std::string lastLogged_;
 };
 
 }  // namespace quorlin

@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -22,6 +23,14 @@ int main(int argc, char** argv) {
   setup.idle = std::chrono::milliseconds(std::stol(variable("QUORLIN_IDLE_MS")));
   setup.patience = std::chrono::milliseconds(std::stol(variable("QUORLIN_PATIENCE_MS")));
   setup.patienceWithPerson = setup.patience;
+  for (const auto& [name, duration] : {std::pair("QUORLIN_PAUSE_MS", &setup.pauseBeforeHold),
+                                       {"QUORLIN_SILENCE_MS", &setup.patienceWithHolder},
+                                       {"QUORLIN_TURN_MS", &setup.patienceWithTurn},
+                                       {"QUORLIN_SETTLING_MS", &setup.settling}}) {
+    if (const std::string value = variable(name); !value.empty()) {
+      *duration = std::chrono::milliseconds(std::stol(value));
+    }
+  }
   const std::vector<std::string_view> arguments(argv + 1, argv + argc);
   return quorlin::runCoreHelper(setup, arguments);
 }
