@@ -7,6 +7,7 @@ import pytest
 from gi.repository import GLib
 
 from harness import PATIENCE, wait_until
+from system_bus import Client
 from test_core_helper import END, is_held
 
 LIMIT = 80
@@ -54,6 +55,27 @@ def test_the_charge_is_held_at_the_limit_and_let_go_when_the_agent(laptop, syste
         system_bus.charge(LIMIT - 1, "Not charging")
         wait_until(lambda: laptop.stored()["powerLimitEnabled"] == "false", "the release is noted")
     wait_until(lambda: system_bus.battery(END) == before, "the release")
+
+
+@pytest.mark.parametrize("fate", ["refuses", "does not answer", "is busy with other callers"])
+def test_the_charge_is_let_go_though_the_helper(laptop, system_bus, fate):
+    _, consumer, before = start_and_hold(laptop, system_bus)
+    others = []
+    if fate == "is busy with other callers":
+        system_bus.polkit.answer = "wait"
+        others = [Client(system_bus.address) for _ in range(4)]
+        for other in others:
+            for _ in range(4):
+                other.send("GetVersion")
+        wait_until(lambda: len(system_bus.polkit.waiting) >= 16, "sixteen questions")
+    else:
+        # As in a session that is not active.
+        system_bus.polkit.answer = "deny" if fate == "refuses" else "wait"
+    consumer.leave()
+    wait_until(lambda: system_bus.battery(END) == before, "the release")
+    wait_until(lambda: laptop.stored()["powerLimitEnabled"] == "false", "the release is noted")
+    for other in others:
+        other.leave()
 
 
 def test_a_new_limit_takes_effect_at_once(laptop, system_bus):

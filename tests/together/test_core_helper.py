@@ -2,12 +2,13 @@
 import os
 import re
 import signal
+import subprocess
 import time
 
 import pytest
 from gi.repository import GLib
 
-from harness import BUNDLE, PATIENCE, wait_until
+from harness import BUNDLE, FIXTURES, PATIENCE, wait_until
 from sandbox import Sandbox
 from system_bus import HELPER, INTERFACE, NAME, OBJECT, PACKAGING, Client, Error, ask_bus, connect
 
@@ -170,6 +171,84 @@ def test_a_hold_is_written_once_then_put_back_and_put_off_right_after_that(syste
     assert is_held(system_bus)
 
 
+def test_a_pause_before_the_next_hold_counts_however_the_last_one_ended(system_bus, client):
+    for leaves in (True, False):
+        holder = Client(system_bus.address)
+        wait_until(lambda holder=holder: holder.call("LimitCharge", system_bus.key(), False) != "LimitsExceeded", "a hold")
+        before = system_bus.log.read_text().count("released")
+        if leaves:
+            holder.leave()
+            wait_until(lambda before=before: system_bus.log.read_text().count("released") > before, "the release")
+        else:
+            holder.call("LimitCharge", system_bus.key(), True)
+        assert client.call("LimitCharge", system_bus.key(), False) == "LimitsExceeded"
+        holder.leave()
+
+
+def test_a_holder_that_falls_silent_holds_no_longer(system_bus):
+    client = Client(system_bus.start(QUORLIN_SILENCE_MS="1", QUORLIN_TURN_MS="1").address)
+    before = system_bus.battery(END)
+    hold(system_bus, client)
+    wait_until(lambda: system_bus.battery(END) == before, "the release")
+    assert "fallen silent" in system_bus.log.read_text()
+
+
+def test_measuring_is_never_in_the_way_of_a_release(system_bus, client):
+    before = system_bus.battery(END)
+    hold(system_bus, client)
+    system_bus.polkit.answer = "wait"
+    others = [client, *(Client(system_bus.address) for _ in range(3))]
+    measuring = [other.send("GetCoreMetrics", system_bus.key(), METRICS) for other in others for _ in range(4)]
+    wait_until(lambda: len(system_bus.polkit.waiting) == 16, "sixteen questions")
+    system_bus.polkit.answer = "allow"
+    assert client.call("GetCoreMetrics", system_bus.key(), METRICS) == "LimitsExceeded"
+    assert not isinstance(client.call("LimitCharge", system_bus.key(), True), Error)
+    assert system_bus.battery(END) == before
+    assert not any(measuring)
+
+
+@pytest.mark.parametrize("connections, flags", [(12, 0), (200, 1)], ids=["calls", "calls that want no reply"])
+def test_another_users_flood_ends_no_hold_and_leaves_others_served(system_bus, client, connections, flags):
+    hold(system_bus, client)
+    process = system_bus.process()
+    with subprocess.Popen(["/usr/bin/python3", FIXTURES / "flood.py", system_bus.folder / "socket", str(connections),
+                           str(flags), "65534"], stdout=subprocess.PIPE, text=True) as flooder:
+        assert flooder.stdout.readline() == "connected\n"
+        try:
+            for _ in range(3):
+                assert re.fullmatch(r"\d+\.\d+\.\d+", client.call("GetVersion"))
+        finally:
+            flooder.kill()
+    assert system_bus.process() == process
+    assert is_held(system_bus)
+
+
+def test_a_thousand_rounds_and_sleeps_leave_nothing_behind(system_bus):
+    # Freed memory that the sanitizer keeps for a while would hide what the helper keeps.
+    system_bus.start(QUORLIN_PAUSE_MS="0", ASAN_OPTIONS="quarantine_size_mb=1:detect_leaks=0")
+    client = Client(system_bus.address)
+    logind = connect(system_bus.address)
+    ask_bus(logind, "RequestName", "(su)", "org.freedesktop.login1", 0)
+
+    def rounds(count):
+        for _ in range(count):
+            holder = Client(system_bus.address)
+            hold(system_bus, holder)
+            say_whether_asleep(logind, False)
+            holder.leave()
+        client.call("GetVersion")
+        process = system_bus.process()
+        with open(f"/proc/{process}/status", encoding="ascii") as status:
+            memory = next(int(line.split()[1]) for line in status if line.startswith("VmRSS"))
+        return process, len(os.listdir(f"/proc/{process}/fd")), memory
+
+    process, descriptors, memory = rounds(100)
+    later = rounds(900)
+    assert later[:2] == (process, descriptors)
+    assert later[2] < memory + 2048
+    logind.close_sync(None)
+
+
 @pytest.mark.parametrize("end, reason", [
     ("holder leaves", "because the caller left the bus"), ("the bus ends", ""),
     (signal.SIGTERM, "because the helper is stopping"), (signal.SIGKILL, "")])
@@ -236,21 +315,41 @@ def test_forged_signals_of_the_bus_or_of_logind_do_nothing(system_bus, client):
     assert system_bus.contents() == held
 
 
-def test_a_firmware_that_forgot_the_hold_in_its_sleep_is_told_again(system_bus, client):
+def test_a_firmware_that_forgot_the_hold_in_its_sleep_is_told_again_twice(system_bus):
+    client = Client(system_bus.start(QUORLIN_SETTLING_MS="300").address)
     logind = connect(system_bus.address)
     ask_bus(logind, "RequestName", "(su)", "org.freedesktop.login1", 0)
     before = system_bus.battery(END)
     hold(system_bus, client)
-    system_bus.battery(END, before)
-    for asleep in (True, False):
-        say_whether_asleep(logind, asleep)
-    wait_until(lambda: is_held(system_bus), "the hold after suspend")
+    held = system_bus.battery(END)
+    # The driver goes on showing what its firmware has forgotten, so that only the writing tells.
+    file = system_bus.tree / "sys/class/power_supply/BAT0" / END
+    for reason in ("asleep", "after that"):
+        os.utime(file, (0, 0))
+        if reason == "asleep":
+            for asleep in (True, False):
+                say_whether_asleep(logind, asleep)
+        wait_until(lambda: file.stat().st_mtime > 0, f"a write {reason}")
+        assert system_bus.battery(END) == held
     # A hold that has been released does not come back.
     client.call("LimitCharge", system_bus.key(), True)
     say_whether_asleep(logind, False)
     logind.call_sync(NAME, OBJECT, INTERFACE, "GetVersion", None, None, 0, PATIENCE * 1000, None)
     assert system_bus.battery(END) == before
     logind.close_sync(None)
+
+
+def test_it_tells_how_the_charge_is_held_and_for_whom(system_bus, client):
+    def told():
+        answer = client.bus.call_sync(NAME, OBJECT, "com.brellwick.QuorlinCoreHelper.ChargeHold", "GetChargeHold", None,
+                                      None, 0, PATIENCE * 1000, None)
+        return answer.unpack()
+    assert told() == ("", 0, [("BAT0", False, END, "")])
+    hold(system_bus, client)
+    assert told() == (client.name, os.getuid(),
+                      [("BAT0", True, END, f"the charge is held at 63 % ({END})")])
+    system_bus.battery(END, 90)
+    assert told()[2] == [("BAT0", False, END, f"another program set {END} to 90; that value stays")]
 
 
 def test_it_leaves_when_it_is_idle_and_stays_while_it_holds(system_bus):
