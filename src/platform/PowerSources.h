@@ -12,6 +12,8 @@ struct PowerSourceDescription {
   std::optional<std::int32_t> maximumCapacity;
   std::optional<std::int32_t> currentCapacity;
   std::optional<bool> isCharging;
+  /// Also on external power, when that is too weak for the computer.
+  bool isDischarging = false;
 };
 
 /// Sources in a stable order; one without a description is listed too.

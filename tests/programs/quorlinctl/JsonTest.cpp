@@ -35,8 +35,14 @@ TEST(Json, IsWrittenForEveryKindOfValue) {
 
 TEST(Json, OfANotificationIsOneLineWithNullForNoObject) {
   const Notification notification = {.name = "N", .object = std::nullopt, .userInfo = {}};
-  EXPECT_EQ(jsonLineOf(notification, Battery{kOnBattery, std::nullopt}),
-            R"({"name":"N","object":null,"userInfo":{},"battery":{"state":"on-battery","percent":null}})");
+  const std::string start = R"({"name":"N","object":null,"userInfo":{},"battery":)";
+  const std::string unknown = R"({"state":"on-battery","percent":null})";
+  const std::string drained = R"({"state":"discharging","percent":0})";
+  const Battery first{kOnBattery, std::nullopt};
+  EXPECT_EQ(jsonLineOf(notification, {{first}}), start + unknown + "}");
+  EXPECT_EQ(jsonLineOf(notification, {{first, {kNotCharging, 0, true}}}),
+            start + unknown + R"(,"batteries":[)" + unknown + "," + drained + "]}");
+  EXPECT_EQ(jsonLineOf(notification, std::vector<Battery>()), start + R"({"state":"none","percent":null}})");
   EXPECT_EQ(jsonLineOf({.name = "N", .object = "o\n", .userInfo = {{"version", 12}}}),
             R"({"name":"N","object":"o\n","userInfo":{"version":12}})");
 }

@@ -43,7 +43,7 @@ class Rendering : public testing::Test {
             .silence = {},
             .powerMetrics = "CPU Power: 4.51 W\r\n\n\tThermal Pressure: \x1b[31m0.0 %\nno colon\n",
             .batteryLimit = 80,
-            .battery = {.state = kNotCharging, .percent = 80}};
+            .batteries = {{.state = kNotCharging, .percent = 80}}};
   }
 
   static std::string textOf(const SampleView& view, ViewSize size = {},
@@ -105,7 +105,6 @@ TEST_F(Rendering, GivesALongValueTheRoomThatItsLabelLeaves) {
 TEST(ReadingBlocks, NameTheBatteryByWhatBecomesOfIt) {
   using Rows = std::vector<std::string>;
   const std::tuple<Battery, std::optional<std::int64_t>, Rows, Tone> cases[] = {
-      {{kNoBattery, 50}, 80, {}, Tone::Plain},
       {{kOnBattery, 20}, 100, {"On battery 20 %"}, Tone::Warm},
       {{kOnBattery, 10}, 0, {"On battery 10 %"}, Tone::Hot},
       {{kOnBattery, std::nullopt}, 99, {"On battery —", "Charge limit 99 %"}, Tone::Plain},
@@ -114,9 +113,13 @@ TEST(ReadingBlocks, NameTheBatteryByWhatBecomesOfIt) {
       {{kNotCharging, 81}, 80, {"Held at limit 81 %", "Charge limit 80 %"}, Tone::Plain},
       {{kNotCharging, 81}, std::nullopt, {"Not charging 81 %"}, Tone::Plain},
       {{kNotCharging, 100}, 100, {"Full 100 %"}, Tone::Plain},
+      {{kNotCharging, 0, true}, 100, {"Charger too weak 0 %"}, Tone::Hot},
+      {{kNotCharging, 60, true}, 100, {"Charger too weak 60 %"}, Tone::Warm},
   };
+  EXPECT_TRUE(batteryBlock({}, 80).rows.empty());
+  EXPECT_EQ(batteryBlock({{kCharging, 50}, {kNotCharging, 7}}, 80).rows[1].label, "Not charging (battery 2)");
   for (const auto& [battery, limit, expected, tone] : cases) {
-    const ReadingBlock block = batteryBlock(battery, limit);
+    const ReadingBlock block = batteryBlock({battery}, limit);
     Rows rows;
     for (const ReadingRow& row : block.rows) rows.push_back(row.label + " " + row.value);
     EXPECT_EQ(rows, expected);
@@ -132,7 +135,7 @@ TEST(ReadingBlocks, OfOnePartAreOneAndKeepTheirOrder) {
       {"power_supply/bat0", "BAT0", 30}, {"spd5118/temp1", "", 35}, {"coretemp/temp1", "Core 0", 40}};
   sample.readings[SensorKind::Fan] = {{"board/fan1", "Rear", 812}};
   std::vector<ReadingBlock> blocks = sensorBlocks(sample);
-  insertAfterProcessor(blocks, batteryBlock({kCharging, 50}, std::nullopt));
+  insertAfterProcessor(blocks, batteryBlock({{kCharging, 50}}, std::nullopt));
   insertAfterProcessor(blocks, powerBlock("CPU Power: 1 W"));
   insertAfterProcessor(blocks, powerBlock(""));
   std::vector<std::string> titles;

@@ -80,10 +80,6 @@ TEST(Requests, ReachTheAgentAsUrlsAndAreConfirmed) {
   const std::string start =
       "brellwick.QuorlinSensors.quorlinio://" + *requestKey(LinuxSystem().localizedHostName()) + "/";
   const std::tuple<Words, std::string, std::string> cases[] = {
-      {{"battery-limit", "80"}, "batterylimit/80", "Asked the agent to set the charge limit to 80 %.\n"},
-      {{"battery-limit", "--", "51%"},
-       "batterylimit/51",
-       "Asked the agent to set the charge limit to 51 %.\n"},
       {{"terminate", "1"}, "terminateapp/1", "Asked the agent to quit application 1.\n"},
       {{"force-terminate", "2147483647"},
        "forceterminateapp/2147483647",
@@ -157,28 +153,6 @@ TEST(Subcommands, AreAllDescribedInColumnsOfATerminal) {
 TEST(Requests, OfAComputerWithoutNameCarryNoKey) {
   EXPECT_EQ(commandUrl(std::nullopt, "terminalcommand", "a/b"),
             "brellwick.QuorlinSensors.quorlinio:///terminalcommand/a%2Fb");
-}
-
-TEST(Requests, WarnOfABatteryThatCannotBeHeld) {
-  const PrivateBus daemon;
-  setenv("DBUS_SYSTEM_BUS_ADDRESS", std::getenv("DBUS_SESSION_BUS_ADDRESS"), 1);
-  const FakeAgent agent;
-  const std::string battery = "class/power_supply/BAT0/";
-  const auto complaints = [](int percent) {
-    return whatIsSaidTo({"battery-limit", std::to_string(percent)}).complaints;
-  };
-  EXPECT_THAT(complaints(80), HasSubstr("no battery"));
-  EXPECT_THAT(complaints(100), IsEmpty());
-  computer.folder.write(battery + "type", "Battery\n");
-  EXPECT_THAT(complaints(80), HasSubstr("core helper off"));
-  computer.folder.write("quorlin-sensors/settings.conf", "[Settings]\ncoreAutostart=1\n");
-  EXPECT_THAT(complaints(80), HasSubstr("cannot stop charging"));
-  computer.folder.write(battery + "charge_behaviour", "[auto] inhibit-charge\n");
-  EXPECT_THAT(complaints(80), HasSubstr("core helper is not installed"));
-  for (const char* const made : {"class", "quorlin-sensors"}) {
-    std::filesystem::remove_all(computer.folder.path() / made);
-  }
-  unsetenv("DBUS_SYSTEM_BUS_ADDRESS");
 }
 
 TEST(Requests, RefuseWorkflowsThatCannotRun) {

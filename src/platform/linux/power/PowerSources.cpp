@@ -16,7 +16,9 @@ std::optional<bool> isCharging(std::string_view status) {
 
 std::optional<PowerSourceDescription> describe(const std::filesystem::path& battery) {
   PowerSourceDescription description;
-  description.isCharging = isCharging(supplyText(battery, "status"));
+  const std::string status = supplyText(battery, "status");
+  description.isCharging = isCharging(status);
+  description.isDischarging = status == "Discharging";
   for (const std::string unit : {"energy", "charge"}) {
     const auto full = supplyNumber(battery, unit + "_full");
     const auto now = supplyNumber(battery, unit + "_now");

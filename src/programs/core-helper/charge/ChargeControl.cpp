@@ -103,8 +103,8 @@ ChargeOutcome ChargeControl::release() {
     BatteryCharge battery(folder, *held);
     if (absent_.erase(battery.name()) == 0) continue;
     const std::optional<Trouble> trouble = battery.putBack();
-    std::string& text = memories_[battery.name()].text;
-    text = trouble ? trouble->text() : "the charge settings are restored";
+    const std::string text = trouble ? trouble->text() : "the charge settings are restored";
+    if (trouble) memories_[battery.name()].text = text;
     addLine(outcome.text, battery.name() + ": " + text);
     outcome.holding = outcome.holding || held->isAbout(battery.name());
   }

@@ -18,7 +18,7 @@ struct BatteryReport {
   bool isHeld = false;
   /// The attribute by which it is or would be held; empty where the driver offers none.
   std::string attribute;
-  /// For people; empty before the first request.
+  /// For people; empty before the first request and after a release that went well.
   std::string text;
 };
 

@@ -51,6 +51,7 @@ std::string usageOf(const Subcommand& subcommand) {
   std::string usage = fmt::format("Usage: quorlinctl {}", subcommand.name);
   for (const Option& option : subcommand.options) usage += fmt::format(" [{}]", nameOf(option));
   const auto [kind, placeholder] = subcommand.operands;
+  if (kind == Operands::Kind::Optional) usage += fmt::format(" [{}]", placeholder);
   if (kind == Operands::Kind::One) usage += fmt::format(" {}", placeholder);
   if (kind == Operands::Kind::Command) usage += fmt::format(" [--] {}...", placeholder);
   return usage + "\n\n";

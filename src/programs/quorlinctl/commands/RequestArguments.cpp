@@ -1,16 +1,10 @@
 #include "programs/quorlinctl/commands/RequestArguments.h"
 
-#include "commands/UrlScheme.h"
-#include "core/Settings.h"
 #include "helper/ChargePolicy.h"
-#include "platform/linux/desktop/UserDefaults.h"
 #include "platform/linux/desktop/WorkflowEngine.h"
-#include "platform/linux/power/SystemBatteries.h"
-#include "platform/linux/system/SystemRoots.h"
 #include "platform/posix/TextFile.h"
 #include "platform/values/Parsing.h"
 #include "platform/values/Utf8.h"
-#include "programs/quorlinctl/doctor/Checks.h"
 
 #include <cerrno>
 #include <csignal>
@@ -52,28 +46,6 @@ Result<std::string, UsageError> readFile(const std::vector<std::string>& operand
   std::error_code error;
   const std::filesystem::path path = std::filesystem::absolute(file, error);
   return error ? file : path.native();
-}
-
-std::optional<Objection> checkChargeLimit(const std::string& percent) {
-  if (percent == std::to_string(kHighestBatteryLimit)) return std::nullopt;
-  const SystemRoots roots = systemRootsFromEnvironment();
-  if (systemBatteries(roots.sysfs).empty())
-    return Objection{"this computer has no battery to hold at a limit"};
-  if (!isSwitchedOn(settingsFile(), setting::kCoreAutostart)) {
-    return Objection{"the charge will not be held, because the settings leave the core helper off"};
-  }
-  try {
-    const Finding control = checkChargeControl(roots);
-    if (control.state != CheckState::Ok) return Objection{control.line()};
-    const Finding helper = checkHelper(Bus::openSystem());
-    if (helper.state != CheckState::Ok) return Objection{helper.line()};
-    // If the agent does not run, sending fails with a reason of its own.
-    const Finding agent = checkAgent(Bus::openSession());
-    if (agent.state == CheckState::Note) return Objection{agent.line()};
-  } catch (const BusError& error) {
-    return Objection{fmt::format("cannot check whether the charge will be held: {}", error.what())};
-  }
-  return std::nullopt;
 }
 
 std::optional<Objection> checkProcessExists(const std::string& process) {

@@ -13,8 +13,6 @@ Result<std::string, UsageError> readCommand(const std::vector<std::string>& oper
 /// Returns the absolute path, since the agent has its own working folder.
 Result<std::string, UsageError> readFile(const std::vector<std::string>& operands);
 
-/// Warns if the battery's charge would not be held.
-std::optional<Objection> checkChargeLimit(const std::string& percent);
 /// Warns of a process that does not exist.
 std::optional<Objection> checkProcessExists(const std::string& process);
 /// Refuses a file that the agent could not run.

@@ -55,16 +55,20 @@ std::span<const Subcommand> subcommands() {
          return examine(given.has("json"));
        }},
       {.name = "battery-limit",
-       .summary = "hold the battery's charge at a limit",
-       .operands = {One, "PERCENT"},
+       .summary = "hold the battery's charge at a limit, or show how it is held",
+       .operands = {Optional, "PERCENT"},
        .description =
            "Asks the agent to stop charging at 51 to 99 percent; 100 lifts the limit. The agent remembers "
            "the limit. It holds the charge through the core helper while a consumer runs, such as "
-           "quorlinctl watch, the main application or the widget.",
-       .action = AgentRequest{.word = urlcommand::kBatteryLimit,
-                              .read = readChargeLimit,
-                              .confirmation = "Asked the agent to set the charge limit to {} %.",
-                              .check = checkChargeLimit}},
+           "quorlinctl watch, the main application or the widget. Waits until it is known what became of "
+           "the limit.\n"
+           "Without PERCENT it shows the limit, the charge, and whether it is held now, by what and for "
+           "whom, and if it is not, why and what to do.",
+       .options = {{"json", Flag, "Print one JSON object: limit, state, finding, advice and batteries."}},
+       .exitStatuses = {{"0", "the charge is held, will be held at the limit, or has no limit"},
+                        {"1", "the limit was not set"},
+                        {"3", "the charge is not held now"}},
+       .action = limitBattery},
       {.name = "terminate",
        .summary = "ask an application to quit",
        .operands = {One, "PID"},

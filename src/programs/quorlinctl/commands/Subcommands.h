@@ -41,6 +41,9 @@ Result<int, UsageError> watch(const ParsedArguments& given);
 /// Asks the agent once which applications use the network.
 Result<int, UsageError> showNetworkApplications(const ParsedArguments& given);
 
+/// Sets the charge limit, or shows it; tells what becomes of it.
+Result<int, UsageError> limitBattery(const ParsedArguments& given);
+
 /// Installs or removes the root helper. The exit status of installing is the installer's.
 Result<int, UsageError> changeHelper(const ParsedArguments& given);
 

@@ -11,6 +11,7 @@
 #include "programs/quorlinctl/commands/PendingReport.h"
 #include "programs/quorlinctl/commands/Subcommands.h"
 #include "programs/quorlinctl/doctor/Checks.h"
+#include "programs/quorlinctl/hold/HoldFacts.h"
 #include "programs/quorlinctl/services/Agent.h"
 #include "programs/quorlinctl/services/Consumer.h"
 #include "programs/quorlinctl/services/Helper.h"
@@ -75,8 +76,9 @@ class WatchSession {
   std::unique_ptr<Output> makeOutput() {
     if (given_.has("json")) return std::make_unique<JsonOutput>(powerSources_);
     const bool live = !given_.has("once") && ::isatty(STDOUT_FILENO) == 1 && terminalHasScreen();
-    if (!live) return std::make_unique<ReportOutput>(role_, powerSources_);
-    return std::make_unique<LiveOutput>(role_, powerSources_, [this] { finish(kExitOk); });
+    const HoldTeller tellHold = [] { return verdictOf(gatherHoldFacts()).line(); };
+    if (!live) return std::make_unique<ReportOutput>(role_, powerSources_, tellHold);
+    return std::make_unique<LiveOutput>(role_, powerSources_, tellHold, [this] { finish(kExitOk); });
   }
 
   void receive(const Notification& notification) {

@@ -2,6 +2,7 @@
 
 #include "core/Settings.h"
 #include "platform/linux/desktop/UserDefaults.h"
+#include "programs/quorlinctl/hold/HoldFacts.h"
 #include "programs/quorlinctl/terminal/StandardStreams.h"
 #include "programs/quorlinctl/terminal/Terminal.h"
 #include "programs/quorlinctl/view/Json.h"
@@ -126,6 +127,13 @@ constexpr std::array kChecks = {
     Check{"energy-counters", "processor power", Purpose::CoreHelper, look<checkEnergyCounters>},
     Check{"battery", "battery", Purpose::CoreHelper, look<checkBattery>},
     Check{"charge-hold", "charge hold", Purpose::CoreHelper, look<checkChargeControl>},
+    Check{"charge-limit", "charge limit", Purpose::CoreHelper,
+          [](const Surroundings&) -> std::optional<Finding> {
+            const HoldVerdict verdict = verdictOf(gatherHoldFacts());
+            if (verdict.state == HoldState::NoBattery) return std::nullopt;
+            const bool isGood = verdict.state != HoldState::NotHeld;
+            return Finding{isGood ? CheckState::Ok : CheckState::Note, verdict.text, verdict.advice};
+          }},
 };
 
 std::vector<CheckResult> runChecks() {

@@ -3,8 +3,10 @@
 
 #include "platform/linux/bus/Bus.h"
 
+#include <algorithm>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace quorlin {
 
@@ -18,6 +20,30 @@ struct HelperRefusal {
   /// The bus's own words.
   std::string reason;
 };
+
+/// What GetChargeHold tells.
+struct HeldBattery {
+  std::string name;
+  bool isHeld = false;
+  /// The attribute by which it is or would be held.
+  std::string attribute;
+  /// On the last request about it; empty if there was none.
+  std::string text;
+};
+
+struct HelperHold {
+  /// The unique name of the connection for which the charge is held, and its user; empty without a hold.
+  std::string holder;
+  uid_t user = 0;
+  std::vector<HeldBattery> batteries;
+
+  bool isHeld() const {
+    return std::ranges::any_of(batteries, [](const HeldBattery& battery) { return battery.isHeld; });
+  }
+};
+
+/// A helper that does not run is not started: it holds nothing. Throws BusError if no message could be made.
+Result<HelperHold, HelperRefusal> askHowHeld(const Bus& systemBus);
 
 /// Both have the bus start the helper if it can. Throws BusError if no message could be made.
 Result<std::string, HelperRefusal> askHelperVersion(const Bus& systemBus);

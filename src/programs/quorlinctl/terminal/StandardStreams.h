@@ -9,7 +9,7 @@
 namespace quorlin {
 
 /// The process's exit status.
-enum ExitCode : int { kExitOk = 0, kExitFailed = 1, kExitUsage = 2 };
+enum ExitCode : int { kExitOk = 0, kExitFailed = 1, kExitUsage = 2, kExitNotHeld = 3 };
 
 /// Writes all of the bytes to a descriptor, however long that takes.
 std::optional<Trouble> writeAll(int descriptor, std::string_view bytes);

@@ -6,21 +6,24 @@
 
 #include <optional>
 #include <string_view>
+#include <vector>
 
 namespace quorlin {
 
 struct Battery {
   BatteryState state = kNoBattery;
-  /// 1 to 100, or nothing if it is unknown.
+  /// 0 to 100, or nothing if it is unknown.
   std::optional<int> percent;
+  /// Though on external power, which is too weak for the computer.
+  bool isDischarging = false;
 
   friend bool operator==(const Battery&, const Battery&) = default;
 };
 
-/// The current state, calculated as the agent does.
-Battery readBattery(PowerSources& sources);
+/// The current state of each battery, calculated as the agent does.
+std::vector<Battery> readBatteries(PowerSources& sources);
 
-/// "none", "on-battery", "charging" or "not-charging".
-std::string_view wordOf(BatteryState state);
+/// "none", "on-battery", "charging", "not-charging" or "discharging".
+std::string_view wordOf(const Battery& battery);
 
 }  // namespace quorlin

@@ -61,16 +61,25 @@ struct Converter {
 
 }  // namespace
 
+ordered_json jsonOf(const Battery& battery) {
+  ordered_json json;
+  json["state"] = wordOf(battery);
+  json["percent"] = battery.percent ? ordered_json(*battery.percent) : nullptr;
+  return json;
+}
+
 ordered_json jsonOf(const PropertyList& value) { return std::visit(Converter(), value.value()); }
 
-std::string jsonLineOf(const Notification& notification, const std::optional<Battery>& battery) {
+std::string jsonLineOf(const Notification& notification, const std::optional<std::vector<Battery>>& batteries) {
   ordered_json json;
   json["name"] = withoutMalformedUtf8(notification.name);
   json["object"] = notification.object ? ordered_json(withoutMalformedUtf8(*notification.object)) : nullptr;
   json["userInfo"] = jsonOf(notification.userInfo);
-  if (battery) {
-    json["battery"]["state"] = wordOf(battery->state);
-    json["battery"]["percent"] = battery->percent ? ordered_json(*battery->percent) : nullptr;
+  if (batteries) {
+    json["battery"] = jsonOf(batteries->empty() ? Battery() : batteries->front());
+    for (const Battery& battery : *batteries) {
+      if (batteries->size() > 1) json["batteries"].push_back(jsonOf(battery));
+    }
   }
   return textOf(json);
 }

@@ -14,10 +14,13 @@ namespace quorlin {
 /// first counts.
 nlohmann::ordered_json jsonOf(const PropertyList& value);
 
-/// {"name", "object" or null, "userInfo"} on one line, without a line end; with a battery also "battery":
 /// {"state": a word, "percent": a number or null}.
+nlohmann::ordered_json jsonOf(const Battery& battery);
+
+/// {"name", "object" or null, "userInfo"} on one line, without a line end; with batteries also "battery", the
+/// first, and where there are several "batteries", all of them.
 std::string jsonLineOf(const Notification& notification,
-                       const std::optional<Battery>& battery = std::nullopt);
+                       const std::optional<std::vector<Battery>>& batteries = std::nullopt);
 
 /// Any JSON as text, with malformed UTF-8 replaced.
 std::string textOf(const nlohmann::ordered_json& json);

@@ -37,11 +37,24 @@ ReadingBlock blockOf(std::string title, SensorKind kind, const std::vector<Readi
 }
 
 std::string labelOf(const Battery& battery, std::optional<std::int64_t> limit) {
+  if (battery.isDischarging) return "Charger too weak";
   if (battery.state == kOnBattery) return "On battery";
   if (battery.state == kCharging) return "Charging";
   if (battery.percent == kFull) return "Full";
   const bool held = limit && battery.percent && *battery.percent >= *limit;
   return held ? "Held at limit" : "Not charging";
+}
+
+ReadingRow rowOf(const Battery& battery, std::optional<std::int64_t> limit) {
+  ReadingRow charge{.label = labelOf(battery, limit), .value = percentText(battery.percent)};
+  if (battery.isDischarging) charge.tone = Tone::Warm;
+  if (!battery.percent) return charge;
+  charge.fill = *battery.percent / static_cast<double>(kFull);
+  const bool drains = battery.state == kOnBattery || battery.isDischarging;
+  if (drains && *battery.percent <= kLowCharge) {
+    charge.tone = *battery.percent <= kVeryLowCharge ? Tone::Hot : Tone::Warm;
+  }
+  return charge;
 }
 
 }  // namespace
@@ -73,18 +86,14 @@ ReadingBlock powerBlock(std::string_view metrics) {
   return block;
 }
 
-ReadingBlock batteryBlock(const Battery& battery, std::optional<std::int64_t> limit) {
+ReadingBlock batteryBlock(const std::vector<Battery>& batteries, std::optional<std::int64_t> limit) {
   ReadingBlock block{.title = "Battery", .part = PartOfMachine::Battery};
-  if (battery.state == kNoBattery) return block;
+  if (batteries.empty()) return block;
   if (limit && (*limit < 1 || *limit >= kFull)) limit.reset();
-  ReadingRow charge{.label = labelOf(battery, limit), .value = percentText(battery.percent)};
-  if (battery.percent) {
-    charge.fill = *battery.percent / static_cast<double>(kFull);
-    if (battery.state == kOnBattery && *battery.percent <= kLowCharge) {
-      charge.tone = *battery.percent <= kVeryLowCharge ? Tone::Hot : Tone::Warm;
-    }
+  for (std::size_t i = 0; i < batteries.size(); ++i) {
+    block.rows.push_back(rowOf(batteries[i], limit));
+    if (batteries.size() > 1) block.rows.back().label += " (battery " + std::to_string(i + 1) + ")";
   }
-  block.rows.push_back(std::move(charge));
   if (limit) {
     block.rows.push_back({.label = "Charge limit", .value = percentText(static_cast<int>(*limit))});
   }

@@ -29,8 +29,8 @@ std::vector<ReadingBlock> sensorBlocks(const Sample& sample);
 /// The text of power metrics: each line is a reading, split at its colon.
 ReadingBlock powerBlock(std::string_view metrics);
 
-/// The charge, named by the battery's state, and the limit if there is one. No rows without a battery.
-ReadingBlock batteryBlock(const Battery& battery, std::optional<std::int64_t> limit);
+/// Each charge, named by the battery's state, and the limit if there is one. No rows without a battery.
+ReadingBlock batteryBlock(const std::vector<Battery>& batteries, std::optional<std::int64_t> limit);
 
 /// Puts a block after the processor's, or first without one. An existing block of the same part is merged
 /// into it. A block without rows is left out.

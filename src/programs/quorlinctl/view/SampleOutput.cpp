@@ -27,15 +27,16 @@ std::optional<Trouble> JsonOutput::show(const Notification& notification) {
   using namespace notification;
   const bool withBattery = notification.name == kCoreData || notification.name == kSensorsDataM ||
                            notification.name == kSensorsDataW;
-  const std::optional<Battery> battery =
-      withBattery ? std::optional(readBattery(powerSources_)) : std::nullopt;
-  return writeAll(STDOUT_FILENO, jsonLineOf(notification, battery) + "\n");
+  const auto batteries = withBattery ? std::optional(readBatteries(powerSources_)) : std::nullopt;
+  return writeAll(STDOUT_FILENO, jsonLineOf(notification, batteries) + "\n");
 }
 
-ViewState::ViewState(Role role, PowerSources& powerSources)
-    : fullSample_(notificationsOf(role).fullSample), powerSources_(powerSources) {
+ViewState::ViewState(Role role, PowerSources& powerSources, HoldTeller tellHold)
+    : fullSample_(notificationsOf(role).fullSample),
+      powerSources_(powerSources),
+      tellHold_(std::move(tellHold)) {
   view_.machine = LinuxSystem().localizedHostName().value_or("");
-  view_.battery = readBattery(powerSources_);
+  view_.batteries = readBatteries(powerSources_);
 }
 
 bool ViewState::take(const Notification& notification, Clock::time_point now) {
@@ -47,10 +48,12 @@ bool ViewState::take(const Notification& notification, Clock::time_point now) {
   } else {
     view_.powerMetrics = powerMetricsOf(notification.userInfo);
     view_.batteryLimit = batteryLimitOf(notification.userInfo);
+    const bool isLimited = view_.batteryLimit.value_or(kHighestBatteryLimit) <= kHighestHeldLimit;
+    view_.hold = isLimited && !view_.batteries.empty() ? tellHold_() : "";
     powerTime_ = now;
     if (view_.sample) return false;
   }
-  view_.battery = readBattery(powerSources_);
+  view_.batteries = readBatteries(powerSources_);
   view_.time = fmt::format("{:%H:%M:%S}", fmt::localtime(std::time(nullptr)));
   return true;
 }
@@ -58,7 +61,7 @@ bool ViewState::take(const Notification& notification, Clock::time_point now) {
 void ViewState::explainSilence(const std::string& reason, Clock::time_point now) {
   view_.silence = reason;
   view_.sample.reset();
-  view_.battery = readBattery(powerSources_);
+  view_.batteries = readBatteries(powerSources_);
   forgetOldPower(now);
 }
 
@@ -66,6 +69,7 @@ void ViewState::forgetOldPower(Clock::time_point now) {
   if (now - powerTime_ < kPowerAge) return;
   view_.powerMetrics.reset();
   view_.batteryLimit.reset();
+  view_.hold.clear();
 }
 
 std::optional<Trouble> ReportOutput::show(const Notification& notification) {
@@ -76,8 +80,8 @@ std::optional<Trouble> ReportOutput::show(const Notification& notification) {
                   fmt::format("{}{}\n", std::exchange(first_, false) ? "" : "\n", fmt::join(lines, "\n")));
 }
 
-LiveOutput::LiveOutput(Role role, PowerSources& powerSources, std::function<void()> quit)
-    : state_(role, powerSources),
+LiveOutput::LiveOutput(Role role, PowerSources& powerSources, HoldTeller tellHold, std::function<void()> quit)
+    : state_(role, powerSources, std::move(tellHold)),
       screen_([quit = std::move(quit)](char key) {
         if (key == 'q' || key == 'Q') quit();
       }),

@@ -38,11 +38,14 @@ class JsonOutput final : public Output {
   PowerSources& powerSources_;
 };
 
+/// Tells what becomes of the charge limit, in whole sentences.
+using HoldTeller = std::function<std::string()>;
+
 /// The latest sample and power metrics, and the battery's state when they came.
 class ViewState {
  public:
-  /// The power sources outlive it.
-  ViewState(Role role, PowerSources& powerSources);
+  /// Asks about the limit whenever power metrics bring one. The power sources outlive it.
+  ViewState(Role role, PowerSources& powerSources, HoldTeller tellHold);
 
   using Clock = std::chrono::steady_clock;
 
@@ -57,6 +60,7 @@ class ViewState {
 
   std::string_view fullSample_;
   PowerSources& powerSources_;
+  HoldTeller tellHold_;
   SampleView view_;
   Clock::time_point powerTime_;
 };
@@ -64,7 +68,8 @@ class ViewState {
 /// One report per sample, or per power metrics while there is no sample, with a blank line between reports.
 class ReportOutput final : public Output {
  public:
-  ReportOutput(Role role, PowerSources& powerSources) : state_(role, powerSources) {}
+  ReportOutput(Role role, PowerSources& powerSources, HoldTeller tellHold)
+      : state_(role, powerSources, std::move(tellHold)) {}
 
   std::optional<Trouble> show(const Notification& notification) override;
   void remember(const Notification& notification) override { state_.take(notification); }
@@ -77,7 +82,7 @@ class ReportOutput final : public Output {
 /// Draws in place. Calls quit for the key q.
 class LiveOutput final : public Output {
  public:
-  LiveOutput(Role role, PowerSources& powerSources, std::function<void()> quit);
+  LiveOutput(Role role, PowerSources& powerSources, HoldTeller tellHold, std::function<void()> quit);
 
   std::optional<Trouble> show(const Notification& notification) override;
   void explainSilence(const std::string& reason) override;

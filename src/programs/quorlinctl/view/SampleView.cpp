@@ -4,6 +4,7 @@
 #include "programs/quorlinctl/view/ReadingColumns.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include <fmt/format.h>
@@ -52,6 +53,7 @@ class ViewRenderer {
       }
       add(newLine());
       readings(withPower({}), size_.rows - used());
+      for (StyledLine& line : hold()) add(std::move(line));
     }
     std::vector<std::string> lines;
     for (const StyledLine& line : lines_) {
@@ -82,7 +84,10 @@ class ViewRenderer {
 
   void sample(const Sample& sample) {
     std::vector<StyledLine> below;
-    if (size_.rows >= kRowsWithDisks) below = disks(sample);
+    if (size_.rows >= kRowsWithDisks) {
+      below = disks(sample);
+      std::ranges::move(hold(), std::back_inserter(below));
+    }
     std::vector<ReadingBlock> sensors = sensorBlocks(sample);
     if (sensors.empty()) {
       add(newLine().text("This machine has no sensors (quorlinctl doctor explains why)", Tone::Faint));
@@ -95,7 +100,7 @@ class ViewRenderer {
 
   /// Power and battery come second, since the last blocks may not fit a small terminal.
   std::vector<ReadingBlock> withPower(std::vector<ReadingBlock> blocks) const {
-    insertAfterProcessor(blocks, batteryBlock(view_.battery, view_.batteryLimit));
+    insertAfterProcessor(blocks, batteryBlock(view_.batteries, view_.batteryLimit));
     insertAfterProcessor(blocks, powerBlock(view_.powerMetrics.value_or("")));
     return blocks;
   }
@@ -122,6 +127,15 @@ class ViewRenderer {
     totals.text(firstThatFits(fmt::format("read {}, written {} since the machine started", read, written),
                               fmt::format("read {}, written {}", read, written), totals.width()));
     return {newLine(), totals, diskLine("Read", sample.read), diskLine("Write", sample.written)};
+  }
+
+  std::vector<StyledLine> hold() const {
+    std::vector<StyledLine> lines;
+    for (const std::string_view line : linesOf(view_.hold, size_.columns, appearance_.charset)) {
+      if (lines.empty()) lines.push_back(newLine());
+      lines.push_back(newLine().text(line));
+    }
+    return lines;
   }
 
   StyledLine diskLine(std::string_view label, const DiskTraffic& activity) const {

@@ -18,7 +18,9 @@ struct SampleView {
   std::optional<std::string> powerMetrics;
   /// Percent, with the power metrics.
   std::optional<std::int64_t> batteryLimit;
-  Battery battery;
+  std::vector<Battery> batteries;
+  /// What becomes of the limit, as whole sentences; empty without a limit.
+  std::string hold = {};
 };
 
 /// At most size.rows lines of at most size.columns columns. A separate line counts the readings that do not
