@@ -1,4 +1,6 @@
 """Agent, root helper and quorlinctl together: the battery's charge, power metrics, commands by URL."""
+import json
+import re
 import signal
 import subprocess
 import urllib.parse
@@ -6,7 +8,7 @@ import urllib.parse
 import pytest
 from gi.repository import GLib
 
-from harness import PATIENCE, wait_until
+from harness import PATIENCE, Consumer, wait_until
 from system_bus import Client
 from test_core_helper import END, is_held
 
@@ -81,11 +83,37 @@ def test_the_charge_is_let_go_though_the_helper(laptop, system_bus, fate):
 def test_a_new_limit_takes_effect_at_once(laptop, system_bus):
     laptop.configure(autostart=1, coreAutostart=1)
     system_bus.charge(LIMIT, "Charging")
-    laptop.start_and_greet("-silent", name="brellwick.Quorlin")
+    agent, _ = laptop.start_and_greet("-silent", name="brellwick.Quorlin")
     assert laptop.run("quorlinctl", "battery-limit", "50").returncode == 2
-    assert laptop.run("quorlinctl", "battery-limit", str(LIMIT)).returncode == 0
-    wait_until(lambda: is_held(system_bus), "the hold")
+    told = laptop.run("quorlinctl", "battery-limit", f"{LIMIT}%")
+    assert is_held(system_bus)
     assert laptop.stored()["batterylimit"] == str(LIMIT)
+    assert re.fullmatch(rf"Limit: {LIMIT} %\nBAT0: {LIMIT} %, charging\n"
+                        rf"Hold: BAT0: the charge is held at {LIMIT} % \({END}\), for process {agent.pid} of user \w+\.\n",
+                        told.stdout)
+    assert (told.returncode, told.stderr) == (0, "")
+    assert laptop.examine()["charge-limit"]["finding"] in told.stdout
+
+
+def test_a_limit_that_is_not_held_is_told_with_its_reason(laptop, system_bus):
+    laptop.configure(autostart=1, coreAutostart=1)
+    system_bus.charge(LIMIT + 1, "Charging")
+    _, consumer = laptop.start_and_greet("-silent", name="brellwick.Quorlin")
+    consumer.leave()
+    told = laptop.run("quorlinctl", "battery-limit", str(LIMIT), "--json")
+    assert told.returncode == 3
+    assert json.loads(told.stdout)["finding"] == "No program runs for which the agent holds the charge."
+    consumer = Consumer(laptop, "brellwick.Quorlin")
+    # A firmware that takes no value: its file cannot even be written to.
+    end = system_bus.tree / "sys/class/power_supply/BAT0" / END
+    end.unlink()
+    end.mkdir()
+    laptop.run("quorlinctl", "battery-limit", str(LIMIT))
+    told = laptop.run("quorlinctl", "battery-limit")
+    assert (told.returncode, told.stderr) == (3, "")
+    assert "Hold: BAT0: " in told.stdout
+    assert laptop.run("quorlinctl", "battery-limit", "100").stdout.endswith("Hold: The charge is not limited.\n")
+    consumer.leave()
 
 
 def test_power_metrics_are_published(laptop, system_bus):

@@ -76,6 +76,7 @@ void askHelper(HoldFacts& facts) {
       return;
     }
     facts.hold = *hold;
+    if (hold->holder.empty()) return;
     const std::optional<pid_t> process = processOwning(bus, hold->holder);
     facts.holder = process ? fmt::format("process {} of {}", *process, userName(hold->user)) : userName(hold->user);
   } catch (const BusError& error) {
