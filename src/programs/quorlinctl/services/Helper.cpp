@@ -3,7 +3,6 @@
 #include "helper/HelperTool.h"
 #include "platform/linux/helper/HelperProtocol.h"
 
-#include <algorithm>
 #include <chrono>
 
 namespace quorlin {
@@ -34,11 +33,6 @@ Result<std::string, HelperRefusal> ask(const Bus& bus, const BusMessage& questio
 }
 
 }  // namespace
-
-bool isAvailable(const Bus& bus, std::string_view service) {
-  const auto is = [&](NameState state) { return std::ranges::count(namesOn(bus, state), service) > 0; };
-  return is(NameState::Owned) || is(NameState::Activatable);
-}
 
 Result<std::string, HelperRefusal> askHelperVersion(const Bus& systemBus) {
   return ask(systemBus, methodCall(systemBus.get(), kHelper, helperprotocol::kGetVersion), kPatience);

@@ -4,12 +4,8 @@
 #include "platform/linux/bus/Bus.h"
 
 #include <string>
-#include <string_view>
 
 namespace quorlin {
-
-/// Whether a service runs or the bus can start it. Throws BusError.
-bool isAvailable(const Bus& bus, std::string_view service);
 
 /// Why the helper did not answer.
 struct HelperRefusal {
