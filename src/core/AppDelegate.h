@@ -81,7 +81,10 @@ class AppDelegate final : public ApplicationDelegate {
   std::vector<std::int32_t> getBatteryInfo();
 
   // The privileged helper
-  bool installHelper() { return helper_.install(); }
+  /// Returns before the user has authenticated or refused; the completion runs on the main thread.
+  void installHelper(std::function<void(bool installed)> completion) {
+    helper_.install(std::move(completion));
+  }
   void getHelperVersion(const Completion& completion) { helper_.getVersion(completion); }
   void getStatisticsData(const Completion& completion) { helper_.getCoreMetrics(currentKey(), completion); }
   /// Mode false holds the charge, true lets the battery charge again.

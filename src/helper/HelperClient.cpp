@@ -23,10 +23,15 @@ void HelperClient::createAuthorization() {
   if (authRef_) authorization_ = authRef_->externalForm();
 }
 
-bool HelperClient::install() {
-  const bool installed = jobBlessing_.bless(kHelperLabel, authRef_.get());
-  log_.line(installed ? "installed" : "install failed!");
-  return installed;
+void HelperClient::install(std::function<void(bool installed)> completion) {
+  assertMainThread(runLoop_);
+  jobBlessing_.bless(
+      kHelperLabel, authRef_.get(),
+      [this, alive = std::weak_ptr(alive_), completion = std::move(completion)](bool installed) {
+        if (alive.expired()) return;
+        log_.line(installed ? "installed" : "install failed!");
+        completion(installed);
+      });
 }
 
 void HelperClient::getVersion(const Completion& completion) {

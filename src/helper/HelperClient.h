@@ -27,8 +27,9 @@ class HelperClient {
   /// Lets install() ask for rights. Called at launch, before the first operation.
   void createAuthorization();
 
-  /// Puts the helper into place. Blocks until the user has authenticated or refused.
-  bool install();
+  /// Puts the helper into place; returns before the user has authenticated or refused. The completion runs on
+  /// the main thread.
+  void install(std::function<void(bool installed)> completion);
 
   void getVersion(const Completion& completion);
   void getCoreMetrics(const std::string& key, const Completion& completion);

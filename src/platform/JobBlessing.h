@@ -3,6 +3,7 @@
 
 #include "platform/values/PropertyList.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -29,8 +30,10 @@ class JobBlessing {
   virtual std::unique_ptr<Authorization> createAuthorization() = 0;
 
   /// Installs the helper that comes with the agent as the system's service of that name. The user may be
-  /// asked to authenticate; blocks until that is done. Any thread.
-  virtual bool bless(std::string_view label, const Authorization* authorization) = 0;
+  /// asked to authenticate, for as long as that takes; this returns at once. The completion runs on the main
+  /// thread, exactly once, after the return; never once the blessing is destroyed. Main thread only.
+  virtual void bless(std::string_view label, const Authorization* authorization,
+                     std::function<void(bool installed)> completion) = 0;
 };
 
 }  // namespace quorlin

@@ -83,20 +83,22 @@ class FakeHelperService final : public HelperService {
   };
 };
 
+/// The user types a password until the test answers.
 class FakeJobBlessing final : public JobBlessing {
  public:
   bool hasAuthorizations = true;
-  bool succeeds = true;
   std::vector<std::string> blessed;  // the label, and the authorization's form
+  std::function<void(bool installed)> answer;
 
   std::unique_ptr<Authorization> createAuthorization() override {
     if (!hasAuthorizations) return nullptr;
     return std::make_unique<FakeAuthorization>();
   }
-  bool bless(std::string_view label, const Authorization* authorization) override {
+  void bless(std::string_view label, const Authorization* authorization,
+             std::function<void(bool installed)> completion) override {
     const std::optional<Data> form = authorization == nullptr ? std::nullopt : authorization->externalForm();
     blessed.push_back(std::string(label) + (form ? " with authorization" : " without authorization"));
-    return succeeds;
+    answer = std::move(completion);
   }
 
  private:

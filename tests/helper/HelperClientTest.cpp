@@ -42,7 +42,10 @@ TEST_F(HelperClientTest, HandsOnTheReplyOrNothingWhereTheHelperIsOutOfReach) {
 
 TEST_F(HelperClientTest, CompletesNoCallThatIsOpenWhenItEnds) {
   client->getVersion([](const auto&) { ADD_FAILURE() << "completed"; });
+  client->install([](bool) { ADD_FAILURE() << "installed"; });
   client.reset();
+  blessing.answer(true);
+  EXPECT_THAT(log.lines, testing::IsEmpty());
 }
 
 using HelperClientDeathTest = HelperClientTest;
@@ -51,6 +54,7 @@ TEST_F(HelperClientDeathTest, IsCalledOnTheMainThreadOnly) {
   testing::GTEST_FLAG(death_test_style) = "threadsafe";
   runLoop.onMainThread = false;
   EXPECT_DEATH(client->getVersion([](const auto&) {}), "\\[NSThread isMainThread\\]");
+  EXPECT_DEATH(client->install([](bool) {}), "\\[NSThread isMainThread\\]");
 }
 
 }  // namespace

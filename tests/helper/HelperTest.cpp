@@ -17,12 +17,17 @@ TEST(InstallingTheHelper, SaysHowItWentAndHandsOnWhatTheLaunchWasGiven) {
     FakeMachine machine;
     machine.system.powerWork = powerWork;
     machine.blessing.hasAuthorizations = hasAuthorizations;
-    machine.blessing.succeeds = succeeds;
     machine.launchAndForget();
     EXPECT_THAT(machine.blessing.blessed, testing::IsEmpty()) << "blessed at launch";
-    EXPECT_EQ(machine.delegate.installHelper(), succeeds);
+    std::vector<bool> completed;
+    machine.delegate.installHelper([&](bool installed) {
+      EXPECT_THAT(machine.log.lines, ElementsAre(line));
+      completed.push_back(installed);
+    });
     EXPECT_THAT(machine.blessing.blessed, ElementsAre(label + blessed));
-    EXPECT_THAT(machine.log.lines, ElementsAre(line));
+    EXPECT_THAT(machine.log.lines, testing::IsEmpty()) << "before the user has answered";
+    machine.blessing.answer(succeeds);
+    EXPECT_THAT(completed, ElementsAre(succeeds));
   }
 }
 

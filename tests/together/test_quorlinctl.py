@@ -9,6 +9,7 @@ import subprocess
 
 import pytest
 
+from elsewhere import elsewhere
 from harness import PATIENCE, PROGRAMS, Consumer, wait_until
 
 
@@ -157,21 +158,75 @@ def test_doctor_tells_what_is_there_and_what_is_missing(session):
     assert re.search(r"^missing +settings .* leave the sensors plug-in off\. Write ", ended.stdout, re.MULTILINE)
 
 
-def test_after_installing_the_helper_quorlinctl_says_to_restart_a_running_agent(session, tmp_path):
-    programs = tmp_path / "bin"
-    bundle = tmp_path / "libexec/quorlin-sensors"
-    programs.mkdir()
-    bundle.mkdir(parents=True)
-    quorlinctl = shutil.copy(PROGRAMS / "quorlinctl", programs)
-    for program, text in ((bundle / "quorlin-core-helper", "exit 0"), (programs / "pkexec", 'exec "$@"')):
-        program.write_text(f"#!/bin/sh\n{text}\n")
-        program.chmod(0o755)
-    session.environment["PATH"] = f"{programs}:{session.environment['PATH']}"
-    assert "coreAutostart=1" in session.run(quorlinctl, "helper", "install").stdout
+@pytest.fixture
+def change_helper(session, tmp_path):
+    """Runs quorlinctl helper on a computer without systemd and system bus, with a helper and a pkexec of the test's.
+
+    The folder of these is the test's own, under a name that every user can reach.
+    """
+    for folder in ("bin", "libexec/quorlin-sensors"):
+        (tmp_path / folder).mkdir(parents=True)
+    shutil.copy(PROGRAMS / "quorlinctl", tmp_path / "bin")
+    for program, text in (("libexec/quorlin-sensors/quorlin-core-helper", 'echo "bundled $1"'),
+                          ("bin/pkexec", 'exec "$@"')):
+        (tmp_path / program).write_text(f"#!/bin/sh\n{text}\n")
+        (tmp_path / program).chmod(0o755)
+    tmp_path.chmod(0o755)
+    (tmp_path / "bin").chmod(0o777)
+    session.environment["PATH"] = f"/run/test/bin:{session.environment['PATH']}"
+    session.environment.pop("DBUS_SYSTEM_BUS_ADDRESS", None)
+    prepare = f"mkdir /run/test && mount --bind '{tmp_path}' /run/test"
+
+    def run(action, setup=":", user="tester"):
+        return session.run(*elsewhere("/run /usr/local /etc", f"{prepare} && {setup}", "/run/test/bin/quorlinctl",
+                                      "helper", action, user=user))
+    return run
+
+
+SYSTEMD_RUNS = "mkdir -p /run/systemd/system"
+
+
+def test_after_installing_the_helper_quorlinctl_says_to_restart_a_running_agent(session, change_helper):
+    assert "coreAutostart=1" in change_helper("install", SYSTEMD_RUNS).stdout
     session.configure(autostart=1, coreAutostart=1)
-    assert session.run(quorlinctl, "helper", "install").stdout == "The core helper is installed.\n"
+    installed = change_helper("install", SYSTEMD_RUNS).stdout
+    assert installed == "bundled --install\nThe core helper is installed.\n"
     session.start_and_greet("-silent")
-    assert "Restart the agent" in session.run(quorlinctl, "helper", "install").stdout
+    assert "Restart the agent" in change_helper("install", SYSTEMD_RUNS).stdout
+
+
+@pytest.mark.parametrize("setup, pkexec, code, said", [
+    (":", "exec $@", 1, "systemd does not run here"),
+    (SYSTEMD_RUNS, "echo a warning >&2", 0, "quorlinctl: a warning\n"),
+    (SYSTEMD_RUNS, "echo No authentication agent found. >&2; exit 127", 127,
+     "try: sudo /run/test/libexec/quorlin-sensors/quorlin-core-helper --install\n"),
+    (SYSTEMD_RUNS, "exit 126", 126, "permission was refused")])
+def test_a_user_is_told_why_nothing_was_installed(change_helper, tmp_path, setup, pkexec, code, said):
+    (tmp_path / "bin/pkexec").write_text(f"#!/bin/sh\ntouch $0.run\n{pkexec}\n")
+    ended = change_helper("install", setup, user="user")
+    assert ended.returncode == code
+    assert said in ended.stderr
+    assert (tmp_path / "bin/pkexec.run").exists() == (setup == SYSTEMD_RUNS)
+
+
+INSTALLED = """mkdir /usr/local/libexec; helper=/usr/local/libexec/quorlin-core-helper
+               printf '#!/bin/sh\\necho "installed $1"; exit {}\\n' > $helper; chmod 755 $helper"""
+UNIT_IS_LEFT = "mkdir -p /etc/systemd/system; touch /etc/systemd/system/quorlin-core-helper.service"
+REMOVED = "The core helper is removed.\n"
+ABSENT = "quorlinctl: the core helper is not installed\n"
+
+
+@pytest.mark.parametrize("setup, user, code, said", [
+    (INSTALLED.format(0), "root", 0, "installed --remove\n" + REMOVED),
+    (INSTALLED.format(69), "root", 69, "installed --remove\n"),
+    (UNIT_IS_LEFT, "root", 0, "bundled --remove\n" + REMOVED),
+    (":", "root", 1, ABSENT),
+    (":", "user", 1, ABSENT),
+    (INSTALLED.format(0), "user", 1, "quorlinctl: there is no system bus, over which to ask the core helper; try: "
+                                     "sudo quorlinctl helper remove\n")])
+def test_without_a_system_bus_root_removes_the_helper(change_helper, setup, user, code, said):
+    ended = change_helper("remove", setup, user=user)
+    assert (ended.returncode, ended.stdout + ended.stderr) == (code, said)
 
 
 @pytest.mark.parametrize("arguments, code", [(["--help"], 0), (["watch", "--help"], 0), (["doctor", "--help"], 0),

@@ -66,7 +66,7 @@ class Agent {
   LinuxWorkflowEngine workflowEngine_{log_};
   SysfsPowerSources powerSources_{roots_.sysfs};
   BusHelperService helperService_{runLoop_, log_};
-  LinuxJobBlessing jobBlessing_;
+  LinuxJobBlessing jobBlessing_{runLoop_, log_};
   LinuxClock clock_;
   AppDelegate delegate_{services()};
 };

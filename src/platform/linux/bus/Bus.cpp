@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
-#include <string_view>
 #include <utility>
 
 namespace quorlin {
@@ -131,6 +130,11 @@ std::vector<std::string> namesOn(const Bus& bus, NameState state) {
   }
   std::free(found);
   return names;
+}
+
+bool isAvailable(const Bus& bus, std::string_view service) {
+  const auto is = [&](NameState state) { return std::ranges::count(namesOn(bus, state), service) > 0; };
+  return is(NameState::Owned) || is(NameState::Activatable);
 }
 
 std::optional<pid_t> processOwning(const Bus& bus, const std::string& name) {

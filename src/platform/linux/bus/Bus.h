@@ -10,6 +10,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <sys/types.h>
@@ -106,6 +107,9 @@ enum class NameState { Owned, Activatable };
 /// The names on a bus that have an owner, unique ones among them, or for which the bus can start one. Throws
 /// BusError.
 std::vector<std::string> namesOn(const Bus& bus, NameState state = NameState::Owned);
+
+/// Whether a service runs or the bus can start it. Throws BusError.
+bool isAvailable(const Bus& bus, std::string_view service);
 
 /// The process that owns a name, or nothing if the name has no owner. Throws BusError.
 std::optional<pid_t> processOwning(const Bus& bus, const std::string& name);

@@ -2,21 +2,33 @@
 #pragma once
 
 #include "platform/JobBlessing.h"
-#include "platform/linux/helper/HelperInstaller.h"
+#include "platform/Log.h"
+#include "platform/RunLoop.h"
 #include "platform/linux/processes/BundledPrograms.h"
+
+#include <filesystem>
+#include <utility>
 
 namespace quorlin {
 
 /// polkit keeps no authorization for a program: it asks at each use.
 class LinuxJobBlessing final : public JobBlessing {
  public:
+  /// The references outlive it. The helper lies in the bundle.
+  LinuxJobBlessing(RunLoop& runLoop, Log& log, std::filesystem::path bundle = bundleFolder())
+      : runLoop_(runLoop), log_(log), bundle_(std::move(bundle)) {}
+
   std::unique_ptr<Authorization> createAuthorization() override { return nullptr; }
 
-  /// Runs the helper that comes with the agent as its own installer.
-  bool bless(std::string_view /*label*/, const Authorization* /*authorization*/) override {
-    const Result<std::filesystem::path> helper = bundledProgram(kHelperFileName);
-    return helper && runHelperInstaller(*helper).kind == InstallerOutcome::Kind::Installed;
-  }
+  /// Runs the helper as its own installer. Logs why it does not succeed, and what mends that.
+  void bless(std::string_view label, const Authorization* authorization,
+             std::function<void(bool installed)> completion) override;
+
+ private:
+  RunLoop& runLoop_;
+  Log& log_;
+  std::filesystem::path bundle_;
+  std::shared_ptr<const bool> alive_ = std::make_shared<bool>(true);
 };
 
 }  // namespace quorlin

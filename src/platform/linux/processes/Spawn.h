@@ -15,6 +15,8 @@ namespace quorlin {
 struct SpawnOptions {
   /// The child's standard output; the parent's own without one.
   std::optional<int> output = {};
+  /// Its error stream, in the same way.
+  std::optional<int> errors = {};
   /// The child's working directory; empty for the parent's own.
   std::string folder = {};
   /// Away from the terminal: no input, its own session.

@@ -3,6 +3,7 @@
 #include "platform/linux/desktop/UserDefaults.h"
 #include "platform/linux/helper/HelperInstaller.h"
 #include "platform/linux/processes/BundledPrograms.h"
+#include "platform/linux/processes/Spawn.h"
 #include "platform/linux/system/System.h"
 #include "platform/posix/TextFile.h"
 #include "programs/quorlinctl/commands/Subcommands.h"
@@ -11,12 +12,20 @@
 #include "programs/quorlinctl/terminal/StandardStreams.h"
 
 #include <cstdlib>
+#include <optional>
 
 #include <fmt/format.h>
+#include <sys/wait.h>
+#include <systemd/sd-daemon.h>
 #include <unistd.h>
 
 namespace quorlin {
 namespace {
+
+/// Where the helper's own --install puts its program and its unit.
+constexpr const char* kInstallationFolder = "/usr/local/libexec";
+constexpr const char* kUnitFile = "/etc/systemd/system/quorlin-core-helper.service";
+constexpr const char* kNotInstalled = "the core helper is not installed";
 
 /// Also true without a session bus, as below sudo.
 bool agentMayRun() {
@@ -27,38 +36,33 @@ bool agentMayRun() {
   }
 }
 
-/// Why the installer did not succeed.
-std::string failureOf(const InstallerOutcome& outcome, const std::filesystem::path& helper) {
-  switch (outcome.kind) {
-    case InstallerOutcome::Kind::PermissionRefused:
-      return "nothing was installed, because permission was refused";
-    case InstallerOutcome::Kind::NotAuthorized:
-      return fmt::format(
-          "nothing was installed, because polkit gave no permission; over SSH or without a password prompt, "
-          "try: sudo {} --install",
-          helper.native());
-    case InstallerOutcome::Kind::NotStarted:
-      return "nothing was installed, because the installer could not be started";
-    default:
-      return fmt::format("the installer failed with exit status {}", outcome.status);
+std::optional<Bus> findSystemBus() {
+  try {
+    return Bus::openSystem();
+  } catch (const BusError&) {
+    return std::nullopt;
   }
 }
 
+/// Waits for a program; its exit status, as a shell would report it.
+int statusOf(const std::filesystem::path& program, const std::string& argument) {
+  const Result<pid_t> child = spawn(program.native(), {argument}, {});
+  if (!child) return fail(child.error().text());
+  const int end = waitForEnd(*child).value_or(EXIT_FAILURE);
+  return WIFEXITED(end) ? WEXITSTATUS(end) : 128 + WTERMSIG(end);
+}
+
 int install() {
+  if (sd_booted() <= 0)
+    return fail("the core helper needs systemd to start it, and systemd does not run here");
   const Result<std::filesystem::path> helper = bundledProgram(kHelperFileName);
   if (!helper) return fail(helper.error().text());
-  const bool isRoot = ::geteuid() == 0;
-  if (!isRoot) {
-    const char* const folders = std::getenv("PATH");
-    const Finding pkexec = checkProgram("pkexec", "pkexec", folders == nullptr ? "" : folders);
-    if (pkexec.state == CheckState::Missing) {
-      return fail(fmt::format("Cannot ask for permission. {}", pkexec.line()));
-    }
-  }
-  if (const InstallerOutcome outcome = runHelperInstaller(*helper, isRoot); outcome.status != 0) {
-    complain(failureOf(outcome, *helper));
+  const InstallerOutcome outcome = runHelperInstaller(*helper);
+  if (outcome.kind != InstallerOutcome::Kind::Installed) {
+    complain(outcome.reason(*helper));
     return outcome.status;
   }
+  if (!outcome.complaint.empty()) complain(outcome.complaint);
   if (!isSwitchedOn(settingsFile(), setting::kCoreAutostart)) {
     return print(fmt::format(
         "The core helper is installed. To use it, write coreAutostart=1 below [Settings] in {} and restart "
@@ -70,14 +74,29 @@ int install() {
                              : "The core helper is installed.\n");
 }
 
-int remove() {
+/// Nobody can ask the helper itself.
+int removeWithoutBus() {
+  std::error_code ignored;
+  Result<std::filesystem::path> helper = bundledProgram(kHelperFileName, kInstallationFolder);
+  // A part of it may be left.
+  if (!helper && std::filesystem::exists(kUnitFile, ignored)) helper = bundledProgram(kHelperFileName);
+  if (!helper) return fail(kNotInstalled);
+  if (::geteuid() != 0) {
+    return fail(
+        "there is no system bus, over which to ask the core helper; try: sudo quorlinctl helper remove");
+  }
+  const int status = statusOf(*helper, "--remove");
+  return status == EXIT_SUCCESS ? print("The core helper is removed.\n") : status;
+}
+
+int remove(const Bus& systemBus) {
   const Result<std::string, HelperRefusal> answer =
-      askHelperToUninstall(Bus::openSystem(), requestKey(LinuxSystem().localizedHostName()).value_or(""));
+      askHelperToUninstall(systemBus, requestKey(LinuxSystem().localizedHostName()).value_or(""));
   if (answer) return print(displayText(*answer) + "\n");
   const std::string reason = displayText(answer.error().reason);
   switch (answer.error().kind) {
     case HelperRefusal::Kind::NotInstalled:
-      return fail("the core helper is not installed");
+      return fail(kNotInstalled);
     case HelperRefusal::Kind::NotAllowed:
       return fail(fmt::format(
           "the core helper was not removed, because polkit gave no permission ({}); without a password "
@@ -94,7 +113,10 @@ int remove() {
 Result<int, UsageError> changeHelper(const ParsedArguments& given) {
   const std::string& action = given.operands.front();
   if (action == "install") return install();
-  if (action == "remove") return remove();
+  if (action == "remove") {
+    const std::optional<Bus> systemBus = findSystemBus();
+    return systemBus ? remove(*systemBus) : removeWithoutBus();
+  }
   return UsageError{fmt::format("'{}' is neither 'install' nor 'remove'", action)};
 }
 

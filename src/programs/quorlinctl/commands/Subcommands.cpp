@@ -117,11 +117,12 @@ std::span<const Subcommand> subcommands() {
        .description =
            "The core helper reads the power and holds the battery's charge, which needs root.\n"
            "install asks for permission (through pkexec, unless run by root) and copies the helper into the "
-           "system. remove asks the helper to release the charge and to remove itself.",
+           "system. remove asks the helper to release the charge and to remove itself; without a system bus "
+           "only root can remove it.",
        .exitStatuses = {{"0", "done"},
                         {"1", "not installed, or not removed"},
                         {"126", "permission was refused, so nothing was installed"},
-                        {"127", "polkit gave no permission, so nothing was installed"},
+                        {"127", "polkit gave no permission or could not ask anybody, so nothing was installed"},
                         {"other", "the installer's own exit status"}},
        .action = changeHelper},
   };

@@ -4,7 +4,6 @@
 #include "platform/linux/helper/HelperProtocol.h"
 #include "platform/posix/TextFile.h"
 
-#include <algorithm>
 #include <chrono>
 
 namespace quorlin {
@@ -37,11 +36,6 @@ Result<std::string, HelperRefusal> ask(const Bus& bus, const BusMessage& questio
 }
 
 }  // namespace
-
-bool isAvailable(const Bus& bus, std::string_view service) {
-  const auto is = [&](NameState state) { return std::ranges::count(namesOn(bus, state), service) > 0; };
-  return is(NameState::Owned) || is(NameState::Activatable);
-}
 
 Result<HelperHold, HelperRefusal> askHowHeld(const Bus& systemBus) {
   constexpr BusObject object{kHelperLabel.data(), helperprotocol::kPath, helperprotocol::kHoldInterface};

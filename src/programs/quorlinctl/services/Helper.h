@@ -5,13 +5,9 @@
 
 #include <algorithm>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace quorlin {
-
-/// Whether a service runs or the bus can start it. Throws BusError.
-bool isAvailable(const Bus& bus, std::string_view service);
 
 /// Why the helper did not answer.
 struct HelperRefusal {

@@ -2,10 +2,7 @@
 #include "fakes/PrivateBus.h"
 #include "fakes/TemporaryFolder.h"
 #include "platform/linux/desktop/WorkflowEngine.h"
-#include "platform/linux/helper/HelperInstaller.h"
-#include "platform/linux/helper/JobBlessing.h"
 #include "platform/linux/loop/DispatchQueue.h"
-#include "platform/linux/processes/BundledPrograms.h"
 #include "platform/linux/processes/Task.h"
 #include "platform/posix/FileDescriptor.h"
 
@@ -132,45 +129,6 @@ TEST(WorkflowEngine, RunsAFileOnceAndWaitsForItAndSaysWhatItCannotRun) {
     EXPECT_THAT(log.lines[0], HasSubstr("the workflow '" + path + "' cannot be run: "));
     EXPECT_THAT(log.lines[0], testing::Not(HasSubstr(std::strerror(0))));
   }
-}
-
-TEST(HelperInstaller, RunsTheHelperAsItsOwnInstallerThroughPkexec) {
-  const TemporaryFolder folder;
-  const auto script = [&](const std::string& file, const std::string& text) {
-    const std::filesystem::path path = folder.write(file, "#!/bin/sh\n" + text);
-    chmod(path.c_str(), S_IRWXU);
-    return path;
-  };
-  const auto helper =
-      script("libexec/quorlin-sensors/quorlin-core-helper", "echo \"$1\" >> \"$0.run\"; exit 3\n");
-  script("bin/pkexec", "echo \"$@\" > \"$0.run\"; exec \"$@\"\n");
-  const std::string path = std::getenv("PATH");
-  setenv("PATH", ((folder.path() / "bin").string() + ":" + path).c_str(), 1);
-  EXPECT_EQ(bundledProgram(kHelperFileName, folder.path() / "libexec/quorlin-sensors").value_or({}), helper);
-  const auto outcome = [&helper](bool isRoot) {
-    const InstallerOutcome found = runHelperInstaller(helper, isRoot);
-    return std::pair(found.kind, found.status);
-  };
-  using Kind = InstallerOutcome::Kind;
-  EXPECT_EQ(outcome(false), std::pair(Kind::Failed, 3));
-  EXPECT_EQ(folder.read("bin/pkexec.run"), helper.string() + " --install\n");
-  EXPECT_EQ(outcome(true), std::pair(Kind::Failed, 3));
-  EXPECT_EQ(folder.read("libexec/quorlin-sensors/quorlin-core-helper.run"), "--install\n--install\n");
-  const std::tuple<const char*, Kind, Kind> ends[] = {{"exit 0", Kind::Installed, Kind::Installed},
-                                                      {"exit 126", Kind::PermissionRefused, Kind::Failed},
-                                                      {"exit 127", Kind::NotAuthorized, Kind::Failed},
-                                                      {"kill $$", Kind::Failed, Kind::Failed}};
-  for (const auto& [end, throughPkexec, asRoot] : ends) {
-    script("libexec/quorlin-sensors/quorlin-core-helper", end);
-    EXPECT_EQ(outcome(false).first, throughPkexec) << end;
-    EXPECT_EQ(outcome(true).first, asRoot) << end;
-  }
-  EXPECT_EQ(outcome(true).second, 128 + SIGTERM);
-  setenv("PATH", folder.path().c_str(), 1);
-  EXPECT_EQ(outcome(false), std::pair(Kind::NotStarted, 127)) << "without pkexec";
-  setenv("PATH", path.c_str(), 1);
-  EXPECT_FALSE(bundledProgram(kHelperFileName, folder.path()));
-  EXPECT_FALSE(LinuxJobBlessing().bless("", nullptr)) << "no helper lies beside this program";
 }
 
 }  // namespace
