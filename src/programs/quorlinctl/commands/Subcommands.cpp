@@ -122,7 +122,7 @@ std::span<const Subcommand> subcommands() {
        .exitStatuses = {{"0", "done"},
                         {"1", "not installed, or not removed"},
                         {"126", "permission was refused, so nothing was installed"},
-                        {"127", "polkit gave no permission or could not ask anybody, so nothing was installed"},
+                        {"127", "polkit refused or could not be asked, so nothing was installed"},
                         {"other", "the installer's own exit status"}},
        .action = changeHelper},
   };
