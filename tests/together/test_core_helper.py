@@ -2,6 +2,7 @@
 import os
 import re
 import signal
+import socket
 import subprocess
 import time
 
@@ -419,13 +420,67 @@ def test_a_wrong_command_line_changes_nothing(system_bus):
     assert re.fullmatch(r"quorlin-core-helper \d+\.\d+\.\d+\n", system_bus.run("--version").stdout)
 
 
-def test_it_works_inside_what_its_unit_allows(system_bus):
-    system_bus.start()
+@pytest.fixture
+def sandbox(system_bus):
+    """What the unit leaves of the system, with the described machine and its bus inside."""
     folder = system_bus.folder / "sandbox"
     folder.mkdir()
+    for closed in (system_bus.folder, *system_bus.folder.parents):
+        if closed.stat().st_uid == os.getuid() and str(closed) != "/":
+            closed.chmod(closed.stat().st_mode | 0o011)
     sandbox = Sandbox(PACKAGING / "quorlin-core-helper.service", folder, sysfs=system_bus.tree / "sys",
                       visible=[HELPER.parent, system_bus.folder])
+    system_bus.owner = sandbox.user
     system_bus.state = sandbox.state
+    system_bus.start(QUORLIN_STATE_FOLDER=str(sandbox.state))
+    assert system_bus.run("--before-start").returncode == 0
+    yield sandbox
+
+
+def test_as_its_user_it_can_change_the_batteries_charge_and_nothing_else(system_bus, sandbox):
+    named = ("charge_behaviour", "charge_control_end_threshold", "charge_control_start_threshold", "charge_types",
+             "charge_type")
+    battery = system_bus.tree / "sys/class/power_supply/BAT0"
+    for name in named:
+        (battery / name).touch()
+    (battery / "charge_type").chmod(0o444)  # as where the driver only reports it
+    (battery / "alarm").write_text("0\n")
+    assert system_bus.run("--before-start").returncode == 0
+    script = ("import os\n"
+              "for folder, _, names in os.walk('/sys'):\n"
+              "    for name in names:\n"
+              "        try:\n"
+              "            os.close(os.open(os.path.join(folder, name), os.O_WRONLY))\n"
+              "            print(name)\n"
+              "        except OSError:\n"
+              "            pass\n")
+    with sandbox.start(["/usr/bin/python3", "-c", script], stdout=subprocess.PIPE, text=True) as process:
+        written = process.communicate(timeout=PATIENCE)[0].split()
+    if os.geteuid() == 0:
+        assert sorted(written) == sorted(named[:-1])
+        assert system_bus.run("--after-stop").returncode == 0
+        assert {oct((battery / name).stat().st_mode & 0o777) for name in named[:-1]} == {"0o644"}
+        assert {(battery / name).stat().st_gid for name in named} == {0}
+    else:
+        assert set(named[:-1]) < set(written), "whose files these are can write them all"
+
+
+def test_it_reaches_no_socket_of_roots_but_the_bus(sandbox):
+    with socket.socket(socket.AF_UNIX) as listener:
+        path = f"/run/quorlin-test-{os.getpid()}" if os.geteuid() == 0 else f"/run/user/{os.getuid()}/quorlin-test"
+        listener.bind(path)
+        try:
+            os.chmod(path, 0o777)
+            listener.listen()
+            script = f"import socket; socket.socket(socket.AF_UNIX).connect({path!r})"
+            assert subprocess.run(["/usr/bin/python3", "-c", script], check=False).returncode == 0
+            with sandbox.start(["/usr/bin/python3", "-c", script], stderr=subprocess.PIPE, text=True) as process:
+                assert "FileNotFoundError" in process.communicate(timeout=PATIENCE)[1]
+        finally:
+            os.unlink(path)
+
+
+def test_it_works_inside_what_its_unit_allows(system_bus, sandbox):
     inside = {"QUORLIN_SYSFS_ROOT": "/sys", "QUORLIN_STATE_FOLDER": "/var/lib/quorlin-core-helper",
               "ASAN_OPTIONS": "detect_leaks=0"}  # it would trace the process, which the unit forbids
     before = system_bus.battery(END)

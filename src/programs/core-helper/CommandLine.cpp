@@ -1,7 +1,10 @@
 #include "programs/core-helper/CommandLine.h"
 
+#include "helper/HelperTool.h"
+#include "platform/linux/bus/Bus.h"
 #include "platform/posix/ProgramOptions.h"
 #include "platform/values/Sentence.h"
+#include "programs/core-helper/installation/AttributeLoan.h"
 #include "programs/core-helper/installation/Installation.h"
 #include "programs/core-helper/installation/Removal.h"
 #include "programs/core-helper/service/Service.h"
@@ -12,6 +15,7 @@
 #include <string>
 
 #include <sysexits.h>
+#include <systemd/sd-daemon.h>
 #include <unistd.h>
 
 namespace quorlin {
@@ -20,23 +24,27 @@ namespace {
 constexpr const char* kProgram = "quorlin-core-helper";
 constexpr std::string_view kInstall = "--install";
 constexpr std::string_view kRemove = "--remove";
+constexpr std::string_view kBeforeStart = "--before-start";
 constexpr std::string_view kAfterStop = "--after-stop";
+constexpr std::string_view kRestore = "--restore";
 constexpr std::string_view kHelp = "--help";
 constexpr std::string_view kVersion = "--version";
 
 constexpr std::array kOptions = {
     ProgramOption{kInstall, "install this program with its unit and its files for the bus and polkit"},
     ProgramOption{kRemove, "release the charge and remove everything that --install installed"},
+    ProgramOption{kBeforeStart, "lend the service the files of batteries that it writes; its unit runs this"},
     ProgramOption{kAfterStop, "clean up after the service has stopped; its unit runs this"},
+    ProgramOption{kRestore, "put back what a power cut left in the batteries; a unit runs this at boot"},
     ProgramOption{kHelp, "show this text"},
     ProgramOption{kVersion, "show the version"},
 };
 
 constexpr const char* kUsage =
-    "Usage: quorlin-core-helper [--install | --remove | --after-stop]\n"
+    "Usage: quorlin-core-helper [--install | --remove | --before-start | --after-stop | --restore]\n"
     "\n"
-    "Holds the battery's charge and reads power counters for the agent. It runs as root on the system bus,\n"
-    "which starts it on the first call; it exits when it is idle.\n"
+    "Holds the battery's charge and reads power counters for the agent. It runs as a user of its own on the\n"
+    "system bus, which starts it on the first call; it exits when it is idle.\n"
     "\n";
 
 int complain(const std::string& reason, const std::string& usage) {
@@ -46,14 +54,29 @@ int complain(const std::string& reason, const std::string& usage) {
 
 void serve(const Setup& setup) { Service(setup).run(); }
 
+/// A helper that runs has released what was left, and may hold again.
+void restore(const Setup& setup) {
+  bool isRunning = false;
+  try {
+    isRunning = processOwning(Bus::openSystem(), std::string(kHelperLabel)).has_value();
+  } catch (const BusError&) {
+    // Without the bus it does not run.
+  }
+  if (!isRunning) releaseLeftover(setup);
+}
+
 void install(const Setup& setup) {
+  const bool isReal = setup.installRoot == "/";
+  if (isReal && sd_booted() <= 0) {
+    throw InstallationError("this program needs systemd to start it, and systemd does not run here");
+  }
   FileDescriptor lock = lockInstallation(setup, true);
   // A removal that a power cut interrupted would otherwise remove the new one at its end.
   keepInstalled(setup);
-  installHelper(setup.installRoot);
+  installHelper(setup.installRoot, "/proc/self/exe", isReal ? makeUser : [] {});
   // The old helper takes the lock when it ends.
   lock.reset();
-  if (setup.installRoot != "/") return;
+  if (!isReal) return;
   reloadServices();
   // The next call starts the new helper.
   stopService();
@@ -81,13 +104,15 @@ int runCoreHelper(const Setup& setup, std::span<const std::string_view> argument
   if (given->has(kHelp)) return answer(usage);
   if (given->has(kVersion)) return answer(filledIn("{} {}\n", {kProgram, QUORLIN_VERSION}));
 
-  void (*const act)(const Setup&) = given->has(kInstall)     ? install
-                                    : given->has(kRemove)    ? remove
-                                    : given->has(kAfterStop) ? cleanUpAfterStop
-                                                             : serve;
+  void (*const act)(const Setup&) = given->has(kInstall)       ? install
+                                    : given->has(kRemove)      ? remove
+                                    : given->has(kBeforeStart) ? lendAttributes
+                                    : given->has(kAfterStop)   ? cleanUpAfterStop
+                                    : given->has(kRestore)     ? restore
+                                                               : serve;
   try {
     // On a described machine no root is needed.
-    if (setup.installRoot == "/" && geteuid() != 0) {
+    if (setup.installRoot == "/" && geteuid() != 0 && act != serve) {
       throw InstallationError("only root can do this; run the command with pkexec");
     }
     act(setup);

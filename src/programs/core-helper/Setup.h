@@ -7,8 +7,12 @@
 
 #include <chrono>
 #include <filesystem>
+#include <string>
 
 namespace quorlin {
+
+/// Made by the helper's file for systemd-sysusers(8).
+inline constexpr const char* kHelperUser = "quorlin-core-helper";
 
 /// The installed program always has these values; the tests build one with others.
 struct Setup {
@@ -16,6 +20,7 @@ struct Setup {
   /// For the former values of what a hold has changed, and for the mark of a removal.
   std::filesystem::path stateFolder = "/var/lib/quorlin-core-helper";
   std::filesystem::path installRoot = "/";
+  std::string user = kHelperUser;
   /// How long the helper stays without a call and without a hold.
   std::chrono::milliseconds idle = std::chrono::seconds(30);
   /// How long polkit may take, alone and when it asks a person for a password.

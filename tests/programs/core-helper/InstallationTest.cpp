@@ -74,7 +74,10 @@ const path kUnit = "etc/systemd/system/quorlin-core-helper.service";
 const path kBusPolicy = "etc/dbus-1/system.d/com.brellwick.Quorlin-Core-Helper.conf";
 const path kActions = "usr/share/polkit-1/actions/com.brellwick.Quorlin-Core-Helper.policy";
 const path kActivation = "usr/local/share/dbus-1/system-services/com.brellwick.Quorlin-Core-Helper.service";
-const std::vector<path> kFiles = {kProgram, kUnit, kBusPolicy, kActions, kActivation};
+const path kRestoreUnit = "etc/systemd/system/quorlin-core-helper-restore.service";
+const path kUser = "usr/local/lib/sysusers.d/quorlin-core-helper.conf";
+const std::vector<path> kFiles = {kProgram, kUnit, kRestoreUnit, kUser, kBusPolicy, kActions, kActivation};
+const path kRestoreLink = "etc/systemd/system/multi-user.target.wants/quorlin-core-helper-restore.service";
 const path kState = "var/lib/quorlin-core-helper";
 
 void writeFile(const path& file, const std::string& contents) {
@@ -94,9 +97,9 @@ std::map<std::string, std::string> snapshot(const path& root) {
     lstat(entry.path().c_str(), &status);
     std::ostringstream text;
     text << std::oct << status.st_mode << std::dec << ' ' << status.st_uid << ':' << status.st_gid << ' ';
-    if (entry.is_symlink()) text << read_symlink(entry.path());
+    if (entry.is_symlink()) text << read_symlink(entry.path()).native();
     if (S_ISREG(status.st_mode)) text << std::ifstream(entry.path(), std::ios::binary).rdbuf();
-    entries[relative(entry.path(), root)] = text.str();
+    entries[entry.path().lexically_relative(root)] = text.str();
   }
   return entries;
 }
@@ -105,7 +108,9 @@ class Installation : public testing::Test {
  public:
   /// What every system has.
   Installation() {
-    for (const char* folder : {"etc", "usr/share", "usr/local/share", "var/lib"})
+    for (const path& folder :
+         {path("etc"), kRestoreLink.parent_path(), path("usr/share"), path("usr/local/lib"), path("usr/local/share"),
+          path("var/lib")})
       create_directories(root / folder);
   }
   ~Installation() override {
@@ -145,7 +150,7 @@ class Installation : public testing::Test {
   const path root = folder_.path() / "root";
 };
 
-TEST_F(Installation, PutsFiveFilesInTheirPlacesUnderAnyMaskAndAfterAnInterruptedOne) {
+TEST_F(Installation, PutsItsFilesInTheirPlacesUnderAnyMaskAndAfterAnInterruptedOne) {
   const std::string owner = std::to_string(geteuid()) + ":" + std::to_string(getegid()) + " ";
   const auto file = [&owner](const std::string& mode, const std::string& contents) {
     return AllOf(StartsWith("100" + mode + " " + owner), HasSubstr(contents));
@@ -160,7 +165,11 @@ TEST_F(Installation, PutsFiveFilesInTheirPlacesUnderAnyMaskAndAfterAnInterrupted
     EXPECT_THAT(entries[kBusPolicy], file("644", "<busconfig>"));
     EXPECT_THAT(entries[kActions], file("644", "<policyconfig>"));
     EXPECT_THAT(entries[kActivation], file("644", "SystemdService=quorlin-core-helper.service\n"));
+    EXPECT_THAT(entries[kUser], file("644", "u quorlin-core-helper - "));
+    EXPECT_THAT(entries[kRestoreLink], HasSubstr("../" + kRestoreUnit.filename().string()));
+    EXPECT_THAT(entries[kRestoreUnit], file("644", "ExecStart=/" + kProgram.string() + " --restore\n"));
     for (const path& name : kFiles) entries.erase(name);
+    entries.erase(kRestoreLink);
     for (const auto& [name, entry] : entries) EXPECT_EQ(entry, "40755 " + owner) << name;
     if (!isFirst) break;
     for (const path& name : kFiles) {
@@ -184,7 +193,7 @@ TEST_F(Installation, LeavesEverythingAsItWasWhereverItFails) {
       ASSERT_EQ(snapshot(root), before) << older << " after call " << steps;
     }
     // Each file is owned, given its mode and synchronised, then moved into its place.
-    EXPECT_GE(steps, 5 * 5);
+    EXPECT_GE(steps, 5 * 7);
     EXPECT_THAT(snapshot(root).at(kProgram), testing::EndsWith(" newer"));
     removeHelper(root);
   }
@@ -278,6 +287,7 @@ TEST_F(Installation, IsRemovedWithAStateFolderThatTheUnitMounted) {
 
 TEST_F(Installation, IsNotRemovedThroughALink) {
   writeFile(root / "elsewhere/system" / kUnit.filename(), "of others");
+  std::filesystem::remove_all(root / "etc/systemd");
   create_directory_symlink(root / "elsewhere", root / "etc/systemd");
   const auto before = snapshot(root);
   EXPECT_THAT(failure([this] { removeHelper(root); }), HasSubstr((root / "etc/systemd").string()));

@@ -175,6 +175,7 @@ void BatteryCharge::change(std::string_view attribute, std::string_view wanted) 
   wasAsked_ = true;
   const std::optional<Trouble> trouble = write(attribute, wanted);
   isOver_ = trouble && isFinal(trouble->error);
+  wasDenied_ = wasDenied_ || (trouble && trouble->error == EACCES);
   if (!trouble_) trouble_ = trouble;
 }
 

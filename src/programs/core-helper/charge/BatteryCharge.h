@@ -25,6 +25,9 @@ class BatteryCharge {
   /// Whether hold() has asked the firmware for anything, and not only looked.
   bool wasAsked() const { return wasAsked_; }
 
+  /// Whether hold() was not permitted to write.
+  bool wasDenied() const { return wasDenied_; }
+
   /// Writes what a hold has set, also where the driver shows it still, but no value that another program has
   /// set since: firmware may forget what its driver goes on showing.
   void renew();
@@ -75,6 +78,7 @@ class BatteryCharge {
   std::string name_;
   HeldCharge& held_;
   bool wasAsked_ = false;
+  bool wasDenied_ = false;
   /// The first trouble, and whether further attempts are useless.
   std::optional<Trouble> trouble_;
   bool isOver_ = false;

@@ -33,6 +33,7 @@ ChargeOutcome ChargeControl::hold() {
     Memory& memory = memories_[battery.name()];
     const Result<std::string> hold = this->hold(battery, folder, least, memory);
     memory.text = hold ? *hold : hold.error().text();
+    wasDenied_ = wasDenied_ || battery.wasDenied();
     outcome.holding = outcome.holding || hold;
     addLine(outcome.text, displayText(battery.name()) + ": " + memory.text);
   }
@@ -121,7 +122,7 @@ ChargeOutcome ChargeControl::releaseUnknown(const Trouble& trouble) {
   ChargeOutcome outcome{.holding = false, .text = trouble.text()};
   const std::filesystem::path aside = stateFile_.string() + ".unreadable";
   std::error_code error;
-  std::filesystem::remove_all(aside, error);
+  std::filesystem::remove(aside, error);
   std::filesystem::rename(stateFile_, aside, error);
   if (error) addLine(outcome.text, systemTrouble("{} cannot be set aside", stateFile_, error.value()).text());
   HeldCharge nothing(stateFile_);

@@ -58,6 +58,9 @@ class ChargeControl {
   /// Whether a battery that was absent at a release is there again.
   bool hasReturned() const;
 
+  /// Whether a driver has an attribute that this process may not write. One that is started later may.
+  bool wasDenied() const { return wasDenied_; }
+
   /// One for each battery that is present now.
   std::vector<BatteryReport> report() const;
 
@@ -84,6 +87,7 @@ class ChargeControl {
   /// By the batteries' names.
   std::map<std::string, Memory> memories_;
   std::set<std::string> absent_;
+  bool wasDenied_ = false;
 };
 
 }  // namespace quorlin

@@ -3,7 +3,9 @@
 #include "platform/linux/bus/Bus.h"
 #include "platform/linux/processes/Spawn.h"
 #include "platform/posix/TextFile.h"
+#include "platform/values/Sentence.h"
 #include "programs/core-helper/EmbeddedTexts.h"
+#include "programs/core-helper/Setup.h"
 
 #include <algorithm>
 #include <array>
@@ -16,6 +18,7 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <pwd.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <systemd/sd-daemon.h>
@@ -25,15 +28,22 @@ namespace {
 
 constexpr std::string_view kProgram = "usr/local/libexec/quorlin-core-helper";
 // polkit reads its actions from no other folder; the last file lets the bus start the helper.
-constexpr std::array<std::string_view, 4> kTextFiles = {
+constexpr std::array<std::string_view, 6> kTextFiles = {
+    "usr/local/lib/sysusers.d/quorlin-core-helper.conf",
     "usr/share/polkit-1/actions/com.brellwick.Quorlin-Core-Helper.policy",
     "etc/dbus-1/system.d/com.brellwick.Quorlin-Core-Helper.conf",
     "etc/systemd/system/quorlin-core-helper.service",
+    "etc/systemd/system/quorlin-core-helper-restore.service",
     "usr/local/share/dbus-1/system-services/com.brellwick.Quorlin-Core-Helper.service",
 };
+/// Has systemd start that last unit at boot, as "systemctl enable" would.
+constexpr std::string_view kRestoreLink =
+    "etc/systemd/system/multi-user.target.wants/quorlin-core-helper-restore.service";
+constexpr const char* kRestoreLinkTarget = "../quorlin-core-helper-restore.service";
 constexpr std::string_view kStateFolder = "var/lib/quorlin-core-helper";
 // Debian ships none of these, so an empty one was most likely made for the helper.
-constexpr std::array<std::string_view, 3> kOwnFolders = {
+constexpr std::array<std::string_view, 4> kOwnFolders = {
+    "usr/local/lib/sysusers.d",
     "usr/local/share/dbus-1/system-services",
     "usr/local/share/dbus-1",
     "usr/local/libexec",
@@ -62,7 +72,7 @@ std::optional<Trouble> removeEntry(const FileDescriptor& folder, const std::file
 class StagedFile {
  public:
   /// Throws InstallationError, as do all that follow.
-  StagedFile(FileDescriptor folder, std::filesystem::path path)
+  StagedFile(FileDescriptor folder, std::filesystem::path path, mode_t type = S_IFREG)
       : folder_(std::move(folder)), path_(std::move(path)), name_(path_.filename()) {
     // An earlier installation may have been cut short.
     for (const std::string& leftover : {stagedName(name_), previousName(name_)}) {
@@ -72,8 +82,9 @@ class StagedFile {
     struct stat status {};
     replaces_ = fstatat(folder_.get(), name_.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
     if (!replaces_ && errno != ENOENT) fail(errno);
-    if (replaces_ && !S_ISREG(status.st_mode)) {
-      throw InstallationError({.what = "{} is not a regular file", .where = path_});
+    if (replaces_ && (status.st_mode & S_IFMT) != type) {
+      const char* const what = type == S_IFREG ? "{} is not a regular file" : "{} is not a link";
+      throw InstallationError({.what = what, .where = path_});
     }
   }
   ~StagedFile() {
@@ -100,6 +111,10 @@ class StagedFile {
         fsync(file.get()) != 0) {
       fail(errno);
     }
+  }
+
+  void writeLink(const char* target) {
+    if (symlinkat(target, folder_.get(), stagedName(name_).c_str()) != 0) fail(errno);
   }
 
   void place() {
@@ -151,7 +166,8 @@ void ask(const Bus& bus, const BusObject& object, const char* method) {
 
 }  // namespace
 
-void installHelper(const std::filesystem::path& root, const std::filesystem::path& program) {
+void installHelper(const std::filesystem::path& root, const std::filesystem::path& program,
+                   const std::function<void()>& whenInPlace) {
   const std::string binary = contentsOf(program);
   InstallFolders folders(root);
   std::list<StagedFile> files;
@@ -161,7 +177,10 @@ void installHelper(const std::filesystem::path& root, const std::filesystem::pat
   };
   stage(kProgram, binary, 0755);
   for (const std::string_view file : kTextFiles) stage(file, embeddedText(file), 0644);
+  const std::filesystem::path link(kRestoreLink);
+  files.emplace_back(folders.open(link.parent_path()), root / link, S_IFLNK).writeLink(kRestoreLinkTarget);
   for (StagedFile& file : files) file.place();
+  whenInPlace();
   for (StagedFile& file : files) file.keep();
 }
 
@@ -181,6 +200,7 @@ void removeHelper(const std::filesystem::path& root) {
     attempt(file.parent_path() / stagedName(file.filename()));
     attempt(file.parent_path() / previousName(file.filename()));
   };
+  attemptFile(kRestoreLink);
   // In the opposite order, so that nothing can start it from the first removal on.
   std::for_each(kTextFiles.rbegin(), kTextFiles.rend(), attemptFile);
   attemptFile(kProgram);
@@ -191,6 +211,24 @@ void removeHelper(const std::filesystem::path& root) {
   umount2((root / kStateFolder).c_str(), MNT_DETACH | UMOUNT_NOFOLLOW);
   attempt(kStateFolder, AT_REMOVEDIR);
   if (!troubles.empty()) throw InstallationError(troubles);
+}
+
+void makeUser() {
+  const std::string file = "/" + std::string(kTextFiles.front());
+  const Result<pid_t> child = spawn("systemd-sysusers", {file}, {});
+  const std::optional<int> end = child ? waitForEnd(*child) : std::nullopt;
+  if (end == 0) return;
+  throw InstallationError(filledIn("the user {} cannot be made; systemd-sysusers {}",
+                                   {kHelperUser, child ? "failed" : "is not installed"}));
+}
+
+void removeUser() {
+  if (getpwnam(kHelperUser) == nullptr) return;
+  const Result<pid_t> child = spawn("userdel", {kHelperUser}, {});
+  const std::optional<int> end = child ? waitForEnd(*child) : std::nullopt;
+  if (end == 0) return;
+  throw InstallationError(filledIn("the user {} stays, because userdel {}",
+                                   {kHelperUser, child ? "failed" : "is not installed"}));
 }
 
 void reloadServices() {

@@ -2,10 +2,11 @@
 
 #include "platform/posix/TextFile.h"
 #include "programs/core-helper/charge/ChargeControl.h"
+#include "programs/core-helper/installation/AttributeLoan.h"
 #include "programs/core-helper/installation/Installation.h"
+#include "programs/core-helper/service/HelperLog.h"
 
 #include <cerrno>
-#include <cstdio>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -50,14 +51,21 @@ FileDescriptor lockInstallation(const Setup& setup, bool makesFolder) {
   return folder;
 }
 
-void cleanUpAfterStop(const Setup& setup) {
+void releaseLeftover(const Setup& setup) {
   ChargeControl charge(setup.sysfsRoot, setup.heldChargeFile());
-  if (charge.hasHeld()) std::fprintf(stderr, "%s\n", charge.release().text.c_str());
+  if (charge.hasHeld()) log(charge.release().text);
+}
+
+void cleanUpAfterStop(const Setup& setup) {
+  releaseLeftover(setup);
+  takeBackAttributes(setup);
   const FileDescriptor lock = lockInstallation(setup, false);
   std::error_code ignored;
   if (!std::filesystem::exists(setup.removalMark(), ignored)) return;
   removeHelper(setup.installRoot);
-  if (setup.installRoot == "/") reloadServices();
+  if (setup.installRoot != "/") return;
+  reloadServices();
+  removeUser();
 }
 
 }  // namespace quorlin

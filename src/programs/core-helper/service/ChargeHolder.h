@@ -49,6 +49,7 @@ class ChargeHolder {
   void lookForReturned();
 
   const std::optional<Caller>& holder() const { return holder_; }
+  bool wasDenied() const { return charge_.wasDenied(); }
   std::vector<BatteryReport> report() const { return charge_.report(); }
 
  private:

@@ -266,7 +266,12 @@ void Service::limitCharge(Call& call) {
   restartIdleTime();
   if (call.request.mode) return answer(call, charge_->release(call.caller));
   const std::optional<std::string> held = leaving_ ? std::nullopt : charge_->hold(call.caller);
-  if (held) return answer(call, *held);
+  if (held) {
+    answer(call, *held);
+    // A driver has added its attributes since the start, which lends them; the next call starts another.
+    if (charge_->wasDenied()) idle_ = timer(event_.get(), {}, Methods::leaveIfIdle, this);
+    return;
+  }
   refuse(call, {SD_BUS_ERROR_LIMITS_EXCEEDED,
                 "the charge was released only just now; it can be held again in a few seconds"});
 }

@@ -20,6 +20,7 @@ int main(int argc, char** argv) {
   setup.sysfsRoot = variable("QUORLIN_SYSFS_ROOT");
   setup.stateFolder = variable("QUORLIN_STATE_FOLDER");
   setup.installRoot = variable("QUORLIN_INSTALL_ROOT");
+  setup.user = variable("QUORLIN_USER");
   setup.idle = std::chrono::milliseconds(std::stol(variable("QUORLIN_IDLE_MS")));
   setup.patience = std::chrono::milliseconds(std::stol(variable("QUORLIN_PATIENCE_MS")));
   setup.patienceWithPerson = setup.patience;
