@@ -24,10 +24,13 @@ std::string_view trimmed(std::string_view text) {
 }
 
 Result<std::string> readText(const std::string& path) {
-  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  // A pipe or a terminal would keep the reader waiting.
+  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   if (!file) return systemTrouble("{} cannot be read", path, errno);
   std::array<char, 4096> buffer;
-  const ssize_t count = read(file.get(), buffer.data(), buffer.size());
+  // Unlike read(2), pread(2) refuses a pipe, so no further call has to tell it from a file.
+  const ssize_t count = pread(file.get(), buffer.data(), buffer.size(), 0);
+  if (count < 0 && errno == ESPIPE) return notRegular(path);
   if (count < 0) return systemTrouble("{} cannot be read", path, errno);
   return std::string(trimmed({buffer.data(), static_cast<std::size_t>(count)}));
 }
@@ -61,6 +64,10 @@ std::string displayText(std::string_view raw) {
     shown += isControl ? " " : before.substr(0, before.size() - rest.size());
   }
   return std::string(trimmed(shown));
+}
+
+Trouble notRegular(std::string path) {
+  return {.what = "{} cannot be read", .where = std::move(path), .why = "it is not a regular file"};
 }
 
 std::string errorText(int error) { return std::generic_category().message(error); }

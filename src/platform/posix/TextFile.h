@@ -9,7 +9,7 @@
 
 namespace quorlin {
 
-/// The first page of a file without the white space and the zeros around it.
+/// The first page of a file without the white space and the zeros around it. A pipe is a trouble.
 Result<std::string> readText(const std::string& path);
 
 /// The names in a directory but "." and "..", sorted.
@@ -23,6 +23,9 @@ std::string_view trimmed(std::string_view text);
 
 /// Text fit for people and for the bus: UTF-8 without control characters and without space around it.
 std::string displayText(std::string_view raw);
+
+/// The trouble with a pipe, a device or a folder in a file's place.
+Trouble notRegular(std::string path);
 
 std::string errorText(int error);
 
