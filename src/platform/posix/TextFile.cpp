@@ -54,17 +54,7 @@ Result<std::string> realPath(const std::string& path) {
   return resolved.string();
 }
 
-std::string displayText(std::string_view raw) {
-  const std::string text = withoutMalformedUtf8(raw);
-  std::string shown;
-  for (std::string_view rest = text; !rest.empty();) {
-    const std::string_view before = rest;
-    const char32_t character = takeCodePoint(rest);
-    const bool isControl = character < 0x20 || (character >= 0x7F && character < 0xA0);
-    shown += isControl ? " " : before.substr(0, before.size() - rest.size());
-  }
-  return std::string(trimmed(shown));
-}
+std::string displayText(std::string_view raw) { return std::string(trimmed(withoutTerminalControls(raw))); }
 
 Trouble notRegular(std::string path) {
   return {.what = "{} cannot be read", .where = std::move(path), .why = "it is not a regular file"};

@@ -21,7 +21,7 @@ Result<std::string> realPath(const std::string& path);
 /// Without the white space and the zeros around it.
 std::string_view trimmed(std::string_view text);
 
-/// Text fit for people and for the bus: UTF-8 without control characters and without space around it.
+/// Text fit for people and for the bus: UTF-8 that cannot drive a terminal, without space around it.
 std::string displayText(std::string_view raw);
 
 /// The trouble with a pipe, a device or a folder in a file's place.

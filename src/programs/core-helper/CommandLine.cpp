@@ -1,5 +1,6 @@
 #include "programs/core-helper/CommandLine.h"
 
+#include "platform/posix/ErrorStream.h"
 #include "platform/posix/ProgramOptions.h"
 #include "platform/values/Sentence.h"
 #include "programs/core-helper/installation/Installation.h"
@@ -7,7 +8,6 @@
 #include "programs/core-helper/service/Service.h"
 
 #include <array>
-#include <cstdio>
 #include <exception>
 #include <string>
 
@@ -39,11 +39,6 @@ constexpr const char* kUsage =
     "which starts it on the first call; it exits when it is idle.\n"
     "\n";
 
-int complain(const std::string& reason, const std::string& usage) {
-  std::fprintf(stderr, "%s: %s\n\n%s", kProgram, reason.c_str(), usage.c_str());
-  return EX_USAGE;
-}
-
 void serve(const Setup& setup) { Service(setup).run(); }
 
 void install(const Setup& setup) {
@@ -73,11 +68,11 @@ void remove(const Setup& setup) {
 int runCoreHelper(const Setup& setup, std::span<const std::string_view> arguments) {
   const auto given = parseOptions(arguments, kOptions);
   const std::string usage = kUsage + helpOf(kOptions);
-  if (!given) return complain(given.error().text(), usage);
+  if (!given) return complain(kProgram, given.error().text(), usage);
   if (!given->operands.empty()) {
-    return complain(filledIn("unexpected argument '{}'", {given->operands.front()}), usage);
+    return complain(kProgram, filledIn("unexpected argument '{}'", {given->operands.front()}), usage);
   }
-  if (arguments.size() > 1) return complain("one option at most is allowed", usage);
+  if (arguments.size() > 1) return complain(kProgram, "one option at most is allowed", usage);
   if (given->has(kHelp)) return answer(usage);
   if (given->has(kVersion)) return answer(filledIn("{} {}\n", {kProgram, QUORLIN_VERSION}));
 
@@ -92,7 +87,7 @@ int runCoreHelper(const Setup& setup, std::span<const std::string_view> argument
     }
     act(setup);
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "%s: %s\n", kProgram, error.what());
+    writeErrorLine(filledIn("{}: {}", {kProgram, error.what()}));
     return EX_UNAVAILABLE;
   }
   return EX_OK;

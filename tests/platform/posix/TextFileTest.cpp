@@ -1,6 +1,7 @@
 #include "fakes/TemporaryFolder.h"
 #include "platform/posix/FileDescriptor.h"
 #include "platform/posix/TextFile.h"
+#include "platform/values/Utf8.h"
 
 #include <cerrno>
 
@@ -30,6 +31,30 @@ TEST(TextFile, APipeIsATroubleAndKeepsNobodyWaiting) {
   EXPECT_EQ(readText(pipe).error().text(), trouble) << "nothing is written";
   ASSERT_EQ(write(writer.get(), "42", 2), 2);
   EXPECT_EQ(readText(pipe).error().text(), trouble) << "the text is meant for another";
+}
+
+TEST(TextFile, ForeignTextCannotDriveATerminal) {
+  struct Case {
+    std::string_view bytes;
+    std::string_view shown;
+    /// With line ends kept.
+    std::string_view printed;
+  };
+  const Case cases[] = {
+      {"plain é 日本", "plain é 日本", "plain é 日本"},
+      {"\x1b[31mred\x07", "[31mred", " [31mred "},
+      {"one\ntwo\r\n\tthree", "one two   three", "one\ntwo \n three"},
+      {"a\u0080\u009B\u009F\x7F\u00A0z", "a    \u00A0z", "a    \u00A0z"},
+      {"a\u061C\u200E\u200F\u2028\u2029\u202A\u202E\u2066\u2069z", "az", "az"},
+      {"\u200B\u200D\u2027\u202F\u2065\u206A", "\u200B\u200D\u2027\u202F\u2065\u206A",
+       "\u200B\u200D\u2027\u202F\u2065\u206A"},
+      {"a\x9B\xC2", "a\uFFFD\uFFFD", "a\uFFFD\uFFFD"},
+      {std::string_view("a\0z", 3), "a z", "a z"},
+  };
+  for (const auto& [bytes, shown, printed] : cases) {
+    EXPECT_EQ(displayText(bytes), shown);
+    EXPECT_EQ(withoutTerminalControls(bytes, "\n"), printed);
+  }
 }
 
 }  // namespace

@@ -1,11 +1,11 @@
 #include "programs/core-helper/installation/Removal.h"
 
+#include "platform/posix/ErrorStream.h"
 #include "platform/posix/TextFile.h"
 #include "programs/core-helper/charge/ChargeControl.h"
 #include "programs/core-helper/installation/Installation.h"
 
 #include <cerrno>
-#include <cstdio>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -52,7 +52,7 @@ FileDescriptor lockInstallation(const Setup& setup, bool makesFolder) {
 
 void cleanUpAfterStop(const Setup& setup) {
   ChargeControl charge(setup.sysfsRoot, setup.heldChargeFile());
-  if (charge.hasHeld()) std::fprintf(stderr, "%s\n", charge.release().text.c_str());
+  if (charge.hasHeld()) writeErrorLine(charge.release().text);
   const FileDescriptor lock = lockInstallation(setup, false);
   std::error_code ignored;
   if (!std::filesystem::exists(setup.removalMark(), ignored)) return;

@@ -4,6 +4,7 @@
 #include "helper/HelperTool.h"
 #include "platform/linux/helper/HelperProtocol.h"
 #include "platform/linux/system/System.h"
+#include "platform/posix/ErrorStream.h"
 #include "platform/posix/TextFile.h"
 #include "platform/values/Sentence.h"
 #include "platform/values/Tick.h"
@@ -13,7 +14,6 @@
 #include <algorithm>
 #include <array>
 #include <csignal>
-#include <cstdio>
 #include <ctime>
 #include <utility>
 
@@ -30,8 +30,6 @@ static_assert(kPauseBeforeHold < kPowerPeriod);
 
 constexpr const char* kTooManyCalls = "too many calls are waiting for an answer";
 const Refusal kCallerGone = {SD_BUS_ERROR_NO_REPLY, "the caller has left the bus"};
-
-void log(const std::string& text) { std::fprintf(stderr, "%s\n", displayText(text).c_str()); }
 
 std::uint64_t microseconds(std::chrono::microseconds duration) {
   return static_cast<std::uint64_t>(duration.count());
@@ -239,7 +237,7 @@ void Service::limitCharge(Call& call) {
   const std::string line = filledIn(
       hold ? "{} of user {} asked to hold the charge: {}" : "{} of user {} asked to release the charge: {}",
       {call.caller, std::to_string(call.user), outcome.text});
-  if (line != std::exchange(lastLogged_, line)) log(line);
+  if (line != std::exchange(lastLogged_, line)) writeErrorLine(line);
   answer(call, outcome.text);
 }
 
@@ -260,7 +258,8 @@ void Service::uninstall(Call& call) {
   } catch (const InstallationError& error) {
     return refuse(call, {SD_BUS_ERROR_FAILED, error.what()});
   }
-  log(filledIn("{} of user {} asked to remove the helper", {call.caller, std::to_string(call.user)}));
+  writeErrorLine(
+      filledIn("{} of user {} asked to remove the helper", {call.caller, std::to_string(call.user)}));
   answer(call, "The core helper is being removed.");
   sd_event_exit(event_.get(), 0);
 }
@@ -291,7 +290,7 @@ BusTrack Service::trackCaller(const std::string& caller, sd_bus_track_handler_t 
 
 void Service::releaseCharge(const char* sentence) {
   holder_.reset();
-  log(filledIn(sentence, {charge_.release().text}));
+  writeErrorLine(filledIn(sentence, {charge_.release().text}));
   lastLogged_.clear();
 }
 
