@@ -68,6 +68,10 @@ def test_arguments(session, program, arguments):
     assert_inert(output_of(session, PROGRAMS / program, *arguments))
 
 
+def test_an_argument_without_end(session):
+    assert len(output_of(session, PROGRAMS / "quorlinctl", 5000 * "x")) < 2100
+
+
 def test_what_is_ours_still_has_its_colours(session):
     del session.environment["NO_COLOR"]
     session.environment["TERM"] = "xterm"

@@ -1,6 +1,6 @@
 #include "platform/posix/ErrorStream.h"
 
-#include "platform/values/Utf8.h"
+#include "platform/posix/TextFile.h"
 
 #include <string>
 
@@ -9,7 +9,8 @@
 namespace quorlin {
 
 void writeErrorLine(std::string_view text) {
-  const std::string line = withoutTerminalControls(text) + '\n';
+  constexpr std::size_t most = 2000;
+  const std::string line = excerpt(text, most) + '\n';
   // One call a line keeps the lines of several threads apart.
   [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line.data(), line.size());
 }

@@ -5,8 +5,8 @@
 
 namespace quorlin {
 
-/// Writes a line that cannot drive a terminal, whatever it quotes; line ends in it become spaces. On any
-/// thread. There is nowhere to report a failure to.
+/// Writes a line that cannot drive a terminal, whatever it quotes; line ends in it become spaces, and it is
+/// cut after 2000 characters. On any thread. There is nowhere to report a failure to.
 void writeErrorLine(std::string_view text);
 
 }  // namespace quorlin

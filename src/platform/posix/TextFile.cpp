@@ -56,6 +56,14 @@ Result<std::string> realPath(const std::string& path) {
 
 std::string displayText(std::string_view raw) { return std::string(trimmed(withoutTerminalControls(raw))); }
 
+std::string excerpt(std::string_view raw, std::size_t most) {
+  std::string text = displayText(raw);
+  std::string_view rest = text;
+  for (std::size_t i = 0; i < most && !rest.empty(); ++i) takeCodePoint(rest);
+  if (!rest.empty()) text.replace(text.size() - rest.size(), rest.size(), "…");
+  return text;
+}
+
 Trouble notRegular(std::string path) {
   return {.what = "{} cannot be read", .where = std::move(path), .why = "it is not a regular file"};
 }

@@ -3,6 +3,7 @@
 
 #include "platform/values/Result.h"
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,6 +24,9 @@ std::string_view trimmed(std::string_view text);
 
 /// Text fit for people and for the bus: UTF-8 that cannot drive a terminal, without space around it.
 std::string displayText(std::string_view raw);
+
+/// As displayText, of at most that many characters; an ellipsis marks a cut.
+std::string excerpt(std::string_view raw, std::size_t most = 100);
 
 /// The trouble with a pipe, a device or a folder in a file's place.
 Trouble notRegular(std::string path);

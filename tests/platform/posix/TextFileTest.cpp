@@ -57,5 +57,13 @@ TEST(TextFile, ForeignTextCannotDriveATerminal) {
   }
 }
 
+TEST(TextFile, AnExcerptOfForeignTextIsShort) {
+  const std::string characters = "é€\n🌡";
+  EXPECT_EQ(excerpt(characters, 4), "é€ 🌡");
+  EXPECT_EQ(excerpt(characters, 3), "é€ …");
+  EXPECT_EQ(excerpt("", 0), "");
+  EXPECT_EQ(excerpt(std::string(4000, 'x')), std::string(100, 'x') + "…");
+}
+
 }  // namespace
 }  // namespace quorlin

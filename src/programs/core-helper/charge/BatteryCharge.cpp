@@ -156,8 +156,8 @@ std::optional<Trouble> BatteryCharge::leaveToOthers(std::string_view attribute) 
   if (former == nullptr || former->ours.empty() || !now) return std::nullopt;
   if (now == former->ours || isBack(*former, now)) return std::nullopt;
   held_.forget(name_, attribute);
-  return Trouble{
-      .what = filledIn("another program set {} to {}; that value stays", {attribute, displayText(*now)})};
+  return Trouble{.what =
+                     filledIn("another program set {} to {}; that value stays", {attribute, excerpt(*now)})};
 }
 
 std::optional<Trouble> BatteryCharge::putBack(std::string_view attribute) {
@@ -180,8 +180,8 @@ std::optional<Trouble> BatteryCharge::putBack(std::string_view attribute) {
 Trouble BatteryCharge::keeps(std::string_view attribute, std::string_view wanted) const {
   const std::optional<std::string> now = value(attribute);
   if (!now) return {.what = "{} cannot be read", .where = std::string(attribute)};
-  return {.what = filledIn("the firmware kept {} at {}; {} was requested",
-                           {attribute, displayText(*now), wanted})};
+  return {.what =
+              filledIn("the firmware kept {} at {}; {} was requested", {attribute, excerpt(*now), wanted})};
 }
 
 }  // namespace quorlin
