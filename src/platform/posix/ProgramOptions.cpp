@@ -1,5 +1,7 @@
 #include "platform/posix/ProgramOptions.h"
 
+#include "platform/posix/ErrorStream.h"
+
 #include <algorithm>
 #include <cstdio>
 
@@ -32,6 +34,12 @@ std::string helpOf(std::span<const ProgramOption> options) {
     help.append("  ").append(name).append(width - name.size() + 2, ' ').append(meaning).append("\n");
   }
   return help;
+}
+
+int complain(std::string_view program, std::string_view reason, const std::string& usage) {
+  writeErrorLine(filledIn("{}: {}", {program, reason}));
+  std::fprintf(stderr, "\n%s", usage.c_str());
+  return EX_USAGE;
 }
 
 int answer(const std::string& text) {

@@ -33,6 +33,10 @@ Result<ProgramArguments> parseOptions(std::span<const std::string_view> argument
 /// A line for each option.
 std::string helpOf(std::span<const ProgramOption> options);
 
+/// Says on the error stream what is wrong with the arguments, above the usage. Returns an exit status of
+/// sysexits.h.
+int complain(std::string_view program, std::string_view reason, const std::string& usage);
+
 /// Writes to the standard output. Returns an exit status of sysexits.h.
 int answer(const std::string& text);
 

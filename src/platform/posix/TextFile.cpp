@@ -24,10 +24,13 @@ std::string_view trimmed(std::string_view text) {
 }
 
 Result<std::string> readText(const std::string& path) {
-  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  // A pipe or a terminal would keep the reader waiting.
+  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   if (!file) return systemTrouble("{} cannot be read", path, errno);
   std::array<char, 4096> buffer;
-  const ssize_t count = read(file.get(), buffer.data(), buffer.size());
+  // Unlike read(2), pread(2) refuses a pipe, so no further call has to tell it from a file.
+  const ssize_t count = pread(file.get(), buffer.data(), buffer.size(), 0);
+  if (count < 0 && errno == ESPIPE) return notRegular(path);
   if (count < 0) return systemTrouble("{} cannot be read", path, errno);
   return std::string(trimmed({buffer.data(), static_cast<std::size_t>(count)}));
 }
@@ -51,16 +54,18 @@ Result<std::string> realPath(const std::string& path) {
   return resolved.string();
 }
 
-std::string displayText(std::string_view raw) {
-  const std::string text = withoutMalformedUtf8(raw);
-  std::string shown;
-  for (std::string_view rest = text; !rest.empty();) {
-    const std::string_view before = rest;
-    const char32_t character = takeCodePoint(rest);
-    const bool isControl = character < 0x20 || (character >= 0x7F && character < 0xA0);
-    shown += isControl ? " " : before.substr(0, before.size() - rest.size());
-  }
-  return std::string(trimmed(shown));
+std::string displayText(std::string_view raw) { return std::string(trimmed(withoutTerminalControls(raw))); }
+
+std::string excerpt(std::string_view raw, std::size_t most) {
+  std::string text = displayText(raw);
+  std::string_view rest = text;
+  for (std::size_t i = 0; i < most && !rest.empty(); ++i) takeCodePoint(rest);
+  if (!rest.empty()) text.replace(text.size() - rest.size(), rest.size(), "…");
+  return text;
+}
+
+Trouble notRegular(std::string path) {
+  return {.what = "{} cannot be read", .where = std::move(path), .why = "it is not a regular file"};
 }
 
 std::string errorText(int error) { return std::generic_category().message(error); }

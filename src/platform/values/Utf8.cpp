@@ -59,4 +59,26 @@ std::string withoutMalformedUtf8(std::string_view bytes) {
   return text;
 }
 
+bool isControl(char32_t codePoint) { return codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0); }
+
+bool isDirectionMark(char32_t codePoint) {
+  return codePoint == 0x061C || codePoint == 0x200E || codePoint == 0x200F ||
+         (codePoint >= 0x2028 && codePoint <= 0x202E) || (codePoint >= 0x2066 && codePoint <= 0x2069);
+}
+
+std::string withoutTerminalControls(std::string_view bytes, std::string_view kept) {
+  const std::string text = withoutMalformedUtf8(bytes);
+  std::string shown;
+  shown.reserve(text.size());
+  for (std::string_view rest = text; !rest.empty();) {
+    std::string_view character = rest;
+    const char32_t codePoint = takeCodePoint(rest);
+    character.remove_suffix(rest.size());
+    if (isDirectionMark(codePoint)) continue;
+    const bool isKept = kept.find(character) != std::string_view::npos;
+    shown += isControl(codePoint) && !isKept ? " " : character;
+  }
+  return shown;
+}
+
 }  // namespace quorlin

@@ -7,7 +7,6 @@
 
 #include <array>
 #include <csignal>
-#include <cstdio>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -35,11 +34,6 @@ constexpr const char* kUsage =
     "The agent also ends if its settings switch everything off.\n"
     "\n";
 
-int complain(const std::string& text) {
-  std::fputs(text.c_str(), stderr);
-  return EX_USAGE;
-}
-
 int run(std::vector<std::string> arguments) {
   // The agent goes on when the reader of its log has closed the pipe.
   std::signal(SIGPIPE, SIG_IGN);
@@ -65,10 +59,10 @@ int main(int argc, char** argv) {
   const std::vector<std::string_view> words(argc > 0 ? argv + 1 : argv, argv + argc);
   const auto given = quorlin::parseOptions(words, kOptions);
   const std::string usage = kUsage + quorlin::helpOf(kOptions);
-  if (!given) return complain(quorlin::filledIn("{}: {}\n\n{}", {kProgram, given.error().text(), usage}));
+  if (!given) return quorlin::complain(kProgram, given.error().text(), usage);
   for (const std::string& operand : given->operands) {
     if (operand.find("://") == std::string::npos) {
-      return complain(quorlin::filledIn("{}: '{}' is not a URL\n\n{}", {kProgram, operand, usage}));
+      return quorlin::complain(kProgram, quorlin::filledIn("'{}' is not a URL", {operand}), usage);
     }
   }
   if (given->has(kHelp)) return quorlin::answer(usage);

@@ -2,6 +2,7 @@
 
 #include "helper/HelperTool.h"
 #include "platform/linux/bus/Bus.h"
+#include "platform/posix/ErrorStream.h"
 #include "platform/posix/ProgramOptions.h"
 #include "platform/values/Sentence.h"
 #include "programs/core-helper/installation/AttributeLoan.h"
@@ -10,7 +11,6 @@
 #include "programs/core-helper/service/Service.h"
 
 #include <array>
-#include <cstdio>
 #include <exception>
 #include <string>
 
@@ -46,11 +46,6 @@ constexpr const char* kUsage =
     "Holds the battery's charge and reads power counters for the agent. It runs as a user of its own on the\n"
     "system bus, which starts it on the first call; it exits when it is idle.\n"
     "\n";
-
-int complain(const std::string& reason, const std::string& usage) {
-  std::fprintf(stderr, "%s: %s\n\n%s", kProgram, reason.c_str(), usage.c_str());
-  return EX_USAGE;
-}
 
 void serve(const Setup& setup) { Service(setup).run(); }
 
@@ -96,11 +91,11 @@ void remove(const Setup& setup) {
 int runCoreHelper(const Setup& setup, std::span<const std::string_view> arguments) {
   const auto given = parseOptions(arguments, kOptions);
   const std::string usage = kUsage + helpOf(kOptions);
-  if (!given) return complain(given.error().text(), usage);
+  if (!given) return complain(kProgram, given.error().text(), usage);
   if (!given->operands.empty()) {
-    return complain(filledIn("unexpected argument '{}'", {given->operands.front()}), usage);
+    return complain(kProgram, filledIn("unexpected argument '{}'", {given->operands.front()}), usage);
   }
-  if (arguments.size() > 1) return complain("one option at most is allowed", usage);
+  if (arguments.size() > 1) return complain(kProgram, "one option at most is allowed", usage);
   if (given->has(kHelp)) return answer(usage);
   if (given->has(kVersion)) return answer(filledIn("{} {}\n", {kProgram, QUORLIN_VERSION}));
 
@@ -117,7 +112,7 @@ int runCoreHelper(const Setup& setup, std::span<const std::string_view> argument
     }
     act(setup);
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "%s: %s\n", kProgram, error.what());
+    writeErrorLine(filledIn("{}: {}", {kProgram, error.what()}));
     return EX_UNAVAILABLE;
   }
   return EX_OK;

@@ -1,5 +1,6 @@
 /// nettop: lists the bytes that each process has received and sent over the network.
 #include "platform/linux/system/SystemRoots.h"
+#include "platform/posix/ErrorStream.h"
 #include "platform/posix/RunningTime.h"
 #include "programs/nettop/Connections.h"
 #include "programs/nettop/ProcessTraffic.h"
@@ -42,7 +43,7 @@ constexpr const char* kUsage =
     "  --help  show this text\n";
 
 int complain(const Trouble& trouble) {
-  std::fprintf(stderr, "nettop: %s\n", trouble.text().c_str());
+  writeErrorLine(filledIn("nettop: {}", {trouble.text()}));
   return EX_UNAVAILABLE;
 }
 

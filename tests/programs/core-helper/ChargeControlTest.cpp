@@ -399,6 +399,8 @@ TEST_F(ChargeControlTest, ChangesNothingThatItCannotWriteDown) {
                     HasSubstr("could not restore the value \"\" of charge_behaviour")));
   EXPECT_THAT(driver_.writes, IsEmpty());
   Result<HeldCharge> inMemory = HeldCharge::in(state_);
+  EXPECT_EQ(inMemory->remember("BAT0", kChargeBehaviour, std::string(4000, 'x'))->text(),
+            "the helper could not restore the value \"" + std::string(100, 'x') + "…\" of charge_behaviour");
   EXPECT_TRUE(inMemory->remember("BAT0", kChargeBehaviour, "auto"));
   EXPECT_EQ(inMemory->find("BAT0", kChargeBehaviour), nullptr);
 

@@ -163,6 +163,9 @@ TEST(Checks, TellWhatTheSettingsSwitchOn) {
   const TemporaryFolder folder;
   EXPECT_EQ(checkSettings(folder.path()).text, "The settings are ignored: " + folder.path().string() +
                                                    " cannot be read: it is not a regular file.");
+  // The agent replaces only a file that it could read.
+  EXPECT_THAT(checkSettings(folder.path()).advice, HasSubstr("saves nothing"));
+  EXPECT_THAT(checkSettings(folder.write("settings.conf", "nonsense")).advice, HasSubstr("sets it aside"));
 }
 
 TEST(Checks, TellAProcessThatBeganBeforeAFileCame) {

@@ -19,6 +19,8 @@ TEST(Json, IsWrittenForEveryKindOfValue) {
       {-std::numeric_limits<double>::infinity(), "null"},
       {true, "true"},
       {"a\"\\\n\x01", R"("a\"\\\n\u0001")"},
+      {"\x1b\x7F\u0080\u009F\u00A0", "\"\\u001b\\u007f\\u0080\\u009f\u00A0\""},
+      {Dictionary{{"\u061C\u200F", "\u2028\u202E\u2069"}}, R"({"\u061c\u200f":"\u2028\u202e\u2069"})"},
       {"caf\xC3\xA9 \xFF\xC0\xAF", "\"café \uFFFD\uFFFD\uFFFD\""},
       {Data{'M'}, R"("TQ==")"},
       {Data{'M', 'a'}, R"("TWE=")"},

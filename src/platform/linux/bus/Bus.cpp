@@ -1,11 +1,11 @@
 #include "platform/linux/bus/Bus.h"
 
+#include "platform/posix/ErrorStream.h"
 #include "platform/posix/TextFile.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <utility>
@@ -93,7 +93,8 @@ BusSlot Bus::slotOf(Handler handler, const AddMatch& addMatch) {
     try {
       (*static_cast<Handler*>(userdata))(message);
     } catch (const std::exception& error) {
-      std::fprintf(stderr, "%s: a message was dropped: %s\n", program_invocation_short_name, error.what());
+      writeErrorLine(
+          filledIn("{}: a message was dropped: {}", {program_invocation_short_name, error.what()}));
     }
     return 0;
   };

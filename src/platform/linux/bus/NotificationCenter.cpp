@@ -1,9 +1,9 @@
 #include "platform/linux/bus/NotificationCenter.h"
 
 #include "platform/linux/bus/PropertyListMessage.h"
+#include "platform/posix/ErrorStream.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <utility>
 
 namespace quorlin {
@@ -50,8 +50,8 @@ void BusNotificationCenter::post(std::string_view name, std::optional<std::strin
   } catch (const BusError& error) {
     // A bus that has gone away is the application's to report.
     if (sd_bus_is_open(bus_.get()) > 0) {
-      std::fprintf(stderr, "%s: %.*s was not posted: %s\n", program_invocation_short_name,
-                   static_cast<int>(name.size()), name.data(), error.what());
+      writeErrorLine(
+          filledIn("{}: {} was not posted: {}", {program_invocation_short_name, name, error.what()}));
     }
   }
 }

@@ -18,7 +18,7 @@ using GText = Owned<gchar, g_free>;
 /// The error of a file that can be read but is malformed.
 inline constexpr int kMalformed = EBADMSG;
 
-/// With comments and translations; an absent file is empty.
+/// With comments and translations; an absent file is empty, and one of more than 1 MB a trouble.
 Result<KeyFile> loadKeyFile(const std::filesystem::path& file);
 
 /// Where a link leads, also to a file that does not exist yet, so that the link stays a link.

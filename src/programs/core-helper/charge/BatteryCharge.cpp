@@ -209,7 +209,7 @@ const FormerValue* BatteryCharge::setByOthers(std::string_view attribute) const 
 
 Trouble BatteryCharge::ofOthers(std::string_view attribute) const {
   return {.what = filledIn("another program set {} to {}; that value stays",
-                           {attribute, displayText(value(attribute).value_or(""))})};
+                           {attribute, excerpt(value(attribute).value_or(""))})};
 }
 
 std::optional<Trouble> BatteryCharge::leaveToOthers(std::string_view attribute) {
@@ -239,8 +239,8 @@ std::optional<Trouble> BatteryCharge::putBack(std::string_view attribute) {
 Trouble BatteryCharge::keeps(std::string_view attribute, std::string_view wanted) const {
   const std::optional<std::string> now = value(attribute);
   if (!now) return {.what = "{} cannot be read", .where = std::string(attribute)};
-  return {.what = filledIn("the firmware kept {} at {}; {} was requested",
-                           {attribute, displayText(*now), wanted})};
+  return {.what =
+              filledIn("the firmware kept {} at {}; {} was requested", {attribute, excerpt(*now), wanted})};
 }
 
 }  // namespace quorlin

@@ -83,7 +83,7 @@ std::optional<Trouble> HeldCharge::remember(const std::string& battery, std::str
   if (known != values_.end() && known->ours.empty()) return std::nullopt;
   if (known == values_.end() && (!isBatteryName(battery) || !value || !isChargeValue(attribute, *value))) {
     return Trouble{.what = filledIn("the helper could not restore the value \"{}\" of {}",
-                                    {displayText(value.value_or("")), attribute})};
+                                    {excerpt(value.value_or("")), attribute})};
   }
   const HeldCharge before = *this;
   isStored_ = false;

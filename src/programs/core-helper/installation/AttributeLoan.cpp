@@ -1,13 +1,14 @@
 #include "programs/core-helper/installation/AttributeLoan.h"
 
 #include "platform/linux/power/SystemBatteries.h"
+#include "platform/posix/ErrorStream.h"
 #include "platform/posix/FileDescriptor.h"
 #include "platform/posix/TextFile.h"
 #include "platform/values/Sentence.h"
 #include "programs/core-helper/charge/HeldCharge.h"
 #include "programs/core-helper/installation/InstallFolders.h"
 
-#include <cstdio>
+#include <cerrno>
 #include <string>
 
 #include <fcntl.h>
@@ -29,7 +30,7 @@ void setGroup(const std::filesystem::path& file, gid_t group, mode_t right, bool
   const std::string path = "/proc/self/fd/" + std::to_string(place.get());
   if (fchownat(place.get(), "", static_cast<uid_t>(-1), group, AT_EMPTY_PATH) != 0 ||
       chmod(path.c_str(), mode) != 0) {
-    std::perror(file.c_str());
+    writeErrorLine(systemTrouble("{} cannot be lent", file, errno).text());
   }
 }
 
@@ -53,7 +54,9 @@ void lendAttributes(const Setup& setup) {
       open(setup.heldChargeFile().c_str(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC));
   struct stat status {};
   const bool isOwn = held && fstat(held.get(), &status) == 0 && S_ISREG(status.st_mode) && status.st_nlink == 1;
-  if (isOwn && fchown(held.get(), user->pw_uid, user->pw_gid) != 0) std::perror(setup.heldChargeFile().c_str());
+  if (isOwn && fchown(held.get(), user->pw_uid, user->pw_gid) != 0) {
+    writeErrorLine(systemTrouble("{} cannot be handed over", setup.heldChargeFile(), errno).text());
+  }
 }
 
 void takeBackAttributes(const Setup& setup) { setGroups(setup, 0, false); }

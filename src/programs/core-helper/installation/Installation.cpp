@@ -2,6 +2,7 @@
 
 #include "platform/linux/bus/Bus.h"
 #include "platform/linux/processes/Spawn.h"
+#include "platform/posix/ErrorStream.h"
 #include "platform/posix/TextFile.h"
 #include "platform/values/Sentence.h"
 #include "programs/core-helper/EmbeddedTexts.h"
@@ -10,7 +11,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdio>
 #include <list>
 #include <optional>
 #include <string>
@@ -160,7 +160,7 @@ void ask(const Bus& bus, const BusObject& object, const char* method) {
   checked(sd_bus_message_set_auto_start(message.get(), 0), "Cannot write a call");
   const auto answer = call(bus.get(), message);
   if (!answer && !answer.error().isOneOf({SD_BUS_ERROR_SERVICE_UNKNOWN, SD_BUS_ERROR_NAME_HAS_NO_OWNER})) {
-    std::fprintf(stderr, "%s refuses %s: %s\n", object.name, method, answer.error().message.c_str());
+    writeErrorLine(filledIn("{} refuses {}: {}", {object.name, method, answer.error().message}));
   }
 }
 
@@ -192,7 +192,7 @@ void removeHelper(const std::filesystem::path& root) {
       const std::optional<Trouble> trouble = folder ? removeEntry(folder, root / entry, flags) : std::nullopt;
       if (trouble && trouble->error != tolerated) throw InstallationError(*trouble);
     } catch (const InstallationError& error) {
-      troubles += (troubles.empty() ? "" : "\n") + std::string(error.what());
+      troubles += (troubles.empty() ? "" : "; ") + std::string(error.what());
     }
   };
   const auto attemptFile = [&](const std::filesystem::path& file) {
@@ -249,7 +249,7 @@ void stopService() {
   if (const auto child = spawn("systemctl", {"stop", "quorlin-core-helper.[s]ervice"}, attached)) {
     waitForEnd(*child);
   } else {
-    std::fprintf(stderr, "%s\n", child.error().text().c_str());
+    writeErrorLine(child.error().text());
   }
 }
 

@@ -1,10 +1,10 @@
 #include "programs/core-helper/installation/Removal.h"
 
+#include "platform/posix/ErrorStream.h"
 #include "platform/posix/TextFile.h"
 #include "programs/core-helper/charge/ChargeControl.h"
 #include "programs/core-helper/installation/AttributeLoan.h"
 #include "programs/core-helper/installation/Installation.h"
-#include "programs/core-helper/service/HelperLog.h"
 
 #include <cerrno>
 
@@ -53,7 +53,7 @@ FileDescriptor lockInstallation(const Setup& setup, bool makesFolder) {
 
 void releaseLeftover(const Setup& setup) {
   ChargeControl charge(setup.sysfsRoot, setup.heldChargeFile());
-  if (charge.hasHeld()) log(charge.release().text);
+  if (charge.hasHeld()) writeErrorLine(charge.release().text);
 }
 
 void cleanUpAfterStop(const Setup& setup) {

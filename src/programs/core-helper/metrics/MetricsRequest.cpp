@@ -26,17 +26,7 @@ constexpr std::array<Sampler, 4> kSamplers = {{{"cpu_power", &MetricsRequest::pr
                                                {"thermal", &MetricsRequest::thermal}}};
 
 /// A caller's text in quotes, cut short and made fit for people.
-std::string quoted(std::string_view raw) {
-  constexpr std::size_t most = 40;
-  std::string shown = displayText(raw);
-  if (shown.size() > most) {
-    std::size_t end = most;
-    // Not inside a character.
-    while ((static_cast<unsigned char>(shown[end]) & 0xC0U) == 0x80U) --end;
-    shown.resize(end);
-  }
-  return '"' + shown + '"';
-}
+std::string quoted(std::string_view raw) { return '"' + excerpt(raw, 40) + '"'; }
 
 Trouble wrong(std::string_view raw, const char* what) { return {.what = what, .where = quoted(raw)}; }
 

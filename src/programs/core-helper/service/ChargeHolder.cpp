@@ -1,7 +1,7 @@
 #include "programs/core-helper/service/ChargeHolder.h"
 
+#include "platform/posix/ErrorStream.h"
 #include "platform/values/Sentence.h"
-#include "programs/core-helper/service/HelperLog.h"
 
 #include <utility>
 
@@ -109,7 +109,7 @@ int ChargeHolder::settled(sd_event_source* /*source*/, std::uint64_t /*time*/, v
 
 void ChargeHolder::releaseBecause(const char* sentence) {
   forgetHolder();
-  log(filledIn(sentence, {charge_.release().text}));
+  writeErrorLine(filledIn(sentence, {charge_.release().text}));
   lastLogged_.clear();
 }
 
@@ -123,7 +123,7 @@ void ChargeHolder::forgetHolder() {
 }
 
 void ChargeHolder::logOnce(const std::string& line) {
-  if (line != std::exchange(lastLogged_, line)) log(line);
+  if (line != std::exchange(lastLogged_, line)) writeErrorLine(line);
 }
 
 }  // namespace quorlin

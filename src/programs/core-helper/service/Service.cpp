@@ -2,11 +2,11 @@
 
 #include "helper/HelperTool.h"
 #include "platform/linux/helper/HelperProtocol.h"
+#include "platform/posix/ErrorStream.h"
 #include "platform/posix/TextFile.h"
 #include "platform/values/Sentence.h"
 #include "programs/core-helper/installation/InstallFolders.h"
 #include "programs/core-helper/installation/Removal.h"
-#include "programs/core-helper/service/HelperLog.h"
 
 #include <algorithm>
 #include <array>
@@ -282,7 +282,7 @@ void Service::uninstall(Call& call) {
   } catch (const InstallationError& error) {
     return refuse(call, {SD_BUS_ERROR_FAILED, error.what()});
   }
-  log(filledIn("{} of user {} asked to remove the helper",
+  writeErrorLine(filledIn("{} of user {} asked to remove the helper",
                {call.caller.name, std::to_string(call.caller.user)}));
   answer(call, "The core helper is being removed.");
   sd_event_exit(event_.get(), 0);

@@ -67,7 +67,7 @@ int install() {
     return print(fmt::format(
         "The core helper is installed. To use it, write coreAutostart=1 below [Settings] in {} and restart "
         "the agent.\n",
-        settingsFile().native()));
+        displayText(settingsFile().native())));
   }
   return print(agentMayRun() ? "The core helper is installed. Restart the agent, which looks for the helper "
                                "only when it starts.\n"
@@ -90,10 +90,12 @@ int removeWithoutBus() {
 }
 
 int remove(const Bus& systemBus) {
+  // A removal that fails names each file that is left.
+  constexpr std::size_t most = 1500;
   const Result<std::string, HelperRefusal> answer =
       askHelperToUninstall(systemBus, requestKey(LinuxSystem().localizedHostName()).value_or(""));
-  if (answer) return print(displayText(*answer) + "\n");
-  const std::string reason = displayText(answer.error().reason);
+  if (answer) return print(excerpt(*answer, most) + "\n");
+  const std::string reason = excerpt(answer.error().reason, most);
   switch (answer.error().kind) {
     case HelperRefusal::Kind::NotInstalled:
       return fail(kNotInstalled);

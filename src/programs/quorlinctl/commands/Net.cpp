@@ -58,7 +58,7 @@ Result<int, UsageError> showNetworkApplications(const ParsedArguments& given) {
   if (!findAgent(bus)) return fail("the agent is not running; start it: quorlin-sensors");
   const std::optional<Notification> answer = ask(bus, loop, given.duration("timeout").value_or(kPatience));
   if (!answer) return fail("the agent did not answer in time; it may be busy");
-  return print(given.has("json") ? jsonLineOf(*answer) + "\n" : report(*answer));
+  return printDrawn(given.has("json") ? jsonLineOf(*answer) + "\n" : report(*answer));
 }
 
 }  // namespace quorlin

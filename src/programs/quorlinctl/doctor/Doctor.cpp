@@ -204,7 +204,7 @@ int examine(bool asJson) {
     const Appearance appearance = reportAppearance();
     for (const CheckResult& check : checks) text += lineOf(check, appearance) + "\n";
   }
-  return print(text) == kExitOk && isComplete(checks) ? kExitOk : kExitFailed;
+  return printDrawn(text) == kExitOk && isComplete(checks) ? kExitOk : kExitFailed;
 }
 
 }  // namespace quorlin

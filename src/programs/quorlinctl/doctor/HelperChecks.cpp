@@ -23,9 +23,9 @@ Finding checkHelper(const Bus& systemBus) {
   const Result<std::string, HelperRefusal> version = askHelperVersion(systemBus);
   if (version) {
     return {CheckState::Ok,
-            fmt::format("Version {} of the core helper answers on the system bus.", displayText(*version))};
+            fmt::format("Version {} of the core helper answers on the system bus.", excerpt(*version))};
   }
-  const std::string reason = displayText(version.error().reason);
+  const std::string reason = excerpt(version.error().reason, 500);
   switch (version.error().kind) {
     case HelperRefusal::Kind::NotInstalled:
       return {CheckState::Missing, "The core helper is not installed.",

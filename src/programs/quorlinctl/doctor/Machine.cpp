@@ -22,7 +22,7 @@ std::optional<std::string> signOfVirtualMachine(const SystemRoots& roots) {
   for (const char* const entry : {"product_name", "sys_vendor"}) {
     const std::string text = textIn(roots.sysfs / "class/dmi/id" / entry);
     if (std::ranges::any_of(words, [&](auto word) { return text.find(word) != std::string::npos; })) {
-      return fmt::format("The file {} contains {}.", entry, text);
+      return fmt::format("The file {} contains {}.", entry, excerpt(text));
     }
   }
   return std::nullopt;

@@ -23,7 +23,7 @@ Finding checkProcessor() {
   const std::optional<Data> profile =
       LinuxTaskLauncher().standardOutputOf("/bin/sh", {"-c", std::string(kHardwareProfileCommand)});
   const std::string name = profile ? processorNameFromProfile(*profile) : "";
-  if (!name.empty()) return {CheckState::Ok, fmt::format("The processor is {}.", name)};
+  if (!name.empty()) return {CheckState::Ok, fmt::format("The processor is {}.", excerpt(name))};
   return {CheckState::Note, "The name of the processor is unknown."};
 }
 
@@ -37,7 +37,7 @@ std::optional<Finding> checkSmc(const SystemRoots& roots) {
                    "Load it with 'sudo modprobe applesmc'; the kernel does not support every model."};
   }
   const std::string keys = textIn(roots.sysfs / "devices/platform" / search.service / "key_count");
-  const std::string count = keys.empty() ? "an unknown number of" : displayText(keys);
+  const std::string count = keys.empty() ? "an unknown number of" : excerpt(keys);
   const std::uint32_t result = service.open(search.service).result;
   if (result == EACCES) {
     return Finding{CheckState::Ok, fmt::format("The controller {} has {} keys, which only root can read.",

@@ -71,7 +71,9 @@ bool isSwitchedOn(const std::filesystem::path& settings, std::string_view settin
 Finding checkSettings(const std::filesystem::path& settings) {
   if (const Result<KeyFile> file = loadKeyFile(settings); !file) {
     return {CheckState::Missing, fmt::format("The settings are ignored: {}.", file.error().text()),
-            "Repair or remove the file; the agent sets it aside when it next saves."};
+            file.error().error == kMalformed
+                ? "Repair or remove the file; the agent sets it aside when it next saves."
+                : "Repair or remove the file; until then the agent saves nothing."};
   }
   if (isSwitchedOn(settings, setting::kAutostart)) {
     return {CheckState::Ok,

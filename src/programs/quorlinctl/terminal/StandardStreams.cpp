@@ -1,10 +1,11 @@
 #include "programs/quorlinctl/terminal/StandardStreams.h"
 
+#include "platform/posix/ErrorStream.h"
 #include "platform/posix/TextFile.h"
+#include "platform/values/Utf8.h"
 
 #include <cerrno>
 
-#include <fmt/format.h>
 #include <unistd.h>
 
 namespace quorlin {
@@ -18,15 +19,14 @@ std::optional<Trouble> writeAll(int descriptor, std::string_view bytes) {
   return std::nullopt;
 }
 
-ExitCode print(std::string_view text) {
+ExitCode print(std::string_view text) { return printDrawn(withoutTerminalControls(text, "\n")); }
+
+ExitCode printDrawn(std::string_view text) {
   const std::optional<Trouble> trouble = writeAll(STDOUT_FILENO, text);
   return trouble ? fail(trouble->text()) : kExitOk;
 }
 
-void complain(std::string_view message) {
-  // A failure here cannot be reported.
-  writeAll(STDERR_FILENO, fmt::format("quorlinctl: {}\n", message));
-}
+void complain(std::string_view message) { writeErrorLine(filledIn("quorlinctl: {}", {message})); }
 
 ExitCode fail(std::string_view message) {
   complain(message);

@@ -93,7 +93,7 @@ std::vector<Cell> cellsOf(std::string_view text, Charset charset) {
     const char32_t codePoint = takeCodePoint(rest);
     character.remove_suffix(rest.size());
     if (isLeftOut(codePoint)) continue;
-    const bool control = codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0);
+    const bool control = isControl(codePoint);
     if (charset == Charset::Ascii) {
       Cell cell = control ? Cell{"?", 1} : asciiCell(character);
       if (cell.width > 0) cells.push_back(std::move(cell));

@@ -5,8 +5,10 @@
 
 #include <chrono>
 #include <cmath>
+#include <cstdint>
 #include <memory>
 
+#include <fmt/format.h>
 #include <glib.h>
 
 namespace quorlin {
@@ -85,7 +87,21 @@ std::string jsonLineOf(const Notification& notification, const std::optional<std
 }
 
 std::string textOf(const ordered_json& json) {
-  return json.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
+  const std::string dumped = json.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
+  std::string text;
+  text.reserve(dumped.size());
+  // JSON itself is printable ASCII, so what is escaped here stands within strings.
+  for (std::string_view rest = dumped; !rest.empty();) {
+    std::string_view character = rest;
+    const char32_t codePoint = takeCodePoint(rest);
+    character.remove_suffix(rest.size());
+    if (isControl(codePoint) || isDirectionMark(codePoint)) {
+      text += fmt::format("\\u{:04x}", static_cast<std::uint32_t>(codePoint));
+    } else {
+      text += character;
+    }
+  }
+  return text;
 }
 
 }  // namespace quorlin

@@ -22,7 +22,7 @@ nlohmann::ordered_json jsonOf(const Battery& battery);
 std::string jsonLineOf(const Notification& notification,
                        const std::optional<std::vector<Battery>>& batteries = std::nullopt);
 
-/// Any JSON as text, with malformed UTF-8 replaced.
+/// Any JSON as text, with malformed UTF-8 replaced. Characters that could drive a terminal are escaped.
 std::string textOf(const nlohmann::ordered_json& json);
 
 }  // namespace quorlin

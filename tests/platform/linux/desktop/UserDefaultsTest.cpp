@@ -98,6 +98,26 @@ TEST_F(UserDefaultsTest, AFileThatCannotBeOpenedIsLeftAlone) {
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(file_.parent_path()), {}), 1);
 }
 
+TEST_F(UserDefaultsTest, AFileOfMoreThanAMegabyteIsLeftAlone) {
+  const std::string settings = "[Settings]\nautostart=1\n#";
+  folder_.write("quorlin-sensors/settings.conf", settings + std::string(1'000'000 - settings.size(), 'x'));
+  EXPECT_EQ(open().integer("autostart"), 1) << "as large as it may be";
+  EXPECT_THAT(log_.lines, IsEmpty());
+  // The last is larger than the memory.
+  for (const std::uintmax_t size : {1'000'001ULL, 1ULL << 40U}) {
+    log_.lines.clear();
+    std::filesystem::resize_file(file_, size);
+    KeyFileUserDefaults defaults = open();
+    defaults.setInteger("batterylimit", 80);
+    EXPECT_EQ(defaults.integer("autostart"), 0);
+    const std::string trouble = file_.string() + " cannot be read: it is larger than 1 MB";
+    EXPECT_THAT(log_.lines, ElementsAre("The settings are ignored: " + trouble,
+                                        "The settings are not saved: " + trouble));
+    EXPECT_EQ(std::filesystem::file_size(file_), size);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(file_.parent_path()), {}), 1);
+  }
+}
+
 TEST_F(UserDefaultsTest, WhatCannotBeStoredIsReportedAndKeptForTheRun) {
   folder_.write("quorlin-sensors", "a file where the folder would be");
   KeyFileUserDefaults defaults = open();
