@@ -16,6 +16,7 @@ namespace {
 
 void addActions(const SpawnOptions& options, FileActions& actions) {
   if (options.output) actions.add(posix_spawn_file_actions_adddup2, *options.output, STDOUT_FILENO);
+  if (options.errors) actions.add(posix_spawn_file_actions_adddup2, *options.errors, STDERR_FILENO);
   if (options.detached) {
     actions.add(posix_spawn_file_actions_addopen, STDIN_FILENO, "/dev/null", O_RDONLY, mode_t{0});
   }

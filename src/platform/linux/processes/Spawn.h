@@ -17,6 +17,8 @@ struct SpawnOptions {
   std::optional<int> output = {};
   /// The child's working directory; empty for the parent's own.
   std::string folder = {};
+  /// The child's error stream; the parent's own without one.
+  std::optional<int> errors = {};
   /// Away from the terminal: no input, its own session.
   bool detached = false;
   /// The first folder in the child's PATH; empty for an unchanged PATH.

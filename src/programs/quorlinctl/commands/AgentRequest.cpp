@@ -19,6 +19,9 @@ std::string commandUrl(const std::optional<std::string>& key, std::string_view c
 }
 
 Result<int, UsageError> sendRequest(const AgentRequest& request, const ParsedArguments& arguments) {
+  const bool hasOptions = !arguments.flags.empty();
+  if (arguments.flags.size() > 1) return UsageError{"The options exclude each other"};
+  if (hasOptions && arguments.operands.empty()) return request.followOption(arguments);
   const auto argument = request.read(arguments.operands);
   if (!argument) return argument.error();
   if (const auto objection = request.check == nullptr ? std::nullopt : request.check(*argument)) {
@@ -27,7 +30,9 @@ Result<int, UsageError> sendRequest(const AgentRequest& request, const ParsedArg
   }
   openUrl(Bus::openSession(),
           commandUrl(requestKey(LinuxSystem().localizedHostName()), request.word, *argument));
-  return print(fmt::format(fmt::runtime(request.confirmation), displayText(*argument)) + "\n");
+  const ExitCode printed =
+      print(fmt::format(fmt::runtime(request.confirmation), displayText(*argument)) + "\n");
+  return hasOptions && printed == kExitOk ? request.followOption(arguments) : printed;
 }
 
 }  // namespace quorlin

@@ -22,6 +22,10 @@ struct AgentRequest {
   const char* confirmation = "";
   /// Returns why the argument should not be sent; may be null.
   std::optional<Objection> (*check)(const std::string& argument) = nullptr;
+  /// Does what the subcommand's option says, after the request, or without one where no operand is given.
+  /// Returns the process's exit status. May throw BusError. Null where the subcommand has no options; of
+  /// several, one at a time may be given.
+  Result<int, UsageError> (*followOption)(const ParsedArguments& arguments) = nullptr;
 };
 
 /// Reads, checks and sends a request, and says so. Returns the process's exit status. The agent reports

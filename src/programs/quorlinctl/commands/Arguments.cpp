@@ -130,7 +130,7 @@ Result<ParsedArguments, UsageError> parseArguments(Arguments arguments, std::spa
   if (!parsed || parsed->help) return parsed;
   const std::vector<std::string>& given = parsed->operands;
   if (operands.kind == Operands::Kind::None && !given.empty()) return unexpected(given[0]);
-  if (operands.kind == Operands::Kind::One && given.size() > 1) return unexpected(given[1]);
+  if (operands.kind != Operands::Kind::Command && given.size() > 1) return unexpected(given[1]);
   if (operands.kind == Operands::Kind::One && given.empty()) {
     return UsageError{fmt::format("Missing argument {}", operands.placeholder)};
   }

@@ -21,6 +21,7 @@
 namespace quorlin {
 
 Result<std::string, UsageError> readChargeLimit(const std::vector<std::string>& operands) {
+  if (operands.empty()) return UsageError{"Missing argument PERCENT"};
   std::string_view text = operands.front();
   if (text.ends_with('%')) text.remove_suffix(1);
   const auto percent = wholeNumber<int>(text);

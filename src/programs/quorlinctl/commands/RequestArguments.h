@@ -5,7 +5,7 @@
 
 namespace quorlin {
 
-/// 51 to 100, with or without a percent sign.
+/// 51 to 100, with or without a percent sign; only the options may leave it out.
 Result<std::string, UsageError> readChargeLimit(const std::vector<std::string>& operands);
 Result<std::string, UsageError> readProcess(const std::vector<std::string>& operands);
 /// Several operands are joined with spaces, as ssh does.

@@ -1,6 +1,7 @@
 #include "programs/quorlinctl/commands/Subcommands.h"
 
 #include "commands/UrlScheme.h"
+#include "programs/quorlinctl/commands/Keep.h"
 #include "programs/quorlinctl/commands/RequestArguments.h"
 #include "programs/quorlinctl/doctor/Doctor.h"
 
@@ -56,15 +57,23 @@ std::span<const Subcommand> subcommands() {
        }},
       {.name = "battery-limit",
        .summary = "hold the battery's charge at a limit",
-       .operands = {One, "PERCENT"},
+       .operands = {AtMostOne, "PERCENT"},
        .description =
            "Asks the agent to stop charging at 51 to 99 percent; 100 lifts the limit. The agent remembers "
            "the limit. It holds the charge through the core helper while a consumer runs, such as "
-           "quorlinctl watch, the main application or the widget.",
+           "quorlinctl watch, the main application, the widget, or the keeper that --keep starts. With "
+           "--keep or --no-keep the percentage may be left out, and the limit stays.",
+       .options = {{"keep", Flag,
+                    "Hold the charge while nothing else runs, too: start the keeper, a small program that "
+                    "does only this, now and at every login."},
+                   {"no-keep", Flag, "End the keeper, and start it no more at login."}},
+       .exitStatuses = {{"0", "the request was sent, and the keeper started or ended"},
+                        {"1", "the request was not sent, or the keeper not started or ended"}},
        .action = AgentRequest{.word = urlcommand::kBatteryLimit,
                               .read = readChargeLimit,
                               .confirmation = "Asked the agent to set the charge limit to {} %.",
-                              .check = checkChargeLimit}},
+                              .check = checkChargeLimit,
+                              .followOption = changeKeeping}},
       {.name = "terminate",
        .summary = "ask an application to quit",
        .operands = {One, "PID"},
