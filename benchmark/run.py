@@ -59,6 +59,25 @@ def weigh():
     print(f"  private and dirty, MB      {megabytes['Private_Dirty']:10.2f}   wanted <= 1", flush=True)
 
 
+def weigh_keeper():
+    """What quorlin-keep takes while nothing happens on the bus."""
+    keeper = subprocess.Popen([BUILD / "src/libexec/quorlin-sensors/quorlin-keep"])
+    seconds = INTERVAL * TICKS
+    status = pathlib.Path(f"/proc/{keeper.pid}/status")
+
+    def counted(key):
+        return int(re.search(rf"^{key}:\s+(\d+)", status.read_text(), re.MULTILINE)[1])
+
+    time.sleep(INTERVAL)
+    before = counted("voluntary_ctxt_switches")
+    time.sleep(seconds)
+    print("\nquorlin-keep")
+    print(f"  wakeups in {seconds} seconds      {counted('voluntary_ctxt_switches') - before:10}   wanted 0")
+    print(f"  resident, MB               {counted('VmRSS') / 1024:10.2f}   wanted < 3", flush=True)
+    keeper.terminate()
+    keeper.wait()
+
+
 def main():
     with tempfile.TemporaryDirectory(dir="/dev/shm") as name:
         folder = pathlib.Path(name)
@@ -68,6 +87,7 @@ def main():
             tick = run_benchmark()
             traffic.run(BUILD)
             weigh()
+            weigh_keeper()
             if "--peers" in sys.argv:
                 subprocess.run([BUILD / "benchmark/quorlin-bench", "--write-machine", folder / "machine"], check=True)
                 peers.compare(tick, BUILD, folder / "machine", folder)

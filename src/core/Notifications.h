@@ -32,6 +32,8 @@ inline constexpr std::string_view kGetNetworkApp = "QuorlinSensorsGetNetworkApp"
 
 inline constexpr std::string_view kAgentIdentifier = "brellwick.QuorlinSensors";
 inline constexpr std::string_view kLauncherIdentifier = "brellwick.QuorlinSensorsHelper";
+/// Owns the main application's id, too, while no main application does.
+inline constexpr std::string_view kKeeperIdentifier = "brellwick.QuorlinSensors.Keep";
 inline constexpr std::array<std::string_view, 2> kMainAppIdentifiers = {"brellwick.Quorlin",
                                                                         "brellwick.Quorlin-Pro"};
 inline constexpr std::array<std::string_view, 2> kWidgetIdentifiers = {"brellwick.Quorlin.QuorlinWidget",

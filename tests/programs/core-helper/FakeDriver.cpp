@@ -44,13 +44,13 @@ extern "C" ssize_t write(int descriptor, const void* buffer, std::size_t size) {
   return errno == 0 ? static_cast<ssize_t>(size) : -1;
 }
 
-extern "C" ssize_t read(int descriptor, void* buffer, std::size_t size) {
-  using Read = ssize_t (*)(int, void*, std::size_t);
-  static const auto real = reinterpret_cast<Read>(dlsym(RTLD_NEXT, "read"));
+extern "C" ssize_t pread(int descriptor, void* buffer, std::size_t size, off_t offset) {
+  using Read = ssize_t (*)(int, void*, std::size_t, off_t);
+  static const auto real = reinterpret_cast<Read>(dlsym(RTLD_NEXT, "pread"));
   FakeDriver* const driver = FakeDriver::active;
   if (driver != nullptr && !driver->unset.empty() && driver->unset.contains(attributeOf(*driver, descriptor))) {
     errno = ENODATA;
     return -1;
   }
-  return real(descriptor, buffer, size);
+  return real(descriptor, buffer, size, offset);
 }

@@ -11,7 +11,7 @@
 namespace quorlin {
 
 /// While it lives, a write() to a file below its folder is a store of a driver's attribute: it replaces what
-/// the file says, or does what is set for the file. A read() fails for one that is unset. One at a time.
+/// the file says, or does what is set for the file. A pread() fails for one that is unset. One at a time.
 class FakeDriver {
  public:
   explicit FakeDriver(const std::string& path) : folder(path + "/") { active = this; }

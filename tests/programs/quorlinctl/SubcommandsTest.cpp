@@ -120,6 +120,8 @@ TEST(Requests, RefuseWhatTheyCannotRead) {
       {{"battery-limit", "101%"}, "'101%'" + noLimit},
       {{"battery-limit", "80%%"}, "'80%%'" + noLimit},
       {{"battery-limit", "+80"}, "'+80'" + noLimit},
+      {{"battery-limit", "80", "81"}, "Unexpected argument '81'"},
+      {{"battery-limit", "80", "--keep", "--no-keep"}, "--keep and --no-keep exclude each other"},
       {{"terminate", "2147483648"}, "'2147483648' is not a process id"},
       {{"force-terminate", "0"}, "'0' is not a process id"},
       {{"terminal", "--", ""}, "The command is missing"},

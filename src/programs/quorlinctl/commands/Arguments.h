@@ -32,7 +32,7 @@ struct Option {
 
 /// The arguments after the options. Command is any number of operands; the options end at the first of them.
 struct Operands {
-  enum class Kind { None, Optional, One, Command };
+  enum class Kind { None, One, AtMostOne, Command };
 
   Kind kind = Kind::None;
   /// How help and errors name it.

@@ -2,6 +2,7 @@
 #include "commands/UrlScheme.h"
 #include "platform/linux/system/System.h"
 #include "platform/values/Tick.h"
+#include "programs/quorlinctl/commands/Keep.h"
 #include "programs/quorlinctl/commands/RequestArguments.h"
 #include "programs/quorlinctl/commands/Subcommands.h"
 #include "programs/quorlinctl/hold/HoldFacts.h"
@@ -69,11 +70,19 @@ HoldFacts setLimit(const std::string& percent) {
 }  // namespace
 
 Result<int, UsageError> limitBattery(const ParsedArguments& given) {
+  const bool keeps = given.has("keep");
+  if (keeps && given.has("no-keep")) return UsageError{"--keep and --no-keep exclude each other"};
   std::optional<std::string> percent;
   if (!given.operands.empty()) {
     const Result<std::string, UsageError> read = readChargeLimit(given.operands);
     if (!read) return read.error();
     percent = *read;
+  }
+  if (keeps || given.has("no-keep")) {
+    const Result<std::string> kept = changeKeeping(keeps);
+    if (!kept) return static_cast<int>(fail(kept.error().text()));
+    if (!given.has("json")) print(*kept + "\n");
+    if (!percent && !given.has("json")) return static_cast<int>(kExitOk);
   }
   const HoldFacts facts = percent ? setLimit(*percent) : gatherHoldFacts();
   if (percent && std::to_string(facts.limit) != *percent) {

@@ -51,8 +51,8 @@ std::string usageOf(const Subcommand& subcommand) {
   std::string usage = fmt::format("Usage: quorlinctl {}", subcommand.name);
   for (const Option& option : subcommand.options) usage += fmt::format(" [{}]", nameOf(option));
   const auto [kind, placeholder] = subcommand.operands;
-  if (kind == Operands::Kind::Optional) usage += fmt::format(" [{}]", placeholder);
   if (kind == Operands::Kind::One) usage += fmt::format(" {}", placeholder);
+  if (kind == Operands::Kind::AtMostOne) usage += fmt::format(" [{}]", placeholder);
   if (kind == Operands::Kind::Command) usage += fmt::format(" [--] {}...", placeholder);
   return usage + "\n\n";
 }
@@ -77,7 +77,7 @@ std::string helpOf(const Subcommand& subcommand) {
   if (std::holds_alternative<AgentRequest>(subcommand.action)) {
     description +=
         paragraphs("The agent does not report back. The output confirms what was sent, not what happened.");
-    statuses = {{"0", "the request was sent"}, {"1", "the request was not sent"}};
+    if (statuses.empty()) statuses = {{"0", "the request was sent"}, {"1", "the request was not sent"}};
   }
   statuses.emplace(statuses.begin() + 2, "2", "wrong usage");
   return fmt::format("{}{}Options:\n{}\nExit status:\n{}", usageOf(subcommand), description, textOf(options),

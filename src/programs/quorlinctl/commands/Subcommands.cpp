@@ -1,6 +1,7 @@
 #include "programs/quorlinctl/commands/Subcommands.h"
 
 #include "commands/UrlScheme.h"
+#include "programs/quorlinctl/commands/Keep.h"
 #include "programs/quorlinctl/commands/RequestArguments.h"
 #include "programs/quorlinctl/doctor/Doctor.h"
 
@@ -56,17 +57,21 @@ std::span<const Subcommand> subcommands() {
        }},
       {.name = "battery-limit",
        .summary = "hold the battery's charge at a limit, or show how it is held",
-       .operands = {Optional, "PERCENT"},
+       .operands = {AtMostOne, "PERCENT"},
        .description =
            "Asks the agent to stop charging at 51 to 99 percent; 100 lifts the limit. The agent remembers "
            "the limit. It holds the charge through the core helper while a consumer runs, such as "
-           "quorlinctl watch, the main application or the widget. Waits until it is known what became of "
-           "the limit.\n"
+           "quorlinctl watch, the main application, the widget, or the keeper that --keep starts. Waits "
+           "until it is known what became of the limit.\n"
            "Without PERCENT it shows the limit, the charge, and whether it is held now, by what and for "
            "whom, and if it is not, why and what to do.",
-       .options = {{"json", Flag, "Print one JSON object: limit, state, finding, advice and batteries."}},
+       .options = {{"keep", Flag,
+                    "Hold the charge while nothing else runs, too: start the keeper, a small program that "
+                    "does only this, now and at every login."},
+                   {"no-keep", Flag, "End the keeper, and start it no more at login."},
+                   {"json", Flag, "Print one JSON object: limit, state, finding, advice and batteries."}},
        .exitStatuses = {{"0", "the charge is held, will be held at the limit, or has no limit"},
-                        {"1", "the limit was not set"},
+                        {"1", "the limit was not set, or the keeper not started or ended"},
                         {"3", "the charge is not held now"}},
        .action = limitBattery},
       {.name = "terminate",

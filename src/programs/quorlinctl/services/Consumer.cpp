@@ -3,6 +3,7 @@
 #include "core/Notifications.h"
 
 #include <cerrno>
+#include <cstdint>
 #include <utility>
 
 namespace quorlin {
@@ -16,13 +17,28 @@ RoleNotifications notificationsOf(Role role) {
 ApplicationName::ApplicationName(const Bus& bus, Role role)
     : bus_(bus),
       name_(role == Role::Widget ? kWidgetIdentifiers.front().data() : kMainAppIdentifiers.front().data()) {
-  checked(sd_bus_request_name(bus.get(), name_, kFlags),
-          "Cannot own an application's name on the session bus");
+  checked(request(), "Cannot own an application's name on the session bus");
 }
 
 bool ApplicationName::isOwned() const {
-  // sd_bus_request_name(3): who owns the name already is told so; anybody else stays in the queue.
-  return sd_bus_request_name(bus_.get(), name_, kFlags) == -EALREADY;
+  // sd_bus_request_name(3): who owns the name already is told so; anybody else gets it or stays in the queue.
+  const int answer = request();
+  return answer > 0 || answer == -EALREADY;
+}
+
+int ApplicationName::request() const {
+  std::uint64_t flags = SD_BUS_NAME_ALLOW_REPLACEMENT | SD_BUS_NAME_QUEUE;
+  if (hasKeeper()) flags |= SD_BUS_NAME_REPLACE_EXISTING;
+  return sd_bus_request_name(bus_.get(), name_, flags);
+}
+
+bool ApplicationName::hasKeeper() const {
+  try {
+    const std::optional<pid_t> keeper = processOwning(bus_, std::string(kKeeperIdentifier));
+    return keeper && keeper == processOwning(bus_, name_);
+  } catch (const BusError&) {
+    return false;
+  }
 }
 
 ApplicationName::~ApplicationName() { sd_bus_release_name(bus_.get(), name_); }

@@ -5,7 +5,6 @@
 #include "platform/NotificationCenter.h"
 #include "platform/linux/bus/Bus.h"
 
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -27,7 +26,7 @@ struct RoleNotifications {
 RoleNotifications notificationsOf(Role role);
 
 /// Owns the role's application id. Other programs may take it over or queue for it, so several consumers of
-/// one role work side by side.
+/// one role work side by side. The keeper makes way at once.
 class ApplicationName {
  public:
   /// Throws BusError. The bus outlives the name.
@@ -40,7 +39,10 @@ class ApplicationName {
   bool isOwned() const;
 
  private:
-  static constexpr std::uint64_t kFlags = SD_BUS_NAME_ALLOW_REPLACEMENT | SD_BUS_NAME_QUEUE;
+  /// What sd_bus_request_name() returns.
+  int request() const;
+  /// Whether the keeper is the one that owns the name.
+  bool hasKeeper() const;
 
   const Bus& bus_;
   const char* name_;
