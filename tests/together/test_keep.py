@@ -93,7 +93,7 @@ def test_there_is_one_in_a_session(session, bus):
 def test_it_ends_with(session, bus, end, status):
     keeper = start_keeper(session, bus)
     bus.set_exit_on_close(False)
-    keeper.terminate() if end == "SIGTERM" else session.daemon.terminate()
+    (keeper if end == "SIGTERM" else session.daemon).terminate()
     assert keeper.wait(PATIENCE) == status
 
 

@@ -68,7 +68,8 @@ void install(const Setup& setup) {
   FileDescriptor lock = lockInstallation(setup, true);
   // A removal that a power cut interrupted would otherwise remove the new one at its end.
   keepInstalled(setup);
-  installHelper(setup.installRoot, "/proc/self/exe", isReal ? makeUser : [] {});
+  installHelper(
+      setup.installRoot, "/proc/self/exe", isReal ? makeUser : [] {});
   // The old helper takes the lock when it ends.
   lock.reset();
   if (!isReal) return;

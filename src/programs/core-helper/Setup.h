@@ -26,11 +26,11 @@ struct Setup {
   /// How long polkit may take, alone and when it asks a person for a password.
   std::chrono::milliseconds patience = std::chrono::seconds(10);
   std::chrono::milliseconds patienceWithPerson = helperprotocol::kPatienceWithPerson;
-  /// From a release to the next hold: firmware keeps thresholds in memory that wears out, and the agent decides
-  /// at every second tick.
+  /// From a release to the next hold: firmware keeps thresholds in memory that wears out, and the agent
+  /// decides at every second tick.
   std::chrono::milliseconds pauseBeforeHold = kPowerPeriod;
-  /// How long one that holds may be silent, in all a minute, of which its call may wait the second part for its
-  /// turn; the agent calls at every second tick.
+  /// How long one that holds may be silent, in all a minute, of which its call may wait the second part for
+  /// its turn; the agent calls at every second tick.
   std::chrono::milliseconds patienceWithHolder = std::chrono::seconds(50);
   std::chrono::milliseconds patienceWithTurn = std::chrono::seconds(10);
   /// How long a firmware may take to come to terms with what it was told, and to wake up.

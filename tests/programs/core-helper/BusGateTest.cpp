@@ -55,7 +55,8 @@ std::string message(const Header& header, std::size_t body) {
 std::vector<BusInput> sifted(std::string_view bytes, std::size_t piece) {
   std::vector<BusInput> passed;
   MessageSieve sieve([&](BusInput input) { passed.push_back(std::move(input)); });
-  for (; !bytes.empty(); bytes.remove_prefix(std::min(piece, bytes.size()))) sieve.take(bytes.substr(0, piece));
+  for (; !bytes.empty(); bytes.remove_prefix(std::min(piece, bytes.size())))
+    sieve.take(bytes.substr(0, piece));
   return passed;
 }
 

@@ -276,7 +276,8 @@ TEST_F(ChargeControlTest, NeverFightsAnotherProgram) {
   driver_.set(kEnd, "90");
   driver_.writes.clear();
   for (int i = 0; i < 3; ++i) {
-    EXPECT_THAT(one.hold(), FieldsAre(false, HasSubstr("another program set charge_control_end_threshold to 90;")));
+    EXPECT_THAT(one.hold(),
+                FieldsAre(false, HasSubstr("another program set charge_control_end_threshold to 90;")));
     one.settle();
     one.renew();
   }
@@ -334,7 +335,8 @@ TEST_F(ChargeControlTest, ChoosesTheTypeAlsoWhereTheDriverHasNoList) {
   std::filesystem::permissions(file, std::filesystem::perms(0444));
   driver_.writes.clear();
   control().hold();
-  EXPECT_THAT(driver_.writes, testing::Not(testing::Contains(testing::StartsWith(type)))) << "it only reports";
+  EXPECT_THAT(driver_.writes, testing::Not(testing::Contains(testing::StartsWith(type))))
+      << "it only reports";
 }
 
 TEST_F(ChargeControlTest, RestoresABatteryThatIsBack) {

@@ -48,7 +48,8 @@ extern "C" ssize_t pread(int descriptor, void* buffer, std::size_t size, off_t o
   using Read = ssize_t (*)(int, void*, std::size_t, off_t);
   static const auto real = reinterpret_cast<Read>(dlsym(RTLD_NEXT, "pread"));
   FakeDriver* const driver = FakeDriver::active;
-  if (driver != nullptr && !driver->unset.empty() && driver->unset.contains(attributeOf(*driver, descriptor))) {
+  if (driver != nullptr && !driver->unset.empty() &&
+      driver->unset.contains(attributeOf(*driver, descriptor))) {
     errno = ENODATA;
     return -1;
   }

@@ -108,9 +108,8 @@ class Installation : public testing::Test {
  public:
   /// What every system has.
   Installation() {
-    for (const path& folder :
-         {path("etc"), kRestoreLink.parent_path(), path("usr/share"), path("usr/local/lib"), path("usr/local/share"),
-          path("var/lib")})
+    for (const path& folder : {path("etc"), kRestoreLink.parent_path(), path("usr/share"),
+                               path("usr/local/lib"), path("usr/local/share"), path("var/lib")})
       create_directories(root / folder);
   }
   ~Installation() override {

@@ -34,7 +34,8 @@ TEST(PowerMeter, TellsManyCallersNoMoreThanOne) {
   std::multiset<std::string> answers;
   for (std::size_t i = 0; answers.size() < callers; ++i) {
     burn();
-    if (i <= callers) meter.measure(&caller[i], request, [&](const std::string& text) { answers.insert(text); });
+    if (i <= callers)
+      meter.measure(&caller[i], request, [&](const std::string& text) { answers.insert(text); });
     if (i == callers) meter.forget(&caller[i]);
     sd_event_run(event.get(), 5000);
   }

@@ -161,7 +161,8 @@ class BusConnection final : public HelperToolConnection {
     };
     const ErrorHandler refused = [this, mode, failed = std::move(failed)] {
       failed();
-      // The agent takes a release for done, so the end of the connection, which holds the charge, makes it so.
+      // The agent takes a release for done, so the end of the connection, which holds the charge, makes it
+      // so.
       if (mode) invalidate();
     };
     send(helperprotocol::kLimitCharge, append, std::move(reply), refused,

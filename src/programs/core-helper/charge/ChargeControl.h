@@ -35,9 +35,9 @@ class ChargeControl {
   ChargeControl(std::filesystem::path sysfsRoot, std::filesystem::path stateFile);
 
   /// Stops every system battery that can be stopped from charging further. Writes nothing that is already as
-  /// wanted, unless the battery charges on: then its firmware has forgotten, and is told once a percent. After
-  /// a refusal, asks again only at another charge level or after a release. What another program has set
-  /// since stays; a value that is as before the hold is taken for the firmware's the first time and for
+  /// wanted, unless the battery charges on: then its firmware has forgotten, and is told once a percent.
+  /// After a refusal, asks again only at another charge level or after a release. What another program has
+  /// set since stays; a value that is as before the hold is taken for the firmware's the first time and for
   /// another program's the second.
   ChargeOutcome hold();
 
@@ -77,7 +77,8 @@ class ChargeControl {
     bool isSettling = false;
   };
 
-  Result<std::string> hold(BatteryCharge& battery, const std::filesystem::path& folder, int least, Memory& memory);
+  Result<std::string> hold(BatteryCharge& battery, const std::filesystem::path& folder, int least,
+                           Memory& memory);
   ChargeOutcome releaseUnknown(const Trouble& trouble);
   template <typename Change>
   void changeHeld(const Change& change);

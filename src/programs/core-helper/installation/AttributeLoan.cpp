@@ -36,7 +36,8 @@ void setGroup(const std::filesystem::path& file, gid_t group, mode_t right, bool
 
 void setGroups(const Setup& setup, gid_t group, bool isLent) {
   for (const std::filesystem::path& battery : systemBatteries(setup.sysfsRoot)) {
-    for (const std::string_view attribute : kHeldAttributes) setGroup(battery / attribute, group, S_IWGRP, isLent);
+    for (const std::string_view attribute : kHeldAttributes)
+      setGroup(battery / attribute, group, S_IWGRP, isLent);
   }
   const std::filesystem::path zones = setup.sysfsRoot / "class/powercap";
   for (const std::string& zone : namesIn(zones.string()).value_or({})) {
@@ -53,7 +54,8 @@ void lendAttributes(const Setup& setup) {
   const FileDescriptor held(
       open(setup.heldChargeFile().c_str(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC));
   struct stat status {};
-  const bool isOwn = held && fstat(held.get(), &status) == 0 && S_ISREG(status.st_mode) && status.st_nlink == 1;
+  const bool isOwn =
+      held && fstat(held.get(), &status) == 0 && S_ISREG(status.st_mode) && status.st_nlink == 1;
   if (isOwn && fchown(held.get(), user->pw_uid, user->pw_gid) != 0) {
     writeErrorLine(systemTrouble("{} cannot be handed over", setup.heldChargeFile(), errno).text());
   }

@@ -13,8 +13,8 @@ void markForRemoval(const Setup& setup);
 void keepInstalled(const Setup& setup);
 
 /// Lets one process at a time install or remove: the others wait while the descriptor is open. It is that of
-/// the state folder, which only root and the helper can open: flock(2) lets any user lock what can be read, such as /. Empty
-/// where that folder is absent and must not be made.
+/// the state folder, which only root and the helper can open: flock(2) lets any user lock what can be read,
+/// such as /. Empty where that folder is absent and must not be made.
 FileDescriptor lockInstallation(const Setup& setup, bool makesFolder);
 
 /// Releases a charge that an ended helper left held.

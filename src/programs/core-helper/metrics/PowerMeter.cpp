@@ -16,7 +16,9 @@ void PowerMeter::measure(const void* caller, const MetricsRequest& request, Answ
   if (!next_) schedule();
 }
 
-void PowerMeter::forget(const void* caller) { std::erase_if(windows_, [caller](const Window& window) { return window.caller == caller; }); }
+void PowerMeter::forget(const void* caller) {
+  std::erase_if(windows_, [caller](const Window& window) { return window.caller == caller; });
+}
 
 int PowerMeter::due(sd_event_source* /*source*/, std::uint64_t /*time*/, void* meter) {
   static_cast<PowerMeter*>(meter)->read();
@@ -24,7 +26,10 @@ int PowerMeter::due(sd_event_source* /*source*/, std::uint64_t /*time*/, void* m
 }
 
 void PowerMeter::schedule() {
-  next_ = timer(event_, std::max<std::chrono::steady_clock::duration>(lastReading_ + kStep - std::chrono::steady_clock::now(), {}), due, this);
+  next_ = timer(event_,
+                std::max<std::chrono::steady_clock::duration>(
+                    lastReading_ + kStep - std::chrono::steady_clock::now(), {}),
+                due, this);
 }
 
 void PowerMeter::read() {

@@ -63,7 +63,8 @@ BusGate::BusGate(const std::string& address) {
   // The least that the kernel gives: what is on its way has had its turn.
   const int size = 0;
   setsockopt(pair[1], SOL_SOCKET, SO_SNDBUF, &size, sizeof size);
-  thread_ = std::thread([this, bus = std::move(bus), library = FileDescriptor(pair[1])] { carry(bus, library); });
+  thread_ =
+      std::thread([this, bus = std::move(bus), library = FileDescriptor(pair[1])] { carry(bus, library); });
 }
 
 BusGate::~BusGate() {

@@ -66,12 +66,12 @@ void ChargeHolder::lookForReturned() {
 int ChargeHolder::seemsSilent(sd_event_source* /*source*/, std::uint64_t /*time*/, void* userdata) {
   auto* const holder = static_cast<ChargeHolder*>(userdata);
   holder->silence_.reset();
-  // In a flood of others' calls, the holder's own may wait in the bus for minutes. The answer to a question of
-  // ours comes after all that the bus has taken before.
+  // In a flood of others' calls, the holder's own may wait in the bus for minutes. The answer to a question
+  // of ours comes after all that the bus has taken before.
   sd_bus_slot* slot = nullptr;
-  const int asked = sd_bus_call_method_async(holder->bus_, &slot, "org.freedesktop.DBus",
-                                             "/org/freedesktop/DBus", "org.freedesktop.DBus", "GetId",
-                                             busAnswered, holder, "");
+  const int asked =
+      sd_bus_call_method_async(holder->bus_, &slot, "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                               "org.freedesktop.DBus", "GetId", busAnswered, holder, "");
   holder->question_.reset(slot);
   if (asked < 0) isSilent(nullptr, 0, holder);
   return 0;

@@ -24,7 +24,9 @@ constexpr char kSenderField = 7;
 /// No line of the authentication begins like a message.
 bool beginsMessage(char first) { return first == 'l' || first == 'B'; }
 
-constexpr std::uint64_t aligned(std::uint64_t offset, std::uint64_t to) { return (offset + to - 1) / to * to; }
+constexpr std::uint64_t aligned(std::uint64_t offset, std::uint64_t to) {
+  return (offset + to - 1) / to * to;
+}
 
 /// 0 past the end.
 std::uint64_t numberAt(const std::string& message, std::uint64_t offset) {
@@ -34,10 +36,11 @@ std::uint64_t numberAt(const std::string& message, std::uint64_t offset) {
   return message.front() == 'l' ? le32toh(number) : be32toh(number);
 }
 
-/// Walks over the fields, each a code and a variant of a string, a signature or a number. Empty where there is
-/// no sender, which the bus adds to every message.
+/// Walks over the fields, each a code and a variant of a string, a signature or a number. Empty where there
+/// is no sender, which the bus adds to every message.
 std::string senderOf(const std::string& message) {
-  const std::uint64_t end = std::min<std::uint64_t>(kFixedPart + numberAt(message, kFieldsLength), message.size());
+  const std::uint64_t end =
+      std::min<std::uint64_t>(kFixedPart + numberAt(message, kFieldsLength), message.size());
   for (std::uint64_t field = kFixedPart; field + 8 <= end; field = aligned(field, 8)) {
     const char code = message[field];
     const char type = message[field + 2];
@@ -72,7 +75,8 @@ void MessageSieve::take(std::string_view bytes) {
       if (head_.back() == '\n') pass();
     } else {
       if (head_.empty()) wanted_ = kFixedPart;
-      const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(wanted_ - head_.size(), bytes.size()));
+      const auto count =
+          static_cast<std::size_t>(std::min<std::uint64_t>(wanted_ - head_.size(), bytes.size()));
       head_.append(bytes.substr(0, count));
       bytes.remove_prefix(count);
       if (head_.size() == wanted_ && wanted_ == kFixedPart) judge();

@@ -30,7 +30,8 @@ std::optional<Refusal> checkKey(sd_bus_message* message) {
   }
   if (strnlen(key, kLongestKey + 1) > kLongestKey) return malformed("the key is too long");
   // The name may change while the helper runs.
-  if (key != requestKey(LinuxSystem().localizedHostName()).value_or("")) return Refusal{SD_BUS_ERROR_ACCESS_DENIED, "the key is not this computer's"};
+  if (key != requestKey(LinuxSystem().localizedHostName()).value_or(""))
+    return Refusal{SD_BUS_ERROR_ACCESS_DENIED, "the key is not this computer's"};
   return std::nullopt;
 }
 

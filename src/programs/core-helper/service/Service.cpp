@@ -150,12 +150,14 @@ Service::Service(const Setup& setup) : setup_(setup) {
   }
   // One match for all who leave: one for each caller would cost the bus two calls for each of a flood, and
   // libsystemd closes a connection whose match is not confirmed in time.
-  match("type='signal',sender='org.freedesktop.DBus',path='/org/freedesktop/DBus',"
-        "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg2=''",
-        Methods::nameVanished);
-  match("type='signal',sender='org.freedesktop.login1',path='/org/freedesktop/login1',"
-        "interface='org.freedesktop.login1.Manager',member='PrepareForSleep'",
-        Methods::sleepChanged);
+  match(
+      "type='signal',sender='org.freedesktop.DBus',path='/org/freedesktop/DBus',"
+      "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg2=''",
+      Methods::nameVanished);
+  match(
+      "type='signal',sender='org.freedesktop.login1',path='/org/freedesktop/login1',"
+      "interface='org.freedesktop.login1.Manager',member='PrepareForSleep'",
+      Methods::sleepChanged);
   idle_ = timer(event, setup_.idle, Methods::idle, this);
 
   // Only the owner of the name holds the charge.
@@ -283,7 +285,7 @@ void Service::uninstall(Call& call) {
     return refuse(call, {SD_BUS_ERROR_FAILED, error.what()});
   }
   writeErrorLine(filledIn("{} of user {} asked to remove the helper",
-               {call.caller.name, std::to_string(call.caller.user)}));
+                          {call.caller.name, std::to_string(call.caller.user)}));
   answer(call, "The core helper is being removed.");
   sd_event_exit(event_.get(), 0);
 }
@@ -345,8 +347,9 @@ void Service::askWhetherIdle() {
     sd_event_exit(event_.get(), 0);
     return;
   }
-  // A call that the bus has taken counts, also where this process was too slow to see it within its idle time:
-  // a process that leaves would refuse to hold, and its successor might be as slow. The bus answers after it.
+  // A call that the bus has taken counts, also where this process was too slow to see it within its idle
+  // time: a process that leaves would refuse to hold, and its successor might be as slow. The bus answers
+  // after it.
   sd_bus_slot* slot = nullptr;
   const int asked = sd_bus_call_method_async(bus_.get(), &slot, kTheBus.name, kTheBus.path, kTheBus.interface,
                                              "GetId", Methods::busAnswered, this, "");

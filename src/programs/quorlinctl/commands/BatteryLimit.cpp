@@ -29,10 +29,12 @@ std::string stateOf(const Battery& battery) {
 }
 
 std::string reportOf(const HoldFacts& facts, const HoldVerdict& verdict) {
-  std::string text = facts.limit > kHighestHeldLimit ? "Limit: none\n" : fmt::format("Limit: {} %\n", facts.limit);
+  std::string text =
+      facts.limit > kHighestHeldLimit ? "Limit: none\n" : fmt::format("Limit: {} %\n", facts.limit);
   for (const auto& [name, battery, attribute] : facts.batteries) {
     text += fmt::format("{}: {}, {}\n", name,
-                        battery.percent ? fmt::format("{} %", *battery.percent) : "charge unknown", stateOf(battery));
+                        battery.percent ? fmt::format("{} %", *battery.percent) : "charge unknown",
+                        stateOf(battery));
   }
   return text + fmt::format("Hold: {}\n", verdict.line());
 }
@@ -55,8 +57,8 @@ std::string jsonOf(const HoldFacts& facts, const HoldVerdict& verdict) {
 
 /// Sets the limit and returns once it is known what became of it, or the patience is at its end.
 HoldFacts setLimit(const std::string& percent) {
-  openUrl(Bus::openSession(), commandUrl(requestKey(LinuxSystem().localizedHostName()),
-                                         urlcommand::kBatteryLimit, percent));
+  openUrl(Bus::openSession(),
+          commandUrl(requestKey(LinuxSystem().localizedHostName()), urlcommand::kBatteryLimit, percent));
   const auto deadline = std::chrono::steady_clock::now() + kPatience;
   HoldFacts facts = gatherHoldFacts();
   while ((std::to_string(facts.limit) != percent || verdictOf(facts).state == HoldState::Pending) &&

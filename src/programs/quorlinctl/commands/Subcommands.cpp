@@ -68,7 +68,7 @@ std::span<const Subcommand> subcommands() {
        .options = {{"keep", Flag,
                     "Hold the charge while nothing else runs, too: start the keeper, a small program that "
                     "does only this, now and at every login."},
-                   {"no-keep", Flag, "End the keeper, and start it no more at login."},
+                   {"no-keep", Flag, "End the keeper, and no longer start it at login."},
                    {"json", Flag, "Print one JSON object: limit, state, finding, advice and batteries."}},
        .exitStatuses = {{"0", "the charge is held, will be held at the limit, or has no limit"},
                         {"1", "the limit was not set, or the keeper not started or ended"},

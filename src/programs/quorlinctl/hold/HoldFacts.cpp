@@ -69,16 +69,18 @@ void askHelper(HoldFacts& facts) {
     const Result<HelperHold, HelperRefusal> hold = askHowHeld(bus);
     if (!hold) {
       const bool isInstalled = hold.error().kind != HelperRefusal::Kind::NotInstalled;
-      facts.helperTrouble = isInstalled ? fmt::format("The core helper does not answer ({}).",
-                                                      displayText(hold.error().reason))
-                                        : "The core helper is not installed.";
-      facts.helperAdvice = isInstalled ? "'quorlinctl doctor' tells more." : "Install it with 'quorlinctl helper install'.";
+      facts.helperTrouble =
+          isInstalled ? fmt::format("The core helper does not answer ({}).", displayText(hold.error().reason))
+                      : "The core helper is not installed.";
+      facts.helperAdvice =
+          isInstalled ? "'quorlinctl doctor' tells more." : "Install it with 'quorlinctl helper install'.";
       return;
     }
     facts.hold = *hold;
     if (hold->holder.empty()) return;
     const std::optional<pid_t> process = processOwning(bus, hold->holder);
-    facts.holder = process ? fmt::format("process {} of {}", *process, userName(hold->user)) : userName(hold->user);
+    facts.holder =
+        process ? fmt::format("process {} of {}", *process, userName(hold->user)) : userName(hold->user);
   } catch (const BusError& error) {
     facts.helperTrouble = fmt::format("{}.", error.what());
   }

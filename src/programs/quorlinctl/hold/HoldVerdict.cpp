@@ -29,12 +29,14 @@ std::optional<HoldVerdict> whatIsMissing(const HoldFacts& facts) {
     return HoldVerdict{HoldState::NotHeld, "The driver of the battery cannot stop charging.",
                        "A newer kernel may help; 'quorlinctl doctor' names the drivers that can."};
   }
-  if (!facts.helperTrouble.empty()) return HoldVerdict{HoldState::NotHeld, facts.helperTrouble, facts.helperAdvice};
+  if (!facts.helperTrouble.empty())
+    return HoldVerdict{HoldState::NotHeld, facts.helperTrouble, facts.helperAdvice};
   if (!facts.isCoreOn) {
     return HoldVerdict{HoldState::NotHeld, "The settings leave the core helper off.",
                        "'quorlinctl doctor' explains how to switch it on."};
   }
-  if (!facts.agentTrouble.empty()) return HoldVerdict{HoldState::NotHeld, facts.agentTrouble, facts.agentAdvice};
+  if (!facts.agentTrouble.empty())
+    return HoldVerdict{HoldState::NotHeld, facts.agentTrouble, facts.agentAdvice};
   return std::nullopt;
 }
 
@@ -58,21 +60,24 @@ HoldVerdict verdictOf(const HoldFacts& facts) {
   if (const std::string refusals = sentences(facts.hold.batteries, false, ""); !refusals.empty()) {
     const bool areOthers = refusals.find("another program") != std::string::npos;
     if (!areOthers) return {NotHeld, refusals};
-    return {NotHeld, refusals,
-            facts.otherWriters.empty()
-                ? "Switch the limit of the desktop's power manager or of another tool off, or remove this one."
-                : fmt::format("It may have been {}; two programs cannot limit the charge.", facts.otherWriters)};
+    return {
+        NotHeld, refusals,
+        facts.otherWriters.empty()
+            ? "Switch the limit of the desktop's power manager or of another tool off, or remove this one."
+            : fmt::format("It may have been {}; two programs cannot limit the charge.", facts.otherWriters)};
   }
   if (!facts.hasConsumer) {
     return {NotHeld, "No program runs for which the agent holds the charge.",
             "'quorlinctl battery-limit --keep' starts one, now and at every login."};
   }
   if (charge < facts.limit) {
-    return {WillHold, fmt::format("The charge is {} %; it will be held once it reaches {} %.", charge, facts.limit)};
+    return {WillHold,
+            fmt::format("The charge is {} %; it will be held once it reaches {} %.", charge, facts.limit)};
   }
   if (battery.state == kCharging) return {Pending, "The agent has not held the charge yet."};
-  return {WillHold, fmt::format("The battery is not being charged; its charge will be held at {} % when it is.",
-                                facts.limit)};
+  return {WillHold,
+          fmt::format("The battery is not being charged; its charge will be held at {} % when it is.",
+                      facts.limit)};
 }
 
 std::string_view wordOf(HoldState state) {

@@ -44,7 +44,8 @@ Result<HelperHold, HelperRefusal> askHowHeld(const Bus& systemBus) {
   const auto answer = call(systemBus.get(), question, kPatience);
   if (!answer) {
     const HelperRefusal::Kind kind = kindOf(answer.error());
-    if (kind == HelperRefusal::Kind::NotInstalled && isAvailable(systemBus, kHelperLabel)) return HelperHold();
+    if (kind == HelperRefusal::Kind::NotInstalled && isAvailable(systemBus, kHelperLabel))
+      return HelperHold();
     return HelperRefusal{kind, answer.error().message};
   }
   sd_bus_message* const message = answer->get();

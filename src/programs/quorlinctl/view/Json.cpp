@@ -72,7 +72,8 @@ ordered_json jsonOf(const Battery& battery) {
 
 ordered_json jsonOf(const PropertyList& value) { return std::visit(Converter(), value.value()); }
 
-std::string jsonLineOf(const Notification& notification, const std::optional<std::vector<Battery>>& batteries) {
+std::string jsonLineOf(const Notification& notification,
+                       const std::optional<std::vector<Battery>>& batteries) {
   ordered_json json;
   json["name"] = withoutMalformedUtf8(notification.name);
   json["object"] = notification.object ? ordered_json(withoutMalformedUtf8(*notification.object)) : nullptr;
