@@ -31,7 +31,7 @@ ChargeOutcome ChargeControl::hold() {
   for (const auto& folder : batteries) {
     BatteryCharge battery(folder, *held);
     Memory& memory = memories_[battery.name()];
-    const Result<std::string> hold = this->hold(battery, folder, least, memory);
+    const Result<std::string> hold = ChargeControl::hold(battery, folder, least, memory);
     memory.text = hold ? *hold : hold.error().text();
     wasDenied_ = wasDenied_ || battery.wasDenied();
     outcome.holding = outcome.holding || hold;
@@ -59,7 +59,7 @@ Result<std::string> ChargeControl::hold(BatteryCharge& battery, const std::files
     battery.renew();
     memory.writtenAt = charge;
   }
-  const Result<std::string> hold = battery.hold(least);
+  Result<std::string> hold = battery.hold(least);
   if (!hold && battery.wasAsked()) memory.refusedAt = capacity;
   if (hold && (battery.wasAsked() || !memory.writtenAt)) memory.writtenAt = charge;
   memory.isSettling = memory.isSettling || battery.wasAsked();

@@ -77,8 +77,8 @@ class ChargeControl {
     bool isSettling = false;
   };
 
-  Result<std::string> hold(BatteryCharge& battery, const std::filesystem::path& folder, int least,
-                           Memory& memory);
+  static Result<std::string> hold(BatteryCharge& battery, const std::filesystem::path& folder, int least,
+                                  Memory& memory);
   ChargeOutcome releaseUnknown(const Trouble& trouble);
   template <typename Change>
   void changeHeld(const Change& change);

@@ -90,8 +90,8 @@ int ChargeHolder::busAnswered(sd_bus_message* answer, void* userdata, sd_bus_err
   return 0;
 }
 
-int ChargeHolder::isSilent(sd_event_source* /*source*/, std::uint64_t /*time*/, void* holder) {
-  static_cast<ChargeHolder*>(holder)->releaseBecause(
+int ChargeHolder::isSilent(sd_event_source* /*source*/, std::uint64_t /*time*/, void* userdata) {
+  static_cast<ChargeHolder*>(userdata)->releaseBecause(
       "the charge is released because the caller that holds it has fallen silent: {}");
   return 0;
 }

@@ -53,10 +53,10 @@ class ChargeHolder {
   std::vector<BatteryReport> report() const { return charge_.report(); }
 
  private:
-  static int seemsSilent(sd_event_source* source, std::uint64_t time, void* holder);
-  static int busAnswered(sd_bus_message* answer, void* holder, sd_bus_error* error);
-  static int isSilent(sd_event_source* source, std::uint64_t time, void* holder);
-  static int settled(sd_event_source* source, std::uint64_t time, void* holder);
+  static int seemsSilent(sd_event_source* source, std::uint64_t time, void* userdata);
+  static int busAnswered(sd_bus_message* answer, void* userdata, sd_bus_error* error);
+  static int isSilent(sd_event_source* source, std::uint64_t time, void* userdata);
+  static int settled(sd_event_source* source, std::uint64_t time, void* userdata);
 
   void releaseBecause(const char* sentence);
   void forgetHolder();

@@ -123,7 +123,7 @@ struct Service::Methods {
   }
 };
 
-Service::Service(const Setup& setup) : setup_(setup) {
+Service::Service(Setup setup) : setup_(std::move(setup)) {
   sd_event* event = nullptr;
   checked(sd_event_new(&event), "Cannot make an event loop");
   event_.reset(event);

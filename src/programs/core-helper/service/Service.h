@@ -23,7 +23,7 @@ namespace quorlin {
 class Service {
  public:
   /// Connects to the system bus and takes the helper's name. Throws BusError.
-  explicit Service(const Setup& setup);
+  explicit Service(Setup setup);
   Service(const Service&) = delete;
 
   /// Returns when the helper is idle or has received SIGTERM; a hold is released by then. Throws BusError,
