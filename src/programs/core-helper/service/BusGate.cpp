@@ -39,6 +39,63 @@ void writeSome(int into, std::string& waiting) {
   if (count < 0 && errno != EAGAIN && errno != EINTR) waiting.clear();
 }
 
+/// What is on its way between the bus and the library.
+class Carrier {
+ public:
+  Carrier(FileDescriptor bus, FileDescriptor library, std::atomic<std::uint64_t>& callsReceived)
+      : bus_(std::move(bus)), library_(std::move(library)), callsReceived_(callsReceived) {}
+  Carrier(const Carrier&) = delete;
+
+  void run() {
+    while ((isBusOpen_ || !incoming_.empty()) && (isLibraryOpen_ || !outgoing_.empty())) {
+      // Answers and signals go before calls, which keep their turns until the library has time for them and
+      // the bus for the answers: it takes few at a time from a helper that it brings many calls.
+      if (incoming_.empty() && outgoing_.empty() && !calls_.isEmpty()) incoming_ = calls_.pop();
+      exchange();
+    }
+  }
+
+ private:
+  void sort(BusInput input) {
+    if (input.caller.empty()) {
+      incoming_ += input.bytes;
+    } else if (calls_.push(input.caller, std::move(input.bytes))) {
+      ++callsReceived_;
+    }
+  }
+
+  /// Waits until something can be read or written, and does that.
+  void exchange() {
+    const auto events = [](bool reads, bool writes) {
+      return static_cast<short>((reads ? POLLIN : 0) | (writes ? POLLOUT : 0));
+    };
+    const bool readsBus = isBusOpen_ && incoming_.size() < kMostWaiting;
+    const bool readsLibrary = isLibraryOpen_ && outgoing_.size() < kMostWaiting;
+    std::array<pollfd, 2> ends = {
+        {{.fd = bus_.get(), .events = events(readsBus, !outgoing_.empty()), .revents = 0},
+         {.fd = library_.get(), .events = events(readsLibrary, !incoming_.empty()), .revents = 0}}};
+    if (poll(ends.data(), ends.size(), -1) < 0) return;
+    if (readsBus && (ends[0].revents & ~POLLOUT) != 0) {
+      isBusOpen_ = readSome(bus_.get(), [this](std::string_view bytes) { sieve_.take(bytes); });
+    }
+    if (readsLibrary && (ends[1].revents & ~POLLOUT) != 0) {
+      isLibraryOpen_ = readSome(library_.get(), [this](std::string_view bytes) { outgoing_ += bytes; });
+    }
+    if (!incoming_.empty()) writeSome(library_.get(), incoming_);
+    if (!outgoing_.empty()) writeSome(bus_.get(), outgoing_);
+  }
+
+  FileDescriptor bus_;
+  FileDescriptor library_;
+  std::atomic<std::uint64_t>& callsReceived_;
+  FairQueue calls_;
+  std::string incoming_;
+  std::string outgoing_;
+  MessageSieve sieve_{[this](BusInput input) { sort(std::move(input)); }};
+  bool isBusOpen_ = true;
+  bool isLibraryOpen_ = true;
+};
+
 FileDescriptor connectTo(const std::string& address) {
   constexpr std::string_view scheme = "unix:path=";
   const std::string first = address.substr(0, address.find_first_of(",;"));
@@ -63,50 +120,14 @@ BusGate::BusGate(const std::string& address) {
   // The least that the kernel gives: what is on its way has had its turn.
   const int size = 0;
   setsockopt(pair[1], SOL_SOCKET, SO_SNDBUF, &size, sizeof size);
-  thread_ =
-      std::thread([this, bus = std::move(bus), library = FileDescriptor(pair[1])] { carry(bus, library); });
+  thread_ = std::thread([this, bus = std::move(bus), library = FileDescriptor(pair[1])]() mutable {
+    Carrier(std::move(bus), std::move(library), callsReceived_).run();
+  });
 }
 
 BusGate::~BusGate() {
   library_.reset();
   thread_.join();
-}
-
-void BusGate::carry(const FileDescriptor& bus, const FileDescriptor& library) {
-  FairQueue calls;
-  std::string incoming;
-  std::string outgoing;
-  MessageSieve sieve([&](BusInput input) {
-    if (input.caller.empty()) {
-      incoming += input.bytes;
-    } else if (calls.push(input.caller, std::move(input.bytes))) {
-      ++callsReceived_;
-    }
-  });
-  bool isBusOpen = true;
-  bool isLibraryOpen = true;
-  while ((isBusOpen || !incoming.empty()) && (isLibraryOpen || !outgoing.empty())) {
-    // Answers and signals go before calls, which keep their turns until the library has time for them and the
-    // bus for the answers: it takes few at a time from a helper that it brings many calls.
-    if (incoming.empty() && outgoing.empty() && !calls.isEmpty()) incoming = calls.pop();
-    const auto events = [](bool reads, bool writes) {
-      return static_cast<short>((reads ? POLLIN : 0) | (writes ? POLLOUT : 0));
-    };
-    const bool readsBus = isBusOpen && incoming.size() < kMostWaiting;
-    const bool readsLibrary = isLibraryOpen && outgoing.size() < kMostWaiting;
-    std::array<pollfd, 2> ends = {
-        {{.fd = bus.get(), .events = events(readsBus, !outgoing.empty()), .revents = 0},
-         {.fd = library.get(), .events = events(readsLibrary, !incoming.empty()), .revents = 0}}};
-    if (poll(ends.data(), ends.size(), -1) < 0) continue;
-    if (readsBus && (ends[0].revents & ~POLLOUT) != 0) {
-      isBusOpen = readSome(bus.get(), [&](std::string_view bytes) { sieve.take(bytes); });
-    }
-    if (readsLibrary && (ends[1].revents & ~POLLOUT) != 0) {
-      isLibraryOpen = readSome(library.get(), [&](std::string_view bytes) { outgoing += bytes; });
-    }
-    if (!incoming.empty()) writeSome(library.get(), incoming);
-    if (!outgoing.empty()) writeSome(bus.get(), outgoing);
-  }
 }
 
 BusHandle BusGate::connect() {

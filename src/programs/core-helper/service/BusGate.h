@@ -28,8 +28,6 @@ class BusGate {
   std::uint64_t callsReceived() const { return callsReceived_; }
 
  private:
-  void carry(const FileDescriptor& bus, const FileDescriptor& library);
-
   FileDescriptor library_;
   std::atomic<std::uint64_t> callsReceived_ = 0;
   std::thread thread_;
