@@ -164,6 +164,13 @@ void ask(const Bus& bus, const BusObject& object, const char* method) {
   }
 }
 
+/// What is wrong with a program, as the end of a sentence; null if it has done its work.
+const char* failureOf(const char* program, const std::string& argument) {
+  const Result<pid_t> child = spawn(program, {argument}, {});
+  if (!child) return "is not installed";
+  return waitForEnd(*child) == 0 ? nullptr : "failed";
+}
+
 }  // namespace
 
 void installHelper(const std::filesystem::path& root, const std::filesystem::path& program,
@@ -214,21 +221,17 @@ void removeHelper(const std::filesystem::path& root) {
 }
 
 void makeUser() {
-  const std::string file = "/" + std::string(kTextFiles.front());
-  const Result<pid_t> child = spawn("systemd-sysusers", {file}, {});
-  const std::optional<int> end = child ? waitForEnd(*child) : std::nullopt;
-  if (end == 0) return;
-  throw InstallationError(filledIn("the user {} cannot be made; systemd-sysusers {}",
-                                   {kHelperUser, child ? "failed" : "is not installed"}));
+  const char* const failure = failureOf("systemd-sysusers", "/" + std::string(kTextFiles.front()));
+  if (failure == nullptr) return;
+  throw InstallationError(
+      filledIn("the user {} cannot be made; systemd-sysusers {}", {kHelperUser, failure}));
 }
 
 void removeUser() {
   if (getpwnam(kHelperUser) == nullptr) return;
-  const Result<pid_t> child = spawn("userdel", {kHelperUser}, {});
-  const std::optional<int> end = child ? waitForEnd(*child) : std::nullopt;
-  if (end == 0) return;
-  throw InstallationError(filledIn("the user {} stays, because userdel {}",
-                                   {kHelperUser, child ? "failed" : "is not installed"}));
+  const char* const failure = failureOf("userdel", kHelperUser);
+  if (failure == nullptr) return;
+  throw InstallationError(filledIn("the user {} stays, because userdel {}", {kHelperUser, failure}));
 }
 
 void reloadServices() {
