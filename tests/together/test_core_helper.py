@@ -46,6 +46,12 @@ def is_held(system_bus):
     return int(system_bus.battery(END)) <= int(system_bus.battery("capacity"))
 
 
+def memory_of(process, field):
+    """In kB."""
+    with open(f"/proc/{process}/status", encoding="ascii") as status:
+        return next(int(line.split()[1]) for line in status if line.startswith(field))
+
+
 def calls(system_bus):
     """Each method with arguments that it takes."""
     key = system_bus.key()
@@ -122,6 +128,14 @@ def test_a_wrong_key_and_odd_parameters_are_refused_before_polkit_is_asked(syste
     assert answer.text and len(answer.text) < 200
     assert system_bus.contents() == before
     assert system_bus.polkit.asked == []
+
+
+def test_a_call_of_30_mb_takes_none_of_the_helpers_memory(system_bus, client):
+    client.call("GetVersion")
+    process = system_bus.process()
+    before = memory_of(process, "VmHWM")
+    assert client.call("LimitCharge", "k" * 30000000, True) == "InvalidArgs"
+    assert memory_of(process, "VmHWM") < before + 4096
 
 
 def test_a_flood_from_one_client_leaves_the_others_served(system_bus, client):
@@ -239,9 +253,7 @@ def test_a_thousand_rounds_and_sleeps_leave_nothing_behind(system_bus):
             holder.leave()
         client.call("GetVersion")
         process = system_bus.process()
-        with open(f"/proc/{process}/status", encoding="ascii") as status:
-            memory = next(int(line.split()[1]) for line in status if line.startswith("VmRSS"))
-        return process, len(os.listdir(f"/proc/{process}/fd")), memory
+        return process, len(os.listdir(f"/proc/{process}/fd")), memory_of(process, "VmRSS")
 
     process, descriptors, memory = rounds(100)
     later = rounds(900)
