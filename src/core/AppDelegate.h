@@ -35,7 +35,10 @@ class AppDelegate final : public ApplicationDelegate {
   void QuorlinInactive() { samples_.setMainAppNeedsData(false); }
 
   bool pluginEnabled() const { return pluginEnabled_; }
+  /// For this run; setAutostart also stores it.
+  void setPluginEnabled(bool enabled);
   bool coreEnabled() const { return coreEnabled_; }
+  std::int64_t powerLimit() const { return chargeHold_.powerLimit(); }
   bool powerLimitEnabled() const { return chargeHold_.powerLimitEnabled(); }
   void setPowerLimitEnabled(bool enabled) { chargeHold_.setPowerLimitEnabled(enabled); }
   bool terminatedPeacefully() const { return terminatedPeacefully_; }
@@ -94,6 +97,25 @@ class AppDelegate final : public ApplicationDelegate {
   /// Returns before the helper has answered.
   void uninstallHelper() { helper_.uninstall(currentKey()); }
 
+  // Autostart
+  /// False if the login item could not be switched. Any thread.
+  bool installAutostartHelper(bool enable);
+  /// The sensors plug-in's switch. False, and nothing changed, if the login item could not be switched.
+  bool setAutostart(bool enable);
+  /// The core helper's switch. The completion receives each outcome in its order: switching on, false alone
+  /// if the helper could not be installed, and false, then true if only the login item failed. It runs on the
+  /// main thread or on the helper connection's queue.
+  void setCoreAutostart(bool enable, const std::function<void(bool success)>& installed);
+  /// Any thread.
+  void finalizeCoreAutostart(bool enable);
+
+  /// Calls the handler after each change of a switch, the charge limit or the hold, on the thread that made
+  /// it. Before launch.
+  void setChangeHandler(std::function<void()> handler) { changed_ = std::move(handler); }
+  /// Whether another program works the switches, as the window would: until it leaves, the agent stays even
+  /// if nothing is switched on.
+  void setSwitchesInUse(bool inUse);
+
   // Updates
   void checkForUpdates(bool background);
 
@@ -109,6 +131,12 @@ class AppDelegate final : public ApplicationDelegate {
   bool isLauncherRunning() const;
   void addObservers();
   void checkForUpdatesIfDue();
+  /// Whether something is switched on, or can be.
+  bool hasReasonToRun() const;
+  void endForLackOfWork();
+
+  /// Switching the core helper on, once it is there.
+  void addCoreLoginItem(const std::function<void(bool success)>& installed);
 
   bool doesPowerWork() const;
   void postHeartbeat();
@@ -128,6 +156,8 @@ class AppDelegate final : public ApplicationDelegate {
   std::optional<std::string> key_;
   std::atomic<bool> pluginEnabled_ = false;
   std::atomic<bool> coreEnabled_ = false;
+  std::function<void()> changed_ = [] {};
+  bool switchesInUse_ = false;
   std::unique_ptr<ConfigurationWindow> controllerWindow_;
   std::int64_t openedWindows_ = 0;
   std::string processorName_;

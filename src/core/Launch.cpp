@@ -20,7 +20,8 @@ AppDelegate::AppDelegate(Services services)
     : services_(std::move(services)),
       samples_(services_.sensorsEngine, services_.notificationCenter),
       chargeHold_(services_.userDefaults, services_.powerSources, services_.log,
-                  [this](const ChargeHold::Reply& reply, bool mode) { limitCharge(reply, mode); }),
+                  [this](const ChargeHold::Reply& reply, bool mode) { limitCharge(reply, mode); },
+                  [this] { changed_(); }),
       helper_(services_.helperService, services_.jobBlessing, services_.runLoop, services_.log) {}
 
 void AppDelegate::applicationWillFinishLaunching() {
@@ -48,15 +49,22 @@ void AppDelegate::applicationDidFinishLaunching() {
   updateTimer_ = services_.runLoop.scheduleTimer(kTick, [this] { updateData(); });
   updateData();
 
-  // Without a window nothing can be switched on.
-  if (!pluginEnabled_ && !coreEnabled_ && !controllerWindow_) {
-    services_.log.line(
-        "The agent ends because its settings switch everything off. quorlinctl doctor explains how to change "
-        "that.");
-    services_.application.terminate();
-    return;
-  }
-  checkForUpdatesIfDue();
+  if (hasReasonToRun()) return checkForUpdatesIfDue();
+  // The call for which the system has started the agent comes next, and may switch something on.
+  services_.runLoop.performOnMainThread([this] {
+    if (hasReasonToRun()) return checkForUpdatesIfDue();
+    endForLackOfWork();
+  });
+}
+
+bool AppDelegate::hasReasonToRun() const {
+  return pluginEnabled_ || coreEnabled_ || controllerWindow_ || switchesInUse_;
+}
+
+void AppDelegate::endForLackOfWork() {
+  services_.log.line(
+      "The agent ends because everything is switched off. To switch the sensors on: quorlinctl enable");
+  services_.application.terminate();
 }
 
 void AppDelegate::readSettings() {
@@ -83,6 +91,7 @@ void AppDelegate::startPowerWork() {
         return;
       }
       coreEnabled_ = false;
+      changed_();
       if (controllerWindow_) controllerWindow_->uncheckCoreSwitch();
     });
   });

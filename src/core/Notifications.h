@@ -18,6 +18,11 @@ namespace notification {
 inline constexpr std::string_view kSensorsActive = "QuorlinSensorsActive";
 inline constexpr std::string_view kSensorsActiveW = "QuorlinSensorsActiveW";
 inline constexpr std::string_view kSensorsActiveM = "QuorlinSensorsActiveM";
+inline constexpr std::string_view kSensorsInactive = "QuorlinSensorsInactive";
+inline constexpr std::string_view kSensorsInactiveM = "QuorlinSensorsInactiveM";
+inline constexpr std::string_view kSensorsInactiveW = "QuorlinSensorsInactiveW";
+inline constexpr std::string_view kCoreActive = "QuorlinCoreActive";
+inline constexpr std::string_view kCoreInactive = "QuorlinCoreInactive";
 inline constexpr std::string_view kSensorsDataM = "QuorlinSensorsDataM";
 inline constexpr std::string_view kSensorsDataMMini = "QuorlinSensorsDataMMini";
 inline constexpr std::string_view kSensorsDataW = "QuorlinSensorsDataW";

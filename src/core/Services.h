@@ -8,6 +8,7 @@
 #include "platform/HelperService.h"
 #include "platform/JobBlessing.h"
 #include "platform/Log.h"
+#include "platform/LoginItems.h"
 #include "platform/NotificationCenter.h"
 #include "platform/PowerSources.h"
 #include "platform/ProcessManager.h"
@@ -37,6 +38,7 @@ struct Services {
   PowerSources& powerSources;
   HelperService& helperService;
   JobBlessing& jobBlessing;
+  LoginItems& loginItems;
   Clock& clock;
   Log& log;
   SensorsEngineFactory sensorsEngine;

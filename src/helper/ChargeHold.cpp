@@ -10,11 +10,12 @@
 namespace quorlin {
 
 ChargeHold::ChargeHold(UserDefaults& userDefaults, PowerSources& powerSources, Log& log,
-                       LimitCharge limitCharge)
+                       LimitCharge limitCharge, std::function<void()> changed)
     : userDefaults_(userDefaults),
       powerSources_(powerSources),
       log_(log),
-      limitCharge_(std::move(limitCharge)) {}
+      limitCharge_(std::move(limitCharge)),
+      changed_(std::move(changed)) {}
 
 void ChargeHold::readSettings() { powerLimitEnabled_ = userDefaults_.boolean(setting::kPowerLimitEnabled); }
 
@@ -27,12 +28,14 @@ void ChargeHold::start() {
 void ChargeHold::setPowerLimitEnabled(bool enabled) {
   powerLimitEnabled_ = enabled;
   userDefaults_.setBoolean(setting::kPowerLimitEnabled, enabled);
+  changed_();
 }
 
 bool ChargeHold::setLimit(std::int64_t percent) {
   if (percent < kLowestBatteryLimit || percent > kHighestBatteryLimit) return false;
   powerLimit_ = percent;
   userDefaults_.setInteger(setting::kBatteryLimit, percent);
+  changed_();
   if (percent == kHighestBatteryLimit) limitThenRecord(true);
   return true;
 }
@@ -50,7 +53,11 @@ void ChargeHold::followBattery() {
 }
 
 void ChargeHold::releaseWithoutConsumers() {
-  if (macHasBattery_ == kNoBattery || !powerLimitEnabled_) return;
+  if (macHasBattery_ != kNoBattery) release();
+}
+
+void ChargeHold::release() {
+  if (!powerLimitEnabled_) return;
   limitCharge_(
       [this](const std::optional<std::string>& reply) {
         log_.line(reply.value_or("(null)"));

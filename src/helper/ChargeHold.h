@@ -21,8 +21,10 @@ class ChargeHold {
   /// Asks the helper, with mode false to hold and with true to release.
   using LimitCharge = std::function<void(const Reply& reply, bool mode)>;
 
-  /// The services outlive it.
-  ChargeHold(UserDefaults& userDefaults, PowerSources& powerSources, Log& log, LimitCharge limitCharge);
+  /// Calls changed after each change of the limit or the hold, on the thread that made it. The services outlive
+  /// it.
+  ChargeHold(UserDefaults& userDefaults, PowerSources& powerSources, Log& log, LimitCharge limitCharge,
+             std::function<void()> changed);
 
   /// Whether an earlier run held the charge.
   void readSettings();
@@ -44,6 +46,9 @@ class ChargeHold {
 
   void releaseWithoutConsumers();
 
+  /// Lets go of the charge if it is held.
+  void release();
+
   /// Calls the action once the helper has replied. Nothing is held any more from now on.
   void releaseFinallyThen(std::function<void()> action);
 
@@ -55,6 +60,7 @@ class ChargeHold {
   PowerSources& powerSources_;
   Log& log_;
   LimitCharge limitCharge_;
+  std::function<void()> changed_;
   std::atomic<std::int64_t> powerLimit_ = 0;
   std::atomic<bool> powerLimitEnabled_ = false;
   std::int32_t macHasBattery_ = 0;

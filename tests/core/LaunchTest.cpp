@@ -57,6 +57,7 @@ TEST(Launch, EndsWithEverythingOffAndNoWindowToSwitchItOn) {
     machine.defaults.integers = {{"autostart", plugin}, {"coreAutostart", core}};
     machine.defaults.dates.clear();
     machine.delegate.applicationDidFinishLaunching();
+    machine.runLoop.runQueue();
     EXPECT_EQ(machine.application.terminateRequests, ends ? 1 : 0);
     EXPECT_EQ(machine.updateChecks.empty(), ends) << "one that ends looks for updates";
     EXPECT_THAT(machine.log.lines,

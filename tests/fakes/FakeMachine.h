@@ -112,6 +112,17 @@ class FakeWorkflowEngine final : public WorkflowEngine {
   void runWorkflow(const std::string& path) override { run.push_back(path); }
 };
 
+/// The system may refuse to switch a login item.
+class FakeLoginItems final : public LoginItems {
+ public:
+  bool refuses = false;
+  std::vector<std::string> calls;
+  bool setEnabled(std::string_view identifier, bool enabled) override {
+    calls.push_back(std::string(identifier) + (enabled ? " on" : " off"));
+    return !refuses;
+  }
+};
+
 class FakeClock final : public Clock {
  public:
   Date time{std::chrono::seconds(1'700'000'000)};
@@ -158,6 +169,7 @@ struct FakeMachine {
   FakePowerSources power;
   FakeHelperService helper;
   FakeJobBlessing blessing;
+  FakeLoginItems loginItems;
   FakeClock clock;
   FakeLog log;
   FakeEngine engine;
@@ -204,6 +216,7 @@ struct FakeMachine {
             .powerSources = power,
             .helperService = helper,
             .jobBlessing = blessing,
+            .loginItems = loginItems,
             .clock = clock,
             .log = log,
             .sensorsEngine = engine.factory(),

@@ -37,7 +37,8 @@ class ChargeHoldTest : public testing::Test {
   ChargeHold hold_{defaults_, power_, log_, [this](ChargeHold::Reply reply, bool mode) {
                      asked_.emplace_back(mode ? "release" : "hold");
                      replies_.push_back(std::move(reply));
-                   }};
+                   },
+                   [] {}};
 };
 
 TEST_F(ChargeHoldTest, HoldsAtTheLimitAndReleasesBelowItWhateverTheHelperReplies) {

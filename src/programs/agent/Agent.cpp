@@ -21,6 +21,7 @@ Services Agent::services() {
           .powerSources = powerSources_,
           .helperService = helperService_,
           .jobBlessing = jobBlessing_,
+          .loginItems = loginItems_,
           .clock = clock_,
           .log = log_,
           .sensorsEngine = makeLinuxSensorsEngine(roots_, log_),

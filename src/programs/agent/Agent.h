@@ -6,6 +6,8 @@
 #include "platform/linux/bus/NotificationCenter.h"
 #include "platform/linux/desktop/Application.h"
 #include "platform/linux/desktop/ApplicationNames.h"
+#include "platform/linux/desktop/AutostartEntry.h"
+#include "platform/linux/desktop/LoginItems.h"
 #include "platform/linux/desktop/UserDefaults.h"
 #include "platform/linux/desktop/WorkflowEngine.h"
 #include "platform/linux/desktop/Workspace.h"
@@ -19,6 +21,7 @@
 #include "platform/linux/system/Clock.h"
 #include "platform/linux/system/System.h"
 #include "platform/linux/system/SystemRoots.h"
+#include "programs/agent/SettingsInterface.h"
 
 #include <string>
 #include <utility>
@@ -48,6 +51,12 @@ class Agent {
  private:
   Services services();
 
+  /// Why a switch could not be switched just now.
+  std::string takeTrouble() {
+    std::string trouble = jobBlessing_.takeTrouble();
+    return trouble.empty() ? loginItems_.takeTrouble() : trouble;
+  }
+
   // In the order in which they depend on each other.
   Log& log_;
   LinuxRunLoop runLoop_;
@@ -68,7 +77,13 @@ class Agent {
   BusHelperService helperService_{runLoop_, log_};
   LinuxJobBlessing jobBlessing_{runLoop_, log_};
   LinuxClock clock_;
+  XdgLoginItems loginItems_{kLauncherIdentifier, "quorlin-sensors-launcher", log_};
   AppDelegate delegate_{services()};
+  SettingsInterface settings_{{.bus = bus_,
+                               .runLoop = runLoop_,
+                               .delegate = delegate_,
+                               .takeTrouble = [this] { return takeTrouble(); },
+                               .startsAtLogin = [] { return !whyNotStarted(autostartEntry(kLauncherIdentifier)); }}};
 };
 
 }  // namespace quorlin

@@ -1,7 +1,7 @@
 #include "programs/keep/Keep.h"
 
 #include "core/Notifications.h"
-#include "platform/linux/bus/Bus.h"
+#include "platform/linux/bus/SilentStart.h"
 
 #include <cerrno>
 #include <cstddef>
@@ -17,15 +17,10 @@
 namespace quorlin {
 namespace {
 
-constexpr BusObject kDaemon = {"org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus"};
-
-/// Does not wait: the bus starts a program without being watched, and ignores a name that has an owner.
+/// Returns when the agent has launched. Where there is none to start, the keeper waits for one.
 void startAgent(const Bus& bus) {
-  constexpr const char* complaint = "Cannot ask the bus to start the agent";
-  const BusMessage start = methodCall(bus.get(), kDaemon, "StartServiceByName");
-  checked(sd_bus_message_append(start.get(), "su", kAgentIdentifier.data(), std::uint32_t{0}), complaint);
-  checked(sd_bus_message_set_expect_reply(start.get(), 0), complaint);
-  checked(sd_bus_send(bus.get(), start.get(), nullptr), complaint);
+  constexpr std::chrono::seconds patience(25);
+  startSilently(bus, kAgentIdentifier, kLauncherIdentifier, patience);
 }
 
 /// Unmaps the pages of read-only segments; the kernel maps those again that are used again. Loading

@@ -168,14 +168,30 @@ TEST(Checks, TellWhatTheSettingsSwitchOn) {
   EXPECT_THAT(checkSettings(folder.write("settings.conf", "nonsense")).advice, HasSubstr("sets it aside"));
 }
 
-TEST(Checks, TellAProcessThatBeganBeforeAFileCame) {
-  const std::string fields = "7 (a ) b) S 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 20 21";
-  const Machine machine({{"proc/7/stat", fields + " 0 9\n"}, {"proc/8/stat", fields + " 9000000000000 9\n"}});
-  const std::filesystem::path file = machine.roots().procfs / "7/stat";
-  EXPECT_TRUE(beganBefore(7, file, machine.roots()));
-  EXPECT_FALSE(beganBefore(8, file, machine.roots()));
-  EXPECT_FALSE(beganBefore(9, file, machine.roots()));
-  EXPECT_FALSE(beganBefore(7, file / "absent", machine.roots()));
+TEST(Checks, TellWhoStartsTheAgentAtLogin) {
+  const std::optional<Trouble> off = Trouble{.what = "the entry is switched off"};
+  const struct {
+    std::optional<Trouble> entry;
+    LoginStarter session;
+    bool isWanted;
+    CheckState state;
+    const char* finding;
+    const char* advice;
+  } cases[] = {
+      {std::nullopt, {.starter = "XFCE"}, true, CheckState::Ok, "by XFCE", ""},
+      {off, {.starter = "XFCE"}, true, CheckState::Missing, "switched off", "quorlinctl enable"},
+      {off, {.starter = "XFCE"}, false, CheckState::Note, "switched off", "quorlinctl enable"},
+      {off, {.starter = "systemd, by a unit", .isUnit = true}, true, CheckState::Ok, "by a unit", ""},
+      {std::nullopt, {.desktop = "sway"}, true, CheckState::Missing, "sway", "systemctl --user enable"},
+      {std::nullopt, {}, true, CheckState::Note, "no desktop", "systemctl --user enable"},
+  };
+  for (const auto& [entry, session, isWanted, state, finding, advice] : cases) {
+    const Finding found = autostartFinding(entry, session, isWanted);
+    EXPECT_EQ(found.state, state) << found.line();
+    EXPECT_THAT(found.text, HasSubstr(finding));
+    EXPECT_THAT(found.advice, HasSubstr(advice));
+    EXPECT_EQ(found.advice.empty(), std::string_view(advice).empty());
+  }
 }
 
 TEST(Checks, FindAProgramInTheFoldersGiven) {

@@ -15,14 +15,12 @@ namespace {
 
 constexpr const char* kInterface = "org.freedesktop.Application";
 constexpr const char* kHandingOver = "Cannot hand over to the running instance";
-constexpr const char* kReadingData = "Cannot read platform data";
 
 /// How long another instance may take to answer, and how often one may leave instead.
 constexpr std::chrono::microseconds kPatience = std::chrono::seconds(5);
 constexpr int kAttempts = 5;
 
-/// Marks the call as a person's, with the tokens where there are any that a desktop passes a program to come
-/// to the foreground with (Startup Notification, XDG Activation).
+/// The tokens with which a desktop lets a program come to the foreground (Startup Notification, XDG Activation).
 void appendPlatformData(sd_bus_message* message) {
   const auto token = [](const char* variable) {
     const char* text = std::getenv(variable);
@@ -31,20 +29,6 @@ void appendPlatformData(sd_bus_message* message) {
   checked(sd_bus_message_append(message, "a{sv}", 2, "desktop-startup-id", "s", token("DESKTOP_STARTUP_ID"),
                                 "activation-token", "s", token("XDG_ACTIVATION_TOKEN")),
           kHandingOver);
-}
-
-std::vector<std::string> readKeys(sd_bus_message* message) {
-  std::vector<std::string> keys;
-  checked(sd_bus_message_enter_container(message, 'a', "{sv}"), kReadingData);
-  while (checked(sd_bus_message_enter_container(message, 'e', "sv"), kReadingData) > 0) {
-    const char* key = nullptr;
-    checked(sd_bus_message_read_basic(message, 's', &key), kReadingData);
-    keys.emplace_back(key);
-    checked(sd_bus_message_skip(message, "v"), kReadingData);
-    checked(sd_bus_message_exit_container(message), kReadingData);
-  }
-  checked(sd_bus_message_exit_container(message), kReadingData);
-  return keys;
 }
 
 std::vector<std::string> readStrings(sd_bus_message* message) {
@@ -61,25 +45,21 @@ std::vector<std::string> readStrings(sd_bus_message* message) {
 
 /// The methods of org.freedesktop.Application. Each answers before it acts, since an action may take long.
 struct BusApplication::Methods {
-  template <typename T>
-  static int answerThenAct(sd_bus_message* message, void* self, sd_bus_error* error,
-                           T (*read)(sd_bus_message*), void (BusApplication::*act)(const T&)) {
+  static int activate(sd_bus_message* message, void* self, sd_bus_error* /*error*/) {
+    sd_bus_reply_method_return(message, nullptr);
+    static_cast<BusApplication*>(self)->activated();
+    return 1;
+  }
+
+  static int open(sd_bus_message* message, void* self, sd_bus_error* error) {
     try {
-      const T argument = read(message);
+      const std::vector<std::string> urls = readStrings(message);
       sd_bus_reply_method_return(message, nullptr);
-      (static_cast<BusApplication*>(self)->*act)(argument);
+      static_cast<BusApplication*>(self)->opened(urls);
       return 1;
     } catch (const BusError& failure) {
       return sd_bus_error_set(error, SD_BUS_ERROR_INVALID_ARGS, failure.what());
     }
-  }
-
-  static int activate(sd_bus_message* message, void* self, sd_bus_error* error) {
-    return answerThenAct(message, self, error, readKeys, &BusApplication::activated);
-  }
-
-  static int open(sd_bus_message* message, void* self, sd_bus_error* error) {
-    return answerThenAct(message, self, error, readStrings, &BusApplication::opened);
   }
 
   static int activateAction(sd_bus_message* /*message*/, void* /*self*/, sd_bus_error* error) {
@@ -132,15 +112,14 @@ bool BusApplication::becomeOnlyInstance() {
 
 bool BusApplication::handOver() const {
   const std::vector<std::string> toOpen = urls();
-  const BusMessage handOver =
-      methodCall(bus_.get(), {id_.c_str(), path_.c_str(), kInterface}, toOpen.empty() ? "Activate" : "Open");
-  if (!toOpen.empty()) appendStrings(handOver.get(), toOpen, kHandingOver);
   const bool silent = std::ranges::count(arguments_, kSilentArgument) > 0;
-  if (silent) {
-    checked(sd_bus_message_append(handOver.get(), "a{sv}", 0), kHandingOver);
-  } else {
-    appendPlatformData(handOver.get());
-  }
+  // A second silent start asks for nothing, but whether the other instance answers.
+  const bool isQuestion = silent && toOpen.empty();
+  const BusMessage handOver =
+      methodCall(bus_.get(), {id_.c_str(), path_.c_str(), isQuestion ? "org.freedesktop.DBus.Peer" : kInterface},
+                 isQuestion ? "Ping" : (toOpen.empty() ? "Activate" : "Open"));
+  if (!toOpen.empty()) appendStrings(handOver.get(), toOpen, kHandingOver);
+  if (!isQuestion) appendPlatformData(handOver.get());
   sd_bus_message_set_auto_start(handOver.get(), 0);
   const auto before = std::chrono::steady_clock::now();
   const auto answer = call(bus_.get(), handOver, kPatience);
@@ -201,16 +180,10 @@ void BusApplication::askToTerminate() {
   if (delegate_ != nullptr && delegate_->applicationShouldTerminate() == TerminateReply::Now) runLoop_.stop();
 }
 
-void BusApplication::activated(const std::vector<std::string>& platformData) {
+void BusApplication::activated() {
   if (delegate_ == nullptr) return;
-  // A bare reopen has no parameters. A person's carries the desktop's data.
-  ApplicationEvent event{.id = "rapp", .description = "aevt\\rapp{"};
-  if (!platformData.empty()) {
-    event.description += " prdt:";
-    for (const std::string& key : platformData) event.description += " " + key;
-  }
-  event.description += " }";
-  delegate_->applicationShouldHandleReopen(event, false);
+  // A person's request, whether or not the desktop sends data with it.
+  delegate_->applicationShouldHandleReopen({.id = "rapp", .description = "aevt\\rapp{ prdt }"}, false);
 }
 
 void BusApplication::opened(const std::vector<std::string>& urls) {

@@ -27,16 +27,15 @@ std::filesystem::path mimeApplicationsFile() {
 
 std::optional<Trouble> setDefaultUrlHandler(const std::filesystem::path& mimeApplications,
                                             std::string_view scheme, std::string_view applicationId) {
-  const std::filesystem::path target = behindLinks(mimeApplications);
-  const Result<KeyFile> list = loadKeyFile(target);
-  if (!list) return list.error();
   // Desktops look a scheme up in lower case, xdg-open as it is written.
-  const std::string type = "x-scheme-handler/";
-  const std::string entry = std::string(applicationId) + ".desktop";
-  const bool asWritten = putFirst(list->get(), type + std::string(scheme), entry);
   const GText lower(g_ascii_strdown(scheme.data(), static_cast<gssize>(scheme.size())));
-  const bool inLowerCase = putFirst(list->get(), type + lower.get(), entry);
-  return asWritten || inLowerCase ? saveKeyFile(list->get(), target) : std::nullopt;
+  const std::string entry = std::string(applicationId) + ".desktop";
+  return changeKeyFile(mimeApplications, [&](GKeyFile* list) {
+    const std::string type = "x-scheme-handler/";
+    const bool asWritten = putFirst(list, type + std::string(scheme), entry);
+    const bool inLowerCase = putFirst(list, type + lower.get(), entry);
+    return asWritten || inLowerCase ? Changed::Contents : Changed::Nothing;
+  });
 }
 
 }  // namespace quorlin

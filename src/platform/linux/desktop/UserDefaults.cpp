@@ -1,12 +1,10 @@
 #include "platform/linux/desktop/UserDefaults.h"
 
 #include "platform/linux/desktop/KeyFile.h"
-#include "platform/posix/TextFile.h"
 #include "platform/values/Sentence.h"
 
 #include <charconv>
 #include <limits>
-#include <system_error>
 #include <utility>
 
 #include <glib.h>
@@ -18,21 +16,6 @@ using GDate = Owned<GDateTime, g_date_time_unref>;
 
 constexpr const char* kGroup = "Settings";
 constexpr const char* kNotSaved = "The settings are not saved: {}";
-
-/// Copies a malformed file to a free name beside it, and returns that.
-Result<std::filesystem::path> keepAside(const std::filesystem::path& file) {
-  std::error_code error;
-  std::filesystem::path aside = file.string() + ".unreadable";
-  for (int i = 2; std::filesystem::exists(aside, error); ++i) {
-    aside = file.string() + ".unreadable-" + std::to_string(i);
-  }
-  if (!error) std::filesystem::copy_file(file, aside, error);
-  if (error)
-    return systemTrouble(
-        filledIn("{} is malformed and cannot be copied to {}", {file.native(), aside.native()}), {},
-        error.value());
-  return aside;
-}
 
 std::string isoText(Date date) {
   const auto seconds = std::chrono::floor<std::chrono::seconds>(date);
@@ -105,26 +88,17 @@ void KeyFileUserDefaults::change(std::string_view key, std::optional<std::string
 }
 
 void KeyFileUserDefaults::store() {
-  const std::filesystem::path target = behindLinks(file_);
-  Result<KeyFile> keyFile = loadKeyFile(target);
-  if (!keyFile && keyFile.error().error == kMalformed) {
-    const Result<std::filesystem::path> aside = keepAside(target);
-    if (aside) {
-      log_.line(filledIn("The malformed settings are kept in {}", {aside->native()}));
-      keyFile = KeyFile(g_key_file_new());
-    } else {
-      keyFile = aside.error();
+  const auto merge = [this](GKeyFile* keyFile) {
+    for (const auto& [key, value] : unsaved_) {
+      if (value) {
+        g_key_file_set_value(keyFile, kGroup, key.c_str(), value->c_str());
+      } else {
+        g_key_file_remove_key(keyFile, kGroup, key.c_str(), nullptr);
+      }
     }
-  }
-  if (!keyFile) return log_.line(filledIn(kNotSaved, {keyFile.error().text()}));
-  for (const auto& [key, value] : unsaved_) {
-    if (value) {
-      g_key_file_set_value(keyFile->get(), kGroup, key.c_str(), value->c_str());
-    } else {
-      g_key_file_remove_key(keyFile->get(), kGroup, key.c_str(), nullptr);
-    }
-  }
-  if (const std::optional<Trouble> trouble = saveKeyFile(keyFile->get(), target)) {
+    return Changed::Contents;
+  };
+  if (const std::optional<Trouble> trouble = changeKeyFile(file_, merge, &log_)) {
     return log_.line(filledIn(kNotSaved, {trouble->text()}));
   }
   unsaved_.clear();

@@ -9,7 +9,8 @@ void LinuxJobBlessing::bless(std::string_view /*label*/, const Authorization* /*
   const std::weak_ptr alive(alive_);
   const Result<std::filesystem::path> helper = bundledProgram(kHelperFileName, bundle_);
   if (!helper) {
-    log_.line(helper.error().text());
+    trouble_ = helper.error().text();
+    log_.line(trouble_);
     runLoop_.performOnMainThread([alive, completion = std::move(completion)] {
       if (!alive.expired()) completion(false);
     });
@@ -20,7 +21,8 @@ void LinuxJobBlessing::bless(std::string_view /*label*/, const Authorization* /*
       [this, alive, helper = *helper, completion = std::move(completion)](const InstallerOutcome& outcome) {
         if (alive.expired()) return;
         const bool installed = outcome.kind == InstallerOutcome::Kind::Installed;
-        const std::string line = installed ? outcome.complaint : outcome.reason(helper);
+        trouble_ = installed ? "" : outcome.reason(helper);
+        const std::string& line = installed ? outcome.complaint : trouble_;
         if (!line.empty()) log_.line(line);
         completion(installed);
       });

@@ -7,6 +7,7 @@
 #include "platform/linux/processes/BundledPrograms.h"
 
 #include <filesystem>
+#include <string>
 #include <utility>
 
 namespace quorlin {
@@ -24,10 +25,14 @@ class LinuxJobBlessing final : public JobBlessing {
   void bless(std::string_view label, const Authorization* authorization,
              std::function<void(bool installed)> completion) override;
 
+  /// Why the last call did not succeed; empty if it did, and once it was taken. Main thread only.
+  std::string takeTrouble() { return std::exchange(trouble_, {}); }
+
  private:
   RunLoop& runLoop_;
   Log& log_;
   std::filesystem::path bundle_;
+  std::string trouble_;
   std::shared_ptr<const bool> alive_ = std::make_shared<bool>(true);
 };
 

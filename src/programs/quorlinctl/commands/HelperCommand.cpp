@@ -1,13 +1,10 @@
 #include "commands/RequestKey.h"
-#include "core/Settings.h"
-#include "platform/linux/desktop/UserDefaults.h"
 #include "platform/linux/helper/HelperInstaller.h"
 #include "platform/linux/processes/BundledPrograms.h"
 #include "platform/linux/processes/Spawn.h"
 #include "platform/linux/system/System.h"
 #include "platform/posix/TextFile.h"
 #include "programs/quorlinctl/commands/Subcommands.h"
-#include "programs/quorlinctl/doctor/Checks.h"
 #include "programs/quorlinctl/services/Helper.h"
 #include "programs/quorlinctl/terminal/StandardStreams.h"
 
@@ -26,15 +23,6 @@ namespace {
 constexpr const char* kInstallationFolder = "/usr/local/libexec";
 constexpr const char* kUnitFile = "/etc/systemd/system/quorlin-core-helper.service";
 constexpr const char* kNotInstalled = "the core helper is not installed";
-
-/// Also true without a session bus, as below sudo.
-bool agentMayRun() {
-  try {
-    return findAgent(Bus::openSession()).has_value();
-  } catch (const BusError&) {
-    return true;
-  }
-}
 
 std::optional<Bus> findSystemBus() {
   try {
@@ -63,15 +51,7 @@ int install() {
     return outcome.status;
   }
   if (!outcome.complaint.empty()) complain(outcome.complaint);
-  if (!isSwitchedOn(settingsFile(), setting::kCoreAutostart)) {
-    return print(fmt::format(
-        "The core helper is installed. To use it, write coreAutostart=1 below [Settings] in {} and restart "
-        "the agent.\n",
-        displayText(settingsFile().native())));
-  }
-  return print(agentMayRun() ? "The core helper is installed. Restart the agent, which looks for the helper "
-                               "only when it starts.\n"
-                             : "The core helper is installed.\n");
+  return print("The core helper is installed. To switch it on: quorlinctl enable core\n");
 }
 
 /// Nobody can ask the helper itself.

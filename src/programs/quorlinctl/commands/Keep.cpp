@@ -1,9 +1,10 @@
 #include "programs/quorlinctl/commands/Keep.h"
 
 #include "core/Notifications.h"
-#include "platform/linux/desktop/KeyFile.h"
+#include "platform/linux/desktop/AutostartEntry.h"
 #include "platform/linux/processes/BundledPrograms.h"
 #include "platform/linux/processes/Spawn.h"
+#include "platform/linux/system/Log.h"
 #include "platform/posix/FileDescriptor.h"
 #include "platform/posix/TextFile.h"
 
@@ -11,12 +12,9 @@
 #include <chrono>
 #include <csignal>
 #include <string>
-#include <string_view>
-#include <system_error>
 
 #include <fcntl.h>
 #include <fmt/format.h>
-#include <unistd.h>
 
 // glibc 2.36 lacks this in the header itself.
 extern "C" {
@@ -30,56 +28,15 @@ constexpr const char* kProgram = "quorlin-keep";
 /// How long a keeper may take to come or to leave.
 constexpr std::chrono::seconds kPatience(30);
 
-/// What the entry says of itself.
-constexpr const char* kMark = "X-QuorlinSensors-Keep";
-
 std::string keeperName() { return std::string(kKeeperIdentifier); }
 
-/// A program's path as the value of Exec, by the Desktop Entry Specification, "The Exec key".
-std::string execOf(const std::string& path) {
-  std::string value = "\"";
-  for (const char byte : path) {
-    if (std::string_view("\"`$\\").find(byte) != std::string_view::npos) value += '\\';
-    value += byte;
-    if (byte == '%') value += '%';
-  }
-  return value + '"';
-}
-
-/// Why the entry is not quorlinctl's to change; nothing where it is, or where there is none.
-std::optional<Trouble> objectionTo(const std::filesystem::path& entry) {
-  std::error_code error;
-  const std::filesystem::file_type type = std::filesystem::symlink_status(entry, error).type();
-  if (type == std::filesystem::file_type::not_found) return std::nullopt;
-  if (error) return systemTrouble("{} cannot be examined", entry, error.value());
-  if (type == std::filesystem::file_type::regular) {
-    const Result<KeyFile> file = loadKeyFile(entry);
-    if (file && g_key_file_get_boolean(file->get(), G_KEY_FILE_DESKTOP_GROUP, kMark, nullptr) == TRUE) {
-      return std::nullopt;
-    }
-  }
-  return Trouble{.what = "{} stays as it is", .where = entry, .why = "it is not quorlinctl's"};
-}
-
-std::optional<Trouble> writeEntry(const std::filesystem::path& entry, const std::filesystem::path& program) {
-  if (auto objection = objectionTo(entry)) return objection;
-  const KeyFile file(g_key_file_new());
-  const auto set = [&file](const char* key, const std::string& value) {
-    g_key_file_set_string(file.get(), G_KEY_FILE_DESKTOP_GROUP, key, value.c_str());
-  };
-  set(G_KEY_FILE_DESKTOP_KEY_TYPE, G_KEY_FILE_DESKTOP_TYPE_APPLICATION);
-  set(G_KEY_FILE_DESKTOP_KEY_NAME, "Battery charge limit");
-  set(G_KEY_FILE_DESKTOP_KEY_COMMENT, "Keeps the battery's charge at its limit");
-  set(G_KEY_FILE_DESKTOP_KEY_TRY_EXEC, program);
-  set(G_KEY_FILE_DESKTOP_KEY_EXEC, execOf(program));
-  set(kMark, "true");
-  return saveKeyFile(file.get(), entry);
-}
-
-std::optional<Trouble> removeEntry(const std::filesystem::path& entry) {
-  if (auto objection = objectionTo(entry)) return objection;
-  if (::unlink(entry.c_str()) == 0 || errno == ENOENT) return std::nullopt;
-  return systemTrouble("{} cannot be removed", entry, errno);
+std::optional<Trouble> setEntry(bool enabled) {
+  StreamLog log("quorlinctl");
+  return setAutostart(autostartEntry(kKeeperIdentifier),
+                      {.name = "Battery charge limit",
+                       .comment = "Keeps the battery's charge at its limit",
+                       .program = bundleFolder() / kProgram},
+                      enabled, log);
 }
 
 /// Does something, then waits until a keeper runs or none does.
@@ -124,20 +81,16 @@ std::optional<Trouble> end(const Bus& session) {
 
 bool isKept(const Bus& session) { return processOwning(session, keeperName()).has_value(); }
 
-std::filesystem::path keeperEntry() {
-  return std::filesystem::path(g_get_user_config_dir()) / "autostart" / (keeperName() + ".desktop");
-}
-
 std::optional<Trouble> keepRunning(const Bus& session) {
   const Result<std::filesystem::path> program = bundledProgram(kProgram);
   if (!program) return program.error();
-  if (auto trouble = writeEntry(keeperEntry(), *program)) return trouble;
+  if (auto trouble = setEntry(true)) return trouble;
   if (isKept(session)) return std::nullopt;
   return changeTo(true, session, [&program] { return start(*program); });
 }
 
 std::optional<Trouble> stopKeeping(const Bus& session) {
-  std::optional<Trouble> trouble = removeEntry(keeperEntry());
+  std::optional<Trouble> trouble = setEntry(false);
   std::optional<Trouble> stays = changeTo(false, session, [&session] { return end(session); });
   return trouble ? trouble : stays;
 }
@@ -149,7 +102,7 @@ Result<std::string> changeKeeping(bool keep) {
   if (keep) {
     return fmt::format("{} It starts at every login from now on, by {}.",
                        wasKept ? "quorlin-keep is running already." : "Started quorlin-keep.",
-                       keeperEntry().native());
+                       autostartEntry(kKeeperIdentifier).native());
   }
   return fmt::format("{} It does not start at login. The charge is held only while another consumer runs.",
                      wasKept ? "Ended quorlin-keep." : "quorlin-keep was not running.");

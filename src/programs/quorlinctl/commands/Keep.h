@@ -4,7 +4,6 @@
 #include "platform/linux/bus/Bus.h"
 #include "platform/values/Result.h"
 
-#include <filesystem>
 #include <optional>
 #include <string>
 
@@ -19,9 +18,6 @@ std::optional<Trouble> keepRunning(const Bus& session);
 
 /// The opposite of both; returns once the keeper has left. Throws BusError.
 std::optional<Trouble> stopKeeping(const Bus& session);
-
-/// The entry by which the desktop starts the keeper.
-std::filesystem::path keeperEntry();
 
 /// Carries out --keep or --no-keep. Returns what was done, in whole sentences. Throws BusError.
 Result<std::string> changeKeeping(bool keep);

@@ -55,7 +55,7 @@ Result<int, UsageError> showNetworkApplications(const ParsedArguments& given) {
   LinuxRunLoop loop;
   const Bus bus = Bus::openSession();
   const BusSource source(bus, [&] { loop.stop(); });
-  if (!findAgent(bus)) return fail("the agent is not running; start it: quorlin-sensors");
+  if (const std::optional<std::string> trouble = ensureAgent(bus)) return fail(*trouble);
   const std::optional<Notification> answer = ask(bus, loop, given.duration("timeout").value_or(kPatience));
   if (!answer) return fail("the agent did not answer in time; it may be busy");
   return printDrawn(given.has("json") ? jsonLineOf(*answer) + "\n" : report(*answer));

@@ -15,6 +15,31 @@ using enum Option::Kind;
 
 std::span<const Subcommand> subcommands() {
   static const std::vector<Subcommand> rows = {
+      {.name = "enable",
+       .summary = "switch the sensors or the core helper on, now and at every login",
+       .operands = {AtMostOne, "sensors|core"},
+       .description =
+           "Has the agent run now and at every login, with its sensors plug-in on; with core, with the core helper "
+           "on, which reads the power and holds the battery's charge. Where the core helper is not installed yet, "
+           "the agent installs it, which asks for an administrator's password.",
+       .exitStatuses = {{"0", "done"}, {"1", "not done, or only in part; the error stream says what and why"}},
+       .action = enableFeature},
+      {.name = "disable",
+       .summary = "switch the sensors or the core helper off again",
+       .operands = {AtMostOne, "sensors|core"},
+       .description =
+           "Switches the sensors plug-in off, or with core the core helper, which lets the battery charge again "
+           "and stays installed. With both off the agent ends and no longer starts at login.",
+       .exitStatuses = {{"0", "done"}, {"1", "not done, or only in part; the error stream says what and why"}},
+       .action = disableFeature},
+      {.name = "status",
+       .summary = "show what is switched on, running and installed",
+       .description = "Shows what is on, running and installed, and where it is not, why and what to do.",
+       .options = {{"json", Flag, "Print one JSON object: complete and checks."}},
+       .exitStatuses = {{"0", "what is switched on works"}, {"1", "something does not, or nothing is switched on"}},
+       .action = [](const ParsedArguments& given) -> Result<int, UsageError> {
+         return examine(Examination::Status, given.has("json"));
+       }},
       {.name = "watch",
        .summary = "show the machine's sensors and disk activity as they change",
        .description =
@@ -53,7 +78,7 @@ std::span<const Subcommand> subcommands() {
        .options = {{"json", Flag, "Print one JSON object: complete and checks."}},
        .exitStatuses = {{"0", "nothing is missing"}, {"1", "something is missing"}},
        .action = [](const ParsedArguments& given) -> Result<int, UsageError> {
-         return examine(given.has("json"));
+         return examine(Examination::Everything, given.has("json"));
        }},
       {.name = "battery-limit",
        .summary = "hold the battery's charge at a limit, or show how it is held",

@@ -41,6 +41,10 @@ Result<int, UsageError> watch(const ParsedArguments& given);
 /// Asks the agent once which applications use the network.
 Result<int, UsageError> showNetworkApplications(const ParsedArguments& given);
 
+/// Switches the sensors plug-in or the core helper, as the window's switches do.
+Result<int, UsageError> enableFeature(const ParsedArguments& given);
+Result<int, UsageError> disableFeature(const ParsedArguments& given);
+
 /// Sets the charge limit, or shows it; tells what becomes of it.
 Result<int, UsageError> limitBattery(const ParsedArguments& given);
 

@@ -1,8 +1,6 @@
 #include "core/Notifications.h"
-#include "core/Settings.h"
 #include "helper/HelperTool.h"
 #include "platform/linux/bus/NotificationCenter.h"
-#include "platform/linux/desktop/UserDefaults.h"
 #include "platform/linux/loop/BusSource.h"
 #include "platform/linux/loop/RunLoop.h"
 #include "platform/linux/power/PowerSources.h"
@@ -10,7 +8,6 @@
 #include "platform/values/Tick.h"
 #include "programs/quorlinctl/commands/PendingReport.h"
 #include "programs/quorlinctl/commands/Subcommands.h"
-#include "programs/quorlinctl/doctor/Checks.h"
 #include "programs/quorlinctl/hold/HoldFacts.h"
 #include "programs/quorlinctl/services/Agent.h"
 #include "programs/quorlinctl/services/Consumer.h"
@@ -19,7 +16,6 @@
 #include "programs/quorlinctl/view/SampleOutput.h"
 
 #include <csignal>
-#include <utility>
 
 #include <unistd.h>
 
@@ -29,15 +25,17 @@ namespace {
 /// How long a terminal shows an old sample: a little over three ticks.
 constexpr auto kSilence = 3 * kTick + std::chrono::seconds(1);
 
-/// Whether power metrics can come.
-bool isPowerExpected() {
-  if (!isSwitchedOn(settingsFile(), setting::kCoreAutostart)) return false;
+bool isHelperInstalled() {
   try {
     return isAvailable(Bus::openSystem(), kHelperLabel);
   } catch (const BusError&) {
     return false;
   }
 }
+
+constexpr const char* kSilentAgent = "the agent is running but does not answer; it may be busy";
+constexpr const char* kSensorsOff =
+    "the agent is running, but its sensors plug-in is off; switch it on: quorlinctl enable";
 
 /// One run of the subcommand.
 class WatchSession {
@@ -52,19 +50,21 @@ class WatchSession {
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
       sources.push_back(LinuxRunLoop::watchSignal(signal, [this] { finish(exitCode_); }));
     }
-    output_ = makeOutput();
+    const Readiness ready = prepare();
     if (given_.has("once")) {
+      if (!ready.trouble.empty()) return fail(ready.trouble);
       report_.emplace(loop_,
                       PendingReport::Expectation{.role = role_,
-                                                 .sample = isSwitchedOn(settingsFile(), setting::kAutostart),
-                                                 .power = !given_.has("json") && isPowerExpected(),
+                                                 .sample = ready.sample,
+                                                 .power = ready.power && !given_.has("json"),
                                                  .timeout = given_.duration("timeout")},
                       [this] { endReport(); });
-    } else {
-      waitForSample();
     }
+    output_ = makeOutput();
+    if (!report_) waitForSample();
+    if (!ready.trouble.empty()) tell(ready.trouble);
     const Consumer consumer(
-        center_, role_, [this] { return name_.isOwned(); },
+        center_, role_, [this] { return name_.isLastMainApplication(); },
         [this](const Notification& notification) { receive(notification); });
     loop_.run();
     output_.reset();
@@ -73,11 +73,28 @@ class WatchSession {
   }
 
  private:
+  /// What can come, and why nothing can.
+  struct Readiness {
+    bool sample = false;
+    bool power = false;
+    std::string trouble = {};
+  };
+
+  /// Has the agent started where it does not run.
+  Readiness prepare() {
+    if (const std::optional<std::string> trouble = ensureAgent(bus_)) return {.trouble = *trouble};
+    const std::optional<AgentSwitches> switches = switchesOf(bus_);
+    if (!switches) return {.trouble = kSilentAgent};
+    Readiness ready{.sample = switches->plugin, .power = switches->core && isHelperInstalled()};
+    if (!ready.sample && !ready.power) ready.trouble = kSensorsOff;
+    return ready;
+  }
+
   std::unique_ptr<Output> makeOutput() {
     if (given_.has("json")) return std::make_unique<JsonOutput>(powerSources_);
-    const bool live = !given_.has("once") && ::isatty(STDOUT_FILENO) == 1 && terminalHasScreen();
+    isLive_ = !given_.has("once") && ::isatty(STDOUT_FILENO) == 1 && terminalHasScreen();
     const HoldTeller tellHold = [] { return verdictOf(gatherHoldFacts()).line(); };
-    if (!live) return std::make_unique<ReportOutput>(role_, powerSources_, tellHold);
+    if (!isLive_) return std::make_unique<ReportOutput>(role_, powerSources_, tellHold);
     return std::make_unique<LiveOutput>(role_, powerSources_, tellHold, [this] { finish(kExitOk); });
   }
 
@@ -85,7 +102,6 @@ class WatchSession {
     const RoleNotifications names = notificationsOf(role_);
     // A stopped loop may still hand out what had already arrived.
     if (finished_) return;
-    if (notification.name == names.heartbeat) heardHeartbeat_ = true;
     if (report_) return report_->take(notification);
     if (notification.name == names.heartbeat) return;
     if (notification.name == names.fullSample) waitForSample();
@@ -113,21 +129,20 @@ class WatchSession {
     silence_ = loop_.scheduleTimer(kSilence, [this] { output_->explainSilence(reasonOfSilence()); });
   }
 
+  /// To a waiting user.
+  void tell(const std::string& reason) {
+    if (isLive_) return output_->explainSilence(reason);
+    complain(reason);
+  }
+
   /// Why no sample came since the last time.
   std::string reasonOfSilence() {
-    const bool heardHeartbeat = std::exchange(heardHeartbeat_, false);
     try {
-      if (!findAgent(bus_)) return "the agent is not running; start it: quorlin-sensors";
+      const Readiness ready = prepare();
+      return ready.trouble.empty() ? "the agent is running, but no sample came in time" : ready.trouble;
     } catch (const BusError& error) {
       return error.what();
     }
-    if (heardHeartbeat) return "the agent is running, but no sample came in time";
-    if (isSwitchedOn(settingsFile(), setting::kAutostart)) {
-      return "the agent is running but posts nothing; it is busy, or its sensors plug-in was off when it "
-             "started";
-    }
-    return "the agent is running, but its sensors plug-in is off; quorlinctl doctor explains how to switch "
-           "it on";
   }
 
   void finish(ExitCode exitCode, const std::string& message = "") {
@@ -150,7 +165,7 @@ class WatchSession {
   std::optional<PendingReport> report_;
   std::string message_;
   ExitCode exitCode_ = kExitOk;
-  bool heardHeartbeat_ = false;
+  bool isLive_ = false;
   bool finished_ = false;
   BusSource source_{bus_, [this] { finish(kExitFailed, "lost the connection to the session bus"); }};
 };

@@ -29,12 +29,26 @@ struct Finding {
 /// Whether the settings switch something on: setting::kAutostart or setting::kCoreAutostart.
 bool isSwitchedOn(const std::filesystem::path& settings, std::string_view setting);
 
-/// Whether a process started before a file came to its place; no if that is unknown.
-bool beganBefore(pid_t process, const std::filesystem::path& file, const SystemRoots& roots);
-
-/// The user's session. An agent that started before the core helper was installed did not find it, where the
-/// settings switch it on. Throws BusError.
+/// The user's session. An agent may run with something off that the settings switch on. Throws BusError.
 Finding checkAgent(const Bus& sessionBus);
+
+/// Who starts the agent at login besides a person.
+struct LoginStarter {
+  /// A desktop or systemd; empty if none is known.
+  std::string starter = {};
+  /// systemd, not for the autostart entry but by a unit of its own.
+  bool isUnit = false;
+  /// What the session calls itself.
+  std::string desktop = {};
+};
+
+/// Throws BusError.
+LoginStarter loginStarterOf(const Bus& sessionBus);
+
+/// Whether the agent starts at login; something is missing only where that is wanted.
+Finding autostartFinding(const std::optional<Trouble>& entryTrouble, const LoginStarter& session, bool isWanted);
+Finding checkAutostart(const Bus& sessionBus, bool isWanted);
+
 Finding checkSettings(const std::filesystem::path& settings);
 /// Whether this session puts each application into a control group with its id.
 Finding checkApplicationNames(const SystemRoots& roots);

@@ -53,6 +53,10 @@ Finding reachability(const Result<Bus>& bus, const char* good, const char* advic
   return {CheckState::Missing, fmt::format("{}.", bus.error().text()), advice};
 }
 
+bool isAnythingSwitchedOn(const std::filesystem::path& settings) {
+  return isSwitchedOn(settings, setting::kAutostart) || isSwitchedOn(settings, setting::kCoreAutostart);
+}
+
 /// Asks on a bus; nothing without the bus, which a check of its own reports.
 template <auto bus, Finding (*check)(const Bus&)>
 std::optional<Finding> askOn(const Surroundings& here) {
@@ -86,6 +90,7 @@ struct Check {
   Purpose purpose;
   /// Returns nothing where there is nothing to check.
   std::optional<Finding> (*run)(const Surroundings&);
+  bool isStatus = false;
 };
 
 constexpr std::string_view kCoreHelperId = "core-helper";
@@ -96,8 +101,14 @@ constexpr std::array kChecks = {
             return reachability(here.sessionBus, "The session bus is reachable.",
                                 "Run this inside a user session, or set DBUS_SESSION_BUS_ADDRESS.");
           }},
-    Check{"agent", "agent", Purpose::Sensors, askOn<&Surroundings::sessionBus, checkAgent>},
-    Check{"settings", "settings", Purpose::Sensors, look<checkSettings>},
+    Check{"agent", "agent", Purpose::Sensors, askOn<&Surroundings::sessionBus, checkAgent>, true},
+    Check{"settings", "sensors plug-in", Purpose::Sensors, look<checkSettings>, true},
+    Check{"autostart", "start at login", Purpose::Sensors,
+          [](const Surroundings& here) -> std::optional<Finding> {
+            if (!here.sessionBus) return std::nullopt;
+            return checkAutostart(*here.sessionBus, isAnythingSwitchedOn(here.settings));
+          },
+          true},
     Check{"processor", "processor", Purpose::Sensors, look<checkProcessor>},
     Check{"machine", "machine", Purpose::Sensors, look<checkMachine>},
     Check{"sensors", "sensors", Purpose::Sensors, look<checkSensors>},
@@ -111,14 +122,14 @@ constexpr std::array kChecks = {
             return checkProgram("ps", "procps", kProgramFolders);
           }},
     Check{"nettop", "network applications", Purpose::Sensors, look<checkNetTop>},
-    Check{"core-helper-setting", "core helper setting", Purpose::CoreHelper, look<checkCoreSetting>},
+    Check{"core-helper-setting", "core helper setting", Purpose::CoreHelper, look<checkCoreSetting>, true},
     Check{"system-bus", "system bus", Purpose::CoreHelper,
           [](const Surroundings& here) -> std::optional<Finding> {
             return reachability(
                 here.systemBus, "The system bus is reachable.",
                 "The core helper needs it; if it is not installed, run 'sudo apt install dbus'.");
           }},
-    Check{kCoreHelperId, "core helper", Purpose::CoreHelper, askOn<&Surroundings::systemBus, checkHelper>},
+    Check{kCoreHelperId, "core helper", Purpose::CoreHelper, askOn<&Surroundings::systemBus, checkHelper>, true},
     Check{"polkit", "polkit", Purpose::CoreHelper, askOn<&Surroundings::systemBus, checkPolkit>},
     Check{"pkexec", "program pkexec", Purpose::HelperInstallation,
           [](const Surroundings&) -> std::optional<Finding> {
@@ -133,10 +144,11 @@ constexpr std::array kChecks = {
             if (verdict.state == HoldState::NoBattery) return std::nullopt;
             const bool isGood = verdict.state != HoldState::NotHeld;
             return Finding{isGood ? CheckState::Ok : CheckState::Note, verdict.text, verdict.advice};
-          }},
+          },
+          true},
 };
 
-std::vector<CheckResult> runChecks() {
+std::vector<CheckResult> runChecks(Examination examination) {
   const Surroundings surroundings{.roots = systemRootsFromEnvironment(),
                                   .settings = settingsFile(),
                                   .sessionBus = opened(Bus::openSession),
@@ -145,6 +157,7 @@ std::vector<CheckResult> runChecks() {
   bool hasHelper = false;
   std::vector<CheckResult> results;
   for (const Check& check : kChecks) {
+    if (examination == Examination::Status && !check.isStatus) continue;
     std::optional<Finding> finding = check.run(surroundings);
     if (!finding) continue;
     const bool isNeeded = check.purpose == Purpose::Sensors ||
@@ -195,8 +208,8 @@ bool isComplete(const std::vector<CheckResult>& checks) {
       checks, [](const CheckResult& check) { return check.finding.state == CheckState::Missing; });
 }
 
-int examine(bool asJson) {
-  const std::vector<CheckResult> checks = runChecks();
+int examine(Examination examination, bool asJson) {
+  const std::vector<CheckResult> checks = runChecks(examination);
   std::string text;
   if (asJson) {
     text = jsonLineOf(checks) + "\n";

@@ -1,4 +1,4 @@
-/// quorlinctl doctor: finds out what is missing on this machine and why.
+/// quorlinctl doctor: finds out what is missing on this machine and why; and the part of it that is quorlinctl status.
 #pragma once
 
 #include "programs/quorlinctl/doctor/Checks.h"
@@ -27,7 +27,10 @@ Finding asNote(Finding finding);
 /// Whether nothing is missing.
 bool isComplete(const std::vector<CheckResult>& checks);
 
+/// Status is what the agent's user switches, installs and starts.
+enum class Examination { Everything, Status };
+
 /// Runs the checks and prints them. Returns the process's exit status.
-int examine(bool asJson);
+int examine(Examination examination, bool asJson);
 
 }  // namespace quorlin

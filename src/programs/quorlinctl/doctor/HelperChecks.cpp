@@ -16,7 +16,7 @@ Finding checkCoreSetting(const std::filesystem::path& settings) {
           fmt::format("The settings in {} leave the core helper off, so there are no power metrics and the "
                       "charge is not held.",
                       settings.string()),
-          "To change that, write coreAutostart=1 below [Settings] in the file and restart the agent."};
+          "To change that: 'quorlinctl enable core'."};
 }
 
 Finding checkHelper(const Bus& systemBus) {

@@ -7,18 +7,10 @@
 #include "programs/quorlinctl/doctor/Machine.h"
 #include "programs/quorlinctl/doctor/QuietLog.h"
 
-#include <cstdint>
-#include <ctime>
-#include <sstream>
-
 #include <fmt/format.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace quorlin {
 namespace {
-
-constexpr const char* kInstalledHelper = "/usr/local/libexec/quorlin-core-helper";
 
 /// cgroups(7): the unified hierarchy's line begins with "0::".
 std::string unifiedControlGroup(const std::string& groups) {
@@ -30,36 +22,28 @@ std::string unifiedControlGroup(const std::string& groups) {
 
 }  // namespace
 
-bool beganBefore(pid_t process, const std::filesystem::path& file, const SystemRoots& roots) {
-  const std::string text = textIn(roots.procfs / std::to_string(process) / "stat");
-  // proc(5): the 22nd field is the start, in clock ticks since the system's start; the name before the third
-  // may hold any character.
-  std::istringstream fields(text.substr(text.rfind(')') + 1));
-  std::string other;
-  for (int field = 3; field < 22; ++field) fields >> other;
-  std::int64_t ticks = 0;
-  struct stat status {};
-  if (!(fields >> ticks) || ::stat(file.c_str(), &status) != 0) return false;
-  timespec now{};
-  timespec sinceSystemStart{};
-  ::clock_gettime(CLOCK_REALTIME, &now);
-  ::clock_gettime(CLOCK_BOOTTIME, &sinceSystemStart);
-  // Installing a package keeps the file's own time of modification.
-  return now.tv_sec - sinceSystemStart.tv_sec + ticks / ::sysconf(_SC_CLK_TCK) < status.st_ctim.tv_sec;
-}
-
 Finding checkAgent(const Bus& sessionBus) {
   const std::optional<pid_t> agent = findAgent(sessionBus);
+  const bool wantsPlugin = isSwitchedOn(settingsFile(), setting::kAutostart);
+  const bool wantsCore = isSwitchedOn(settingsFile(), setting::kCoreAutostart);
   if (!agent) {
+    if (!wantsPlugin && !wantsCore)
+      return {CheckState::Note, "The agent does not run, since everything is switched off."};
     return {CheckState::Missing, fmt::format("The agent {} is not on the session bus.", kAgentIdentifier),
-            "Start it with 'quorlin-sensors'."};
+            isAvailable(sessionBus, kAgentIdentifier)
+                ? "The bus starts it for the first program that wants it, such as 'quorlinctl watch'."
+                : "The bus cannot start it, since it is not installed for it; start it with 'quorlin-sensors -silent'."};
   }
-  if (isSwitchedOn(settingsFile(), setting::kCoreAutostart) &&
-      beganBefore(*agent, kInstalledHelper, systemRootsFromEnvironment())) {
-    return {CheckState::Note,
-            fmt::format("The agent (process {}) started before the core helper was installed.", *agent),
-            "Restart the agent, which looks for the helper only when it starts."};
-  }
+  const std::optional<AgentSwitches> switches = switchesOf(sessionBus);
+  if (!switches)
+    return {CheckState::Note, fmt::format("The agent (process {}) does not answer.", *agent), "It may be busy."};
+  const auto offInSpiteOf = [&](const char* what, const char* command) {
+    return Finding{CheckState::Note,
+                   fmt::format("The agent (process {}) runs with {} off, which the settings switch on.", *agent, what),
+                   fmt::format("'{}' switches it on.", command)};
+  };
+  if (wantsPlugin && !switches->plugin) return offInSpiteOf("the sensors plug-in", "quorlinctl enable");
+  if (wantsCore && !switches->core) return offInSpiteOf("the core helper", "quorlinctl enable core");
   return {CheckState::Ok, fmt::format("The agent {} is process {}.", kAgentIdentifier, *agent)};
 }
 
@@ -81,7 +65,7 @@ Finding checkSettings(const std::filesystem::path& settings) {
   }
   return {CheckState::Missing,
           fmt::format("The settings in {} leave the sensors plug-in off.", settings.string()),
-          "Write autostart=1 below [Settings] in the file and restart the agent."};
+          "Switch it on with 'quorlinctl enable'."};
 }
 
 Finding checkApplicationNames(const SystemRoots& roots) {

@@ -33,7 +33,7 @@ std::optional<HoldVerdict> whatIsMissing(const HoldFacts& facts) {
     return HoldVerdict{HoldState::NotHeld, facts.helperTrouble, facts.helperAdvice};
   if (!facts.isCoreOn) {
     return HoldVerdict{HoldState::NotHeld, "The settings leave the core helper off.",
-                       "'quorlinctl doctor' explains how to switch it on."};
+                       "Switch it on with 'quorlinctl enable core'."};
   }
   if (!facts.agentTrouble.empty())
     return HoldVerdict{HoldState::NotHeld, facts.agentTrouble, facts.agentAdvice};

@@ -8,6 +8,12 @@
 
 namespace quorlin {
 
+namespace {
+
+constexpr BusObject kDaemon = {"org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus"};
+
+}  // namespace
+
 RoleNotifications notificationsOf(Role role) {
   using namespace notification;
   if (role == Role::Widget) return {kSensorsActiveW, kSensorsDataW, kSensorsDataWMini};
@@ -20,10 +26,26 @@ ApplicationName::ApplicationName(const Bus& bus, Role role)
   checked(request(), "Cannot own an application's name on the session bus");
 }
 
-bool ApplicationName::isOwned() const {
-  // sd_bus_request_name(3): who owns the name already is told so; anybody else gets it or stays in the queue.
-  const int answer = request();
-  return answer > 0 || answer == -EALREADY;
+bool ApplicationName::isLastMainApplication() const {
+  const auto ask = [this](const char* member, std::string_view name) {
+    const BusMessage question = methodCall(bus_.get(), kDaemon, member);
+    checked(sd_bus_message_append(question.get(), "s", std::string(name).c_str()), "Cannot ask about a name");
+    return call(bus_.get(), question);
+  };
+  const auto keeper = ask("GetNameOwner", kKeeperIdentifier);
+  const char* const keeperName = keeper ? stringIn(*keeper) : nullptr;
+  const char* ownName = nullptr;
+  if (sd_bus_get_unique_name(bus_.get(), &ownName) < 0) return false;
+  for (const std::string_view identifier : kMainAppIdentifiers) {
+    const auto owners = ask("ListQueuedOwners", identifier);
+    if (!owners && !owners.error().isOneOf({SD_BUS_ERROR_NAME_HAS_NO_OWNER})) return false;
+    if (!owners || sd_bus_message_enter_container(owners->get(), 'a', "s") < 0) continue;
+    while (const char* const owner = stringIn(*owners)) {
+      if (std::string_view(owner) != ownName && (keeperName == nullptr || std::string_view(owner) != keeperName))
+        return false;
+    }
+  }
+  return true;
 }
 
 int ApplicationName::request() const {
@@ -43,23 +65,27 @@ bool ApplicationName::hasKeeper() const {
 
 ApplicationName::~ApplicationName() { sd_bus_release_name(bus_.get(), name_); }
 
-Consumer::Consumer(NotificationCenter& center, Role role, std::function<bool()> isTheApplication,
+Consumer::Consumer(NotificationCenter& center, Role role, std::function<bool()> isLast,
                    Handler handler)
     : center_(center),
       role_(role),
       names_(notificationsOf(role)),
-      isTheApplication_(std::move(isTheApplication)),
+      isLast_(std::move(isLast)),
       handler_(std::move(handler)) {
   for (const std::string_view name :
        {names_.heartbeat, names_.fullSample, names_.reducedSample, notification::kCoreData}) {
     observations_.push_back(
         center_.addObserver(name, [this](const Notification& notification) { receive(notification); }));
   }
+  // Another consumer may leave without knowing of this one.
+  observations_.push_back(center_.addObserver(notification::kMainAppInactive, [this](const Notification&) {
+    announce(notification::kMainAppActive);
+  }));
   announce(notification::kMainAppActive);
 }
 
 Consumer::~Consumer() {
-  if (isTheApplication_()) announce(notification::kMainAppInactive);
+  if (isLast_()) announce(notification::kMainAppInactive);
 }
 
 void Consumer::receive(const Notification& notification) {

@@ -35,8 +35,9 @@ class ApplicationName {
   ApplicationName(const ApplicationName&) = delete;
   ApplicationName& operator=(const ApplicationName&) = delete;
 
-  /// False while another program has the name, and once the bus has gone away.
-  bool isOwned() const;
+  /// Whether no other program has or waits for the id of a main application, but the keeper, which takes no
+  /// samples. False once the bus has gone away.
+  bool isLastMainApplication() const;
 
  private:
   /// What sd_bus_request_name() returns.
@@ -53,9 +54,9 @@ class Consumer {
  public:
   using Handler = std::function<void(const Notification&)>;
 
-  /// Calls the handler for samples, reduced samples, power metrics and heartbeats. isTheApplication says
-  /// whether no other program has the role. The center outlives the consumer. Throws BusError.
-  Consumer(NotificationCenter& center, Role role, std::function<bool()> isTheApplication, Handler handler);
+  /// Calls the handler for samples, reduced samples, power metrics and heartbeats. isLast says whether no other
+  /// main application would stay. The center outlives the consumer. Throws BusError.
+  Consumer(NotificationCenter& center, Role role, std::function<bool()> isLast, Handler handler);
   /// The main application announces that it leaves, unless another one stays.
   ~Consumer();
 
@@ -66,7 +67,7 @@ class Consumer {
   NotificationCenter& center_;
   Role role_;
   RoleNotifications names_;
-  std::function<bool()> isTheApplication_;
+  std::function<bool()> isLast_;
   Handler handler_;
   std::vector<std::unique_ptr<Observation>> observations_;
   bool heardHeartbeat_ = false;
