@@ -5,7 +5,7 @@ import pytest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "fixtures"))
 
-from harness import Session  # noqa: E402
+from harness import Consumer, Session  # noqa: E402
 from system_bus import SystemBus  # noqa: E402
 
 
@@ -17,6 +17,12 @@ def session(tmp_path):
     session.configure(autostart=1)
     yield session
     session.end()
+
+
+@pytest.fixture
+def bus(session):
+    """A connection to the session's bus, beside the programs."""
+    return Consumer(session).bus
 
 
 @pytest.fixture

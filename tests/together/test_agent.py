@@ -42,7 +42,7 @@ def test_a_silent_start_with_everything_off_tells_the_launcher_and_leaves(sessio
 def test_an_interactive_start_with_everything_off_says_why_it_ends(session):
     session.configure(autostart=0)
     assert session.start().wait(PATIENCE) == 0
-    assert session.logged("quorlin-sensors: The agent ends because its settings switch everything off.")
+    assert session.logged("quorlin-sensors: The agent ends because everything is switched off.")
     assert "lastUpdateCheck" not in session.stored()
 
 

@@ -1,7 +1,5 @@
 """The keeper: a consumer that only has the agent hold the battery's charge."""
 import os
-import pathlib
-import shlex
 import shutil
 import signal
 import subprocess
@@ -9,6 +7,7 @@ import subprocess
 import pytest
 from gi.repository import Gio, GLib
 
+from activation import add_agent, add_service, process_owning, starts
 from harness import AGENT, BUNDLE, PATIENCE, PROGRAMS, Consumer, wait_until
 from system_bus import ask_bus
 from test_charge import laptop  # noqa: F401
@@ -19,47 +18,11 @@ MAIN_APP = "brellwick.Quorlin"
 REPLACE = 2  # of RequestName
 
 
-@pytest.fixture
-def bus(session):
-    """A connection to the session's bus, beside the programs."""
-    return Consumer(session).bus
-
-
-def process_owning(bus, name):
-    """A process id, or nothing."""
-    try:
-        return ask_bus(bus, "GetConnectionUnixProcessID", "(s)", name)
-    except GLib.Error:
-        return None
-
-
 def start_keeper(session, bus, program=BUNDLE / "quorlin-keep"):
     keeper = subprocess.Popen([program], env=session.environment)
     session.children.append(keeper)
     wait_until(lambda: process_owning(bus, KEEPER) == keeper.pid, "the keeper is there")
     return keeper
-
-
-def add_service(session, bus, name, command):
-    """Has the bus start a program for a name, with a line in the file "starts" for each start."""
-    starter = session.folder / name
-    variables = "".join(f"export {key}={shlex.quote(value)}\n" for key, value in session.environment.items()
-                        if os.environ.get(key) != value)
-    starter.write_text(f"#!/bin/sh\n{variables}echo {name} $$ >>{session.folder}/starts\nexec {command}\n")
-    starter.chmod(0o755)
-    services = session.folder / "data/dbus-1/services"
-    services.mkdir(parents=True, exist_ok=True)
-    (services / f"{name}.service").write_text(f"[D-BUS Service]\nName={name}\nExec={starter}\n")
-    bus.call_sync("org.freedesktop.DBus", "/", "org.freedesktop.DBus", "ReloadConfig", None, None, 0, -1, None)
-
-
-def add_agent(session, bus):
-    add_service(session, bus, AGENT, f"{PROGRAMS / 'quorlin-sensors'} 2>>{session.log}")
-
-
-def starts(session):
-    file = session.folder / "starts"
-    return [line.split()[0] for line in file.read_text().splitlines()] if file.exists() else []
 
 
 def test_it_makes_way_for_consumers_and_comes_back(session, bus):
@@ -134,10 +97,11 @@ def test_watchers_take_its_place_and_announce_that_they_leave(session, bus):
         listener.wait_for("QuorlinActive")
         assert process_owning(bus, MAIN_APP) == watchers[0].pid
     for watcher in watchers:
+        assert "QuorlinInactive" not in listener.names(), "while another watcher stays"
         watcher.send_signal(signal.SIGINT)
-        listener.wait_for("QuorlinInactive")
         assert watcher.wait(PATIENCE) == 0
-        wait_until(lambda: process_owning(bus, MAIN_APP) == keeper.pid, "the keeper is back")
+    wait_until(lambda: process_owning(bus, MAIN_APP) == keeper.pid, "the keeper is back")
+    wait_until(lambda: listener.names().count("QuorlinInactive") == 1, "the last watcher says so")
 
 
 def test_keep_starts_it_now_and_at_every_login_and_no_keep_ends_both(session, bus):
@@ -176,21 +140,16 @@ def test_keep_starts_it_now_and_at_every_login_and_no_keep_ends_both(session, bu
     wait_until(lambda: process_owning(bus, KEEPER), "the next login")
 
 
-@pytest.mark.parametrize("option", ["--keep", "--no-keep"])
-@pytest.mark.parametrize("kind", ["file", "link"])
-def test_an_entry_that_is_not_quorlinctls_stays(session, bus, option, kind):
+def test_what_a_person_wrote_into_its_entry_stays(session, bus):
+    add_agent(session, bus)
     entry = session.folder / f"config/autostart/{KEEPER}.desktop"
-    entry.parent.mkdir(parents=True)
-    written = entry if kind == "file" else session.folder / "elsewhere"
-    mark = "X-QuorlinSensors-Keep=true\n" if kind == "link" else ""
-    written.write_text("[Desktop Entry]\nType=Application\nName=Mine\nExec=true\n" + mark)
-    before = written.read_text()
-    if kind == "link":
-        entry.symlink_to(written)
-    ended = session.run("quorlinctl", "battery-limit", option)
-    assert ended.returncode == 1 and f"{entry} stays as it is: it is not quorlinctl's" in ended.stderr
-    assert entry.is_symlink() == (kind == "link") and entry.read_text() == before
-    assert process_owning(bus, KEEPER) is None
+    session.run("quorlinctl", "battery-limit", "--keep")
+    entry.write_text(entry.read_text() + "X-GNOME-Autostart-Delay=20\n")
+    edited = entry.read_text()
+    session.run("quorlinctl", "battery-limit", "--no-keep")
+    assert entry.read_text() == edited + "Hidden=true\n"
+    session.run("quorlinctl", "battery-limit", "--keep")
+    assert entry.read_text() == edited
 
 
 def test_after_login_the_keeper_alone_holds_the_charge(laptop, system_bus, bus):  # noqa: F811

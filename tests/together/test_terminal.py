@@ -76,7 +76,7 @@ def test_what_is_ours_still_has_its_colours(session):
     del session.environment["NO_COLOR"]
     session.environment["TERM"] = "xterm"
     printed = output_of(session, "script", "-qec", f"{PROGRAMS / 'quorlinctl'} doctor", "/dev/null")
-    assert b"\x1b[1msettings\x1b[0m" in printed
+    assert b"\x1b[1msensors plug-in\x1b[0m" in printed
 
 
 def test_file_names(session):

@@ -4,7 +4,7 @@
 
 #include <array>
 #include <cstdint>
-#include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -85,12 +85,9 @@ struct SettingsInterface::Table {
   template <auto Values::*value>
   static int get(sd_bus*, const char*, const char*, const char*, sd_bus_message* answer, void* userdata,
                  sd_bus_error*) {
-    const Values values = static_cast<const SettingsInterface*>(userdata)->currentValues();
-    if constexpr (std::is_same_v<decltype(values.*value), const bool>) {
-      return sd_bus_message_append(answer, "b", values.*value ? 1 : 0);
-    } else {
-      return sd_bus_message_append(answer, "i", values.*value);
-    }
+    const auto current = static_cast<const SettingsInterface*>(userdata)->currentValues().*value;
+    const char* const type = std::is_same_v<decltype(current), const bool> ? "b" : "i";
+    return sd_bus_message_append(answer, type, static_cast<int>(current));
   }
 
   static int getStartsAtLogin(sd_bus*, const char*, const char*, const char*, sd_bus_message* answer,

@@ -26,6 +26,9 @@ TEST(Consumer, AnnouncesTheMainApplicationAgainOnlyAfterAHeartbeatWithoutSample)
     center.receive(std::string(kSensorsDataMMini));
     center.receive(std::string(kSensorsActiveM));
     EXPECT_THAT(center.names(), ElementsAre("QuorlinActive", "QuorlinActive"));
+    center.receive(std::string(kMainAppInactive));  // of another one, that leaves
+    EXPECT_EQ(center.posted.size(), 3U);
+    EXPECT_EQ(center.names().back(), "QuorlinActive");
   }
   EXPECT_EQ(center.names().back(), "QuorlinInactive");
 }

@@ -46,7 +46,7 @@ TEST(HoldVerdict, SaysWhatBecomesOfTheLimitAndWhy) {
       {[](auto& facts) { facts.helperTrouble = "No helper.", facts.helperAdvice = "Get one."; },
        HoldState::NotHeld, "No helper. Get one."},
       {[](auto& facts) { facts.isCoreOn = false; }, HoldState::NotHeld,
-       "leave the core helper off. 'quorlinctl doctor'"},
+       "leave the core helper off. Switch it on with 'quorlinctl enable core'"},
       {[](auto& facts) { facts.agentTrouble = "No agent.", facts.agentAdvice = "Start it."; },
        HoldState::NotHeld, "No agent. Start it."},
       {[](auto& facts) { facts.hold.batteries[0].text = "the firmware kept x at 80; 63 was requested"; },

@@ -95,7 +95,7 @@ TEST(Requests, ReachTheAgentAsUrlsAndAreConfirmed) {
            percentEncoded((std::filesystem::current_path() / std::filesystem::relative(script)).native()),
        ""},
   };
-  EXPECT_THAT(whatIsSaidTo({"terminate", "1"}).complaints, HasSubstr("no agent is running in this session"));
+  EXPECT_THAT(whatIsSaidTo({"terminate", "1"}).complaints, HasSubstr("the agent is not running"));
   FakeAgent agent;
   for (const auto& [words, url, confirmation] : cases) {
     agent.opened.clear();

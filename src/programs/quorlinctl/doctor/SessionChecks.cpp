@@ -32,7 +32,7 @@ Finding checkAgent(const Bus& sessionBus) {
     return {CheckState::Missing, fmt::format("The agent {} is not on the session bus.", kAgentIdentifier),
             isAvailable(sessionBus, kAgentIdentifier)
                 ? "The bus starts it for the first program that wants it, such as 'quorlinctl watch'."
-                : "The bus cannot start it, since it is not installed for it; start it with 'quorlin-sensors -silent'."};
+                : "The bus cannot start it; start it with 'quorlin-sensors -silent'."};
   }
   const std::optional<AgentSwitches> switches = switchesOf(sessionBus);
   if (!switches)

@@ -16,8 +16,7 @@ namespace quorlin {
 namespace {
 
 constexpr const char* kNotStartable =
-    "the agent is not running, and the session bus cannot start it, since it is not installed for it; start it: "
-    "quorlin-sensors -silent";
+    "the agent is not running, and the session bus cannot start it; start it: quorlin-sensors -silent";
 
 /// The bus may have to start the agent, and a workflow may keep it busy.
 constexpr std::chrono::seconds kPatience(60);
