@@ -19,9 +19,10 @@ constexpr SystemVersion kFirstWithPowerWork{.major = 13, .minor = 0};
 AppDelegate::AppDelegate(Services services)
     : services_(std::move(services)),
       samples_(services_.sensorsEngine, services_.notificationCenter),
-      chargeHold_(services_.userDefaults, services_.powerSources, services_.log,
-                  [this](const ChargeHold::Reply& reply, bool mode) { limitCharge(reply, mode); },
-                  [this] { changed_(); }),
+      chargeHold_(
+          services_.userDefaults, services_.powerSources, services_.log,
+          [this](const ChargeHold::Reply& reply, bool mode) { limitCharge(reply, mode); },
+          [this] { changed_(); }),
       helper_(services_.helperService, services_.jobBlessing, services_.runLoop, services_.log) {}
 
 void AppDelegate::applicationWillFinishLaunching() {

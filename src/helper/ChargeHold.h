@@ -21,8 +21,8 @@ class ChargeHold {
   /// Asks the helper, with mode false to hold and with true to release.
   using LimitCharge = std::function<void(const Reply& reply, bool mode)>;
 
-  /// Calls changed after each change of the limit or the hold, on the thread that made it. The services outlive
-  /// it.
+  /// Calls changed after each change of the limit or the hold, on the thread that made it. The services
+  /// outlive it.
   ChargeHold(UserDefaults& userDefaults, PowerSources& powerSources, Log& log, LimitCharge limitCharge,
              std::function<void()> changed);
 

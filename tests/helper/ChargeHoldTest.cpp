@@ -34,7 +34,8 @@ class ChargeHoldTest : public testing::Test {
   FakeLog log_;
   std::vector<std::string> asked_;
   std::vector<ChargeHold::Reply> replies_;
-  ChargeHold hold_{defaults_, power_, log_, [this](ChargeHold::Reply reply, bool mode) {
+  ChargeHold hold_{defaults_, power_, log_,
+                   [this](ChargeHold::Reply reply, bool mode) {
                      asked_.emplace_back(mode ? "release" : "hold");
                      replies_.push_back(std::move(reply));
                    },

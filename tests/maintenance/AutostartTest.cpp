@@ -1,9 +1,9 @@
 #include "fakes/FakeMachine.h"
 
-#include <gmock/gmock.h>
-
 #include <optional>
 #include <vector>
+
+#include <gmock/gmock.h>
 
 namespace quorlin {
 namespace {
@@ -44,8 +44,10 @@ TEST(Autostart, TheCoreHelpersSwitchReportsEachOutcomeInItsOrder) {
     bool blessed;
     bool refuses;
     std::vector<bool> outcomes;
-  } cases[] = {{"1.0", false, false, {true}},        {"1.0", false, true, {false, true}},
-               {std::nullopt, true, false, {true}},  {std::nullopt, true, true, {false, true}},
+  } cases[] = {{"1.0", false, false, {true}},
+               {"1.0", false, true, {false, true}},
+               {std::nullopt, true, false, {true}},
+               {std::nullopt, true, true, {false, true}},
                {std::nullopt, false, false, {false}}};
   for (const auto& with : cases) {
     FakeMachine machine;
@@ -84,7 +86,9 @@ TEST(Autostart, TheCoreHelperGoesOffAtOnceAndAHeldChargeIsReleased) {
     EXPECT_THAT(machine.loginItems.calls, IsEmpty());
     EXPECT_EQ(machine.helper.messages.size(), held ? 1U : 0U);
     EXPECT_EQ(machine.delegate.powerLimitEnabled(), held);
-    machine.defaults.onSetBoolean = [&] { EXPECT_THAT(machine.log.lines, Contains("let go")) << "logged first"; };
+    machine.defaults.onSetBoolean = [&] {
+      EXPECT_THAT(machine.log.lines, Contains("let go")) << "logged first";
+    };
     machine.helper.answerAll("let go");
     EXPECT_FALSE(machine.delegate.powerLimitEnabled());
   }

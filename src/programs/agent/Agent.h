@@ -79,11 +79,12 @@ class Agent {
   LinuxClock clock_;
   XdgLoginItems loginItems_{kLauncherIdentifier, "quorlin-sensors-launcher", log_};
   AppDelegate delegate_{services()};
-  SettingsInterface settings_{{.bus = bus_,
-                               .runLoop = runLoop_,
-                               .delegate = delegate_,
-                               .takeTrouble = [this] { return takeTrouble(); },
-                               .startsAtLogin = [] { return !whyNotStarted(autostartEntry(kLauncherIdentifier)); }}};
+  SettingsInterface settings_{
+      {.bus = bus_,
+       .runLoop = runLoop_,
+       .delegate = delegate_,
+       .takeTrouble = [this] { return takeTrouble(); },
+       .startsAtLogin = [] { return !whyNotStarted(autostartEntry(kLauncherIdentifier)); }}};
 };
 
 }  // namespace quorlin

@@ -12,8 +12,8 @@ namespace quorlin {
 
 using namespace settingsprotocol;
 
-/// One call of SetCoreAutostart. Each outcome is a signal at once; the answer, which holds all of them, follows
-/// when the delegate has let go of the completion.
+/// One call of SetCoreAutostart. Each outcome is a signal at once; the answer, which holds all of them,
+/// follows when the delegate has let go of the completion.
 class SettingsInterface::CoreSwitching {
  public:
   CoreSwitching(const Environment& here, sd_bus_message* call)
@@ -26,7 +26,8 @@ class SettingsInterface::CoreSwitching {
     if (sd_bus_message_new_method_return(call_.get(), &made) < 0) return;
     const BusMessage answer(made);
     sd_bus_message_open_container(made, 'a', "(bs)");
-    for (const auto& [success, reason] : outcomes_) sd_bus_message_append(made, "(bs)", success, reason.c_str());
+    for (const auto& [success, reason] : outcomes_)
+      sd_bus_message_append(made, "(bs)", success, reason.c_str());
     sd_bus_message_close_container(made);
     sd_bus_send(bus_.get(), made, nullptr);
   }
@@ -92,8 +93,8 @@ struct SettingsInterface::Table {
 
   static int getStartsAtLogin(sd_bus*, const char*, const char*, const char*, sd_bus_message* answer,
                               void* userdata, sd_bus_error*) {
-    return sd_bus_message_append(answer, "b",
-                                 static_cast<const SettingsInterface*>(userdata)->here_.startsAtLogin() ? 1 : 0);
+    return sd_bus_message_append(
+        answer, "b", static_cast<const SettingsInterface*>(userdata)->here_.startsAtLogin() ? 1 : 0);
   }
 
   static const sd_bus_vtable* rows() {
@@ -102,13 +103,14 @@ struct SettingsInterface::Table {
     static const std::array rows = {
         sd_bus_vtable SD_BUS_VTABLE_START(0),
         sd_bus_vtable SD_BUS_METHOD_WITH_NAMES(kSetAutostart, "b", SD_BUS_PARAM(enable), "bs",
-                                               SD_BUS_PARAM(success) SD_BUS_PARAM(reason), setAutostart, open),
+                                               SD_BUS_PARAM(success) SD_BUS_PARAM(reason), setAutostart,
+                                               open),
         sd_bus_vtable SD_BUS_METHOD_WITH_NAMES(kSetPluginEnabled, "b", SD_BUS_PARAM(enabled), nullptr, "",
                                                setPluginEnabled, open),
         sd_bus_vtable SD_BUS_METHOD_WITH_NAMES(kSetCoreAutostart, "b", SD_BUS_PARAM(enable), "a(bs)",
                                                SD_BUS_PARAM(outcomes), setCoreAutostart, open),
-        sd_bus_vtable SD_BUS_SIGNAL_WITH_NAMES(kCoreAutostartOutcome, "sbs",
-                                               SD_BUS_PARAM(caller) SD_BUS_PARAM(success) SD_BUS_PARAM(reason), 0),
+        sd_bus_vtable SD_BUS_SIGNAL_WITH_NAMES(
+            kCoreAutostartOutcome, "sbs", SD_BUS_PARAM(caller) SD_BUS_PARAM(success) SD_BUS_PARAM(reason), 0),
         sd_bus_vtable SD_BUS_PROPERTY(kPluginEnabled, "b", get<&Values::pluginEnabled>, 0, announced),
         sd_bus_vtable SD_BUS_PROPERTY(kCoreEnabled, "b", get<&Values::coreEnabled>, 0, announced),
         sd_bus_vtable SD_BUS_PROPERTY(kPowerLimit, "i", get<&Values::powerLimit>, 0, announced),
@@ -135,7 +137,8 @@ SettingsInterface::SettingsInterface(Environment environment) : here_(std::move(
     });
   });
   sd_bus_slot* slot = nullptr;
-  checked(sd_bus_add_object_vtable(here_.bus.get(), &slot, kPath, kInterface, Table::rows(), this), complaint);
+  checked(sd_bus_add_object_vtable(here_.bus.get(), &slot, kPath, kInterface, Table::rows(), this),
+          complaint);
   object_.reset(slot);
 }
 

@@ -1,5 +1,5 @@
-/// The agent's switches on the session bus: brellwick.QuorlinSensors.Settings, with a method for each call of the
-/// delegate that a window makes.
+/// The agent's switches on the session bus: brellwick.QuorlinSensors.Settings, with a method for each call of
+/// the delegate that a window makes.
 #pragma once
 
 #include "core/AppDelegate.h"
@@ -12,7 +12,8 @@
 
 namespace quorlin {
 
-/// A program that has called a method is one that works the switches, until it leaves the bus. Main thread only.
+/// A program that has called a method is one that works the switches, until it leaves the bus. Main thread
+/// only.
 class SettingsInterface {
  public:
   struct Environment {

@@ -48,10 +48,10 @@ int launchAgent(std::chrono::microseconds patience) {
   const auto farewell = center.addObserver(notification::kTerminateLauncher, [&](const Notification& told) {
     isTold = isTold || told.object == kAgentIdentifier;
   });
-  const BusSlot ownerChange = bus.match(
-      "type='signal',sender='org.freedesktop.DBus',member='NameOwnerChanged',arg2='',arg0='" +
-          std::string(kAgentIdentifier) + "'",
-      [&](sd_bus_message*) { hasEnded = true; });
+  const BusSlot ownerChange =
+      bus.match("type='signal',sender='org.freedesktop.DBus',member='NameOwnerChanged',arg2='',arg0='" +
+                    std::string(kAgentIdentifier) + "'",
+                [&](sd_bus_message*) { hasEnded = true; });
 
   const Result<bool, CallError> ran = start(bus, patience);
   if (!ran) return fail(EX_UNAVAILABLE, ran.error().message);

@@ -6,7 +6,8 @@ namespace quorlin {
 
 LauncherName::LauncherName(const Bus& bus, std::string_view name) : bus_(bus), name_(name) {
   const int requested = sd_bus_request_name(bus_.get(), name_.c_str(), 0);
-  if (requested != -EEXIST && requested != -EALREADY) checked(requested, "Cannot own the launcher's name on the session bus");
+  if (requested != -EEXIST && requested != -EALREADY)
+    checked(requested, "Cannot own the launcher's name on the session bus");
 }
 
 LauncherName::~LauncherName() { sd_bus_release_name(bus_.get(), name_.c_str()); }

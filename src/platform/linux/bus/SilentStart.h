@@ -23,8 +23,8 @@ class LauncherName {
   std::string name_;
 };
 
-/// Has the bus start a service in the background, unless it runs, and returns once it has launched. The error is
-/// the bus's own. Throws BusError if it could not be asked.
+/// Has the bus start a service in the background, unless it runs, and returns once it has launched. The error
+/// is the bus's own. Throws BusError if it could not be asked.
 std::optional<CallError> startSilently(const Bus& bus, std::string_view service, std::string_view launcher,
                                        std::chrono::microseconds patience);
 

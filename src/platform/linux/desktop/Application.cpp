@@ -20,7 +20,8 @@ constexpr const char* kHandingOver = "Cannot hand over to the running instance";
 constexpr std::chrono::microseconds kPatience = std::chrono::seconds(5);
 constexpr int kAttempts = 5;
 
-/// The tokens with which a desktop lets a program come to the foreground (Startup Notification, XDG Activation).
+/// The tokens with which a desktop lets a program come to the foreground (Startup Notification, XDG
+/// Activation).
 void appendPlatformData(sd_bus_message* message) {
   const auto token = [](const char* variable) {
     const char* text = std::getenv(variable);
@@ -115,9 +116,9 @@ bool BusApplication::handOver() const {
   const bool silent = std::ranges::count(arguments_, kSilentArgument) > 0;
   // A second silent start asks for nothing, but whether the other instance answers.
   const bool isQuestion = silent && toOpen.empty();
-  const BusMessage handOver =
-      methodCall(bus_.get(), {id_.c_str(), path_.c_str(), isQuestion ? "org.freedesktop.DBus.Peer" : kInterface},
-                 isQuestion ? "Ping" : (toOpen.empty() ? "Activate" : "Open"));
+  const BusMessage handOver = methodCall(
+      bus_.get(), {id_.c_str(), path_.c_str(), isQuestion ? "org.freedesktop.DBus.Peer" : kInterface},
+      isQuestion ? "Ping" : (toOpen.empty() ? "Activate" : "Open"));
   if (!toOpen.empty()) appendStrings(handOver.get(), toOpen, kHandingOver);
   if (!isQuestion) appendPlatformData(handOver.get());
   sd_bus_message_set_auto_start(handOver.get(), 0);

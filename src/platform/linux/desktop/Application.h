@@ -14,8 +14,8 @@
 
 namespace quorlin {
 
-/// Main thread only, but for terminate(). Activate is a reopen by a person; Open brings URLs; SIGINT, SIGTERM,
-/// SIGHUP and the end of the bus ask for termination.
+/// Main thread only, but for terminate(). Activate is a reopen by a person; Open brings URLs; SIGINT,
+/// SIGTERM, SIGHUP and the end of the bus ask for termination.
 class BusApplication final : public Application {
  public:
   /// The id is both the name on the bus and, with slashes, the object's path. The references outlive the

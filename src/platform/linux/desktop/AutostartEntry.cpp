@@ -44,9 +44,7 @@ void setList(GKeyFile* entry, const char* key, const std::vector<std::string>& n
   g_key_file_set_string_list(entry, kGroup, key, texts.data(), texts.size());
 }
 
-bool has(GKeyFile* entry, const char* key) {
-  return g_key_file_has_key(entry, kGroup, key, nullptr) == TRUE;
-}
+bool has(GKeyFile* entry, const char* key) { return g_key_file_has_key(entry, kGroup, key, nullptr) == TRUE; }
 
 bool shareOne(const std::vector<std::string>& some, const std::vector<std::string>& others) {
   return std::ranges::any_of(some, [&](const auto& name) { return std::ranges::count(others, name) > 0; });
@@ -61,7 +59,9 @@ std::string programOf(GKeyFile* entry, const std::filesystem::path& file) {
 }
 
 /// Whether the entry says false, which is not the same as saying nothing.
-bool isSwitchedOffInGnome(GKeyFile* entry) { return has(entry, kGnomeEnabled) && !entryFlag(entry, kGnomeEnabled); }
+bool isSwitchedOffInGnome(GKeyFile* entry) {
+  return has(entry, kGnomeEnabled) && !entryFlag(entry, kGnomeEnabled);
+}
 
 void switchOn(GKeyFile* entry, const std::filesystem::path& file, const AutostartProgram& program) {
   const auto set = [entry](const char* key, const std::string& value) {
@@ -76,12 +76,15 @@ void switchOn(GKeyFile* entry, const std::filesystem::path& file, const Autostar
   const std::string started = programOf(entry, file);
   const bool isOurs = std::filesystem::path(started).filename() == program.program.filename();
   if (isOurs || !isProgram(started)) set(G_KEY_FILE_DESKTOP_KEY_EXEC, execOf(program.program));
-  if (isOurs || !has(entry, kTryExec) || !isProgram(entryText(entry, kTryExec))) set(kTryExec, program.program);
+  if (isOurs || !has(entry, kTryExec) || !isProgram(entryText(entry, kTryExec)))
+    set(kTryExec, program.program);
 
-  for (const char* key : {kHidden, kGnomePhase, kSystemdSkip}) g_key_file_remove_key(entry, kGroup, key, nullptr);
+  for (const char* key : {kHidden, kGnomePhase, kSystemdSkip})
+    g_key_file_remove_key(entry, kGroup, key, nullptr);
   if (isSwitchedOffInGnome(entry)) g_key_file_set_boolean(entry, kGroup, kGnomeEnabled, TRUE);
   const std::vector<std::string> here = currentDesktops();
-  if (std::vector<std::string> only = listIn(entry, kOnlyShowIn); has(entry, kOnlyShowIn) && !shareOne(only, here)) {
+  if (std::vector<std::string> only = listIn(entry, kOnlyShowIn);
+      has(entry, kOnlyShowIn) && !shareOne(only, here)) {
     if (here.empty()) {
       g_key_file_remove_key(entry, kGroup, kOnlyShowIn, nullptr);
     } else {
@@ -100,7 +103,8 @@ std::string textOf(GKeyFile* entry) { return GText(g_key_file_to_data(entry, nul
 }  // namespace
 
 std::filesystem::path autostartEntry(std::string_view identifier) {
-  return std::filesystem::path(g_get_user_config_dir()) / "autostart" / (std::string(identifier) + ".desktop");
+  return std::filesystem::path(g_get_user_config_dir()) / "autostart" /
+         (std::string(identifier) + ".desktop");
 }
 
 std::optional<Trouble> whyNotStarted(const std::filesystem::path& entry) {
@@ -131,8 +135,8 @@ std::optional<Trouble> whyNotStarted(const std::filesystem::path& entry) {
   return std::nullopt;
 }
 
-std::optional<Trouble> setAutostart(const std::filesystem::path& entry, const AutostartProgram& program, bool enabled,
-                                    Log& log) {
+std::optional<Trouble> setAutostart(const std::filesystem::path& entry, const AutostartProgram& program,
+                                    bool enabled, Log& log) {
   std::error_code error;
   if (!enabled && !std::filesystem::exists(entry, error) && !error) return std::nullopt;
   const bool isLink = std::filesystem::is_symlink(entry, error);

@@ -16,7 +16,8 @@ std::optional<std::string> withoutFieldCodes(std::string_view argument, GKeyFile
     } else if (const char code = argument[++i]; code == '%') {
       text += '%';
     } else if (code == 'c') {
-      const GText name(g_key_file_get_locale_string(entry, G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_NAME, nullptr, nullptr));
+      const GText name(g_key_file_get_locale_string(entry, G_KEY_FILE_DESKTOP_GROUP,
+                                                    G_KEY_FILE_DESKTOP_KEY_NAME, nullptr, nullptr));
       text += name ? name.get() : "";
     } else if (code == 'k') {
       text += file.string();

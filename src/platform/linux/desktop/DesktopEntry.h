@@ -21,9 +21,9 @@ std::string entryText(GKeyFile* entry, const char* key);
 /// Whether a key is there and says true.
 bool entryFlag(GKeyFile* entry, const char* key);
 
-/// The command of a desktop entry, without files or URLs: the program, then its arguments, as the Desktop Entry
-/// Specification describes the key Exec. Empty if it has no valid one. The file stands where the command asks for
-/// its place.
+/// The command of a desktop entry, without files or URLs: the program, then its arguments, as the Desktop
+/// Entry Specification describes the key Exec. Empty if it has no valid one. The file stands where the
+/// command asks for its place.
 std::vector<std::string> commandOf(GKeyFile* entry, const std::filesystem::path& file);
 
 /// A program's path as such a command.

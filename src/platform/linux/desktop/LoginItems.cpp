@@ -6,7 +6,8 @@ namespace quorlin {
 
 bool XdgLoginItems::setEnabled(std::string_view identifier, bool enabled) {
   const auto switched = [&]() -> std::optional<Trouble> {
-    if (identifier != identifier_) return Trouble{.what = "{} is not a login item", .where = std::string(identifier)};
+    if (identifier != identifier_)
+      return Trouble{.what = "{} is not a login item", .where = std::string(identifier)};
     const Result<std::filesystem::path> program = bundledProgram(program_, bundle_);
     // Without the program the entry can still be switched off.
     if (!program && enabled) return program.error();

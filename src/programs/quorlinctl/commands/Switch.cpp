@@ -69,7 +69,8 @@ ExitCode switchCore(const Bus& bus, bool enable) {
     } else {
       isChecked = false;
       const bool isInstalled = outcomes.size() > 1;
-      exitCode = fail(fmt::format("{}: {}", isInstalled ? "the agent will not start at login" : "the core helper stays off", reason));
+      exitCode = fail(fmt::format(
+          "{}: {}", isInstalled ? "the agent will not start at login" : "the core helper stays off", reason));
     }
   }
   return enable && exitCode == kExitOk ? reportAutostart(bus) : exitCode;

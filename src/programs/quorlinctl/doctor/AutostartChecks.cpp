@@ -43,7 +43,7 @@ bool isActive(const Bus& sessionBus, const char* unit) {
 
 /// Desktops that start autostart entries by themselves, as XDG_CURRENT_DESKTOP names them.
 bool startsEntriesItself(std::string_view desktop) {
-  constexpr std::array desktops = {"GNOME", "KDE",    "XFCE",   "LXQt",     "LXDE",  "MATE",
+  constexpr std::array desktops = {"GNOME",    "KDE",        "XFCE",   "LXQt",     "LXDE",   "MATE",
                                    "Cinnamon", "X-Cinnamon", "Budgie", "Pantheon", "Deepin", "Unity"};
   return std::ranges::find(desktops, desktop) != desktops.end();
 }
@@ -63,22 +63,28 @@ LoginStarter loginStarterOf(const Bus& sessionBus) {
   return {.desktop = desktop};
 }
 
-Finding autostartFinding(const std::optional<Trouble>& entryTrouble, const LoginStarter& session, bool isWanted) {
+Finding autostartFinding(const std::optional<Trouble>& entryTrouble, const LoginStarter& session,
+                         bool isWanted) {
   const CheckState missing = isWanted ? CheckState::Missing : CheckState::Note;
   const std::string entry = autostartEntry(kLauncherIdentifier).native();
-  if (session.isUnit) return {CheckState::Ok, fmt::format("At login the agent is started by {}.", session.starter)};
+  if (session.isUnit)
+    return {CheckState::Ok, fmt::format("At login the agent is started by {}.", session.starter)};
   if (entryTrouble) {
     return {missing, fmt::format("The agent does not start at login: {}.", entryTrouble->text()),
             isWanted ? "'quorlinctl enable' mends that." : "'quorlinctl enable' changes that."};
   }
   if (!session.starter.empty())
-    return {CheckState::Ok, fmt::format("At login the agent is started by {}, for {}.", session.starter, entry)};
-  const std::string advice = fmt::format(
-      "Where no desktop starts such entries, 'systemctl --user enable {}' has systemd start it.", kLauncherUnit);
+    return {CheckState::Ok,
+            fmt::format("At login the agent is started by {}, for {}.", session.starter, entry)};
+  const std::string advice =
+      fmt::format("Where no desktop starts such entries, 'systemctl --user enable {}' has systemd start it.",
+                  kLauncherUnit);
   if (session.desktop.empty()) {
-    return {CheckState::Note,
-            fmt::format("This session has no desktop, so it is unknown who starts the agent at login, for {}.", entry),
-            advice};
+    return {
+        CheckState::Note,
+        fmt::format("This session has no desktop, so it is unknown who starts the agent at login, for {}.",
+                    entry),
+        advice};
   }
   return {missing,
           fmt::format("The session {} is not known to start the entries of the autostart folder, such as {}.",
@@ -87,7 +93,8 @@ Finding autostartFinding(const std::optional<Trouble>& entryTrouble, const Login
 }
 
 Finding checkAutostart(const Bus& sessionBus, bool isWanted) {
-  return autostartFinding(whyNotStarted(autostartEntry(kLauncherIdentifier)), loginStarterOf(sessionBus), isWanted);
+  return autostartFinding(whyNotStarted(autostartEntry(kLauncherIdentifier)), loginStarterOf(sessionBus),
+                          isWanted);
 }
 
 }  // namespace quorlin

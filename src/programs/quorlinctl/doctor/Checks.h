@@ -46,7 +46,8 @@ struct LoginStarter {
 LoginStarter loginStarterOf(const Bus& sessionBus);
 
 /// Whether the agent starts at login; something is missing only where that is wanted.
-Finding autostartFinding(const std::optional<Trouble>& entryTrouble, const LoginStarter& session, bool isWanted);
+Finding autostartFinding(const std::optional<Trouble>& entryTrouble, const LoginStarter& session,
+                         bool isWanted);
 Finding checkAutostart(const Bus& sessionBus, bool isWanted);
 
 Finding checkSettings(const std::filesystem::path& settings);

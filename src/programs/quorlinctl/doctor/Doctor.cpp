@@ -129,7 +129,8 @@ constexpr std::array kChecks = {
                 here.systemBus, "The system bus is reachable.",
                 "The core helper needs it; if it is not installed, run 'sudo apt install dbus'.");
           }},
-    Check{kCoreHelperId, "core helper", Purpose::CoreHelper, askOn<&Surroundings::systemBus, checkHelper>, true},
+    Check{kCoreHelperId, "core helper", Purpose::CoreHelper, askOn<&Surroundings::systemBus, checkHelper>,
+          true},
     Check{"polkit", "polkit", Purpose::CoreHelper, askOn<&Surroundings::systemBus, checkPolkit>},
     Check{"pkexec", "program pkexec", Purpose::HelperInstallation,
           [](const Surroundings&) -> std::optional<Finding> {

@@ -1,4 +1,5 @@
-/// quorlinctl doctor: finds out what is missing on this machine and why; and the part of it that is quorlinctl status.
+/// quorlinctl doctor: finds out what is missing on this machine and why; and the part of it that is
+/// quorlinctl status.
 #pragma once
 
 #include "programs/quorlinctl/doctor/Checks.h"

@@ -36,11 +36,13 @@ Finding checkAgent(const Bus& sessionBus) {
   }
   const std::optional<AgentSwitches> switches = switchesOf(sessionBus);
   if (!switches)
-    return {CheckState::Note, fmt::format("The agent (process {}) does not answer.", *agent), "It may be busy."};
+    return {CheckState::Note, fmt::format("The agent (process {}) does not answer.", *agent),
+            "It may be busy."};
   const auto offInSpiteOf = [&](const char* what, const char* command) {
-    return Finding{CheckState::Note,
-                   fmt::format("The agent (process {}) runs with {} off, which the settings switch on.", *agent, what),
-                   fmt::format("'{}' switches it on.", command)};
+    return Finding{
+        CheckState::Note,
+        fmt::format("The agent (process {}) runs with {} off, which the settings switch on.", *agent, what),
+        fmt::format("'{}' switches it on.", command)};
   };
   if (wantsPlugin && !switches->plugin) return offInSpiteOf("the sensors plug-in", "quorlinctl enable");
   if (wantsCore && !switches->core) return offInSpiteOf("the core helper", "quorlinctl enable core");

@@ -24,7 +24,8 @@ constexpr std::chrono::seconds kPatience(60);
 constexpr std::chrono::minutes kPatienceWithPeople(10);
 constexpr std::chrono::seconds kPatienceWithProperty(5);
 
-constexpr BusObject kSettings = {kAgentIdentifier.data(), settingsprotocol::kPath, settingsprotocol::kInterface};
+constexpr BusObject kSettings = {kAgentIdentifier.data(), settingsprotocol::kPath,
+                                 settingsprotocol::kInterface};
 constexpr const char* kWriting = "Cannot write a message to the agent";
 constexpr const char* kReading = "Cannot read the agent's answer";
 
@@ -76,7 +77,8 @@ std::optional<AgentSwitches> switchesOf(const Bus& bus) {
 std::optional<std::string> ensureAgent(const Bus& bus) {
   if (findAgent(bus)) return std::nullopt;
   if (!isSomethingSwitchedOn())
-    return "the agent is not running, because everything is switched off; switch the sensors on: quorlinctl enable";
+    return "the agent is not running, because everything is switched off; switch the sensors on: quorlinctl "
+           "enable";
   if (!isAvailable(bus, kAgentIdentifier)) return kNotStartable;
   if (const auto error = startSilently(bus, kAgentIdentifier, kLauncherIdentifier, kPatience)) {
     return fmt::format("the agent is not running, and the session bus could not start it: {}",
@@ -86,8 +88,8 @@ std::optional<std::string> ensureAgent(const Bus& bus) {
 }
 
 void openUrl(const Bus& bus, const std::string& url) {
-  const BusMessage open = methodCall(
-      bus.get(), {kSettings.name, kSettings.path, "org.freedesktop.Application"}, "Open");
+  const BusMessage open =
+      methodCall(bus.get(), {kSettings.name, kSettings.path, "org.freedesktop.Application"}, "Open");
   checked(sd_bus_message_append(open.get(), "asa{sv}", 1, url.c_str(), 0), kWriting);
   answerOf(bus, open, kPatience);
 }
@@ -106,7 +108,9 @@ SwitchOutcome AgentSettings::setAutostart(bool enable) const {
   return {success != 0, displayText(reason)};
 }
 
-void AgentSettings::setPluginEnabled(bool enabled) const { call(settingsprotocol::kSetPluginEnabled, enabled); }
+void AgentSettings::setPluginEnabled(bool enabled) const {
+  call(settingsprotocol::kSetPluginEnabled, enabled);
+}
 
 std::vector<SwitchOutcome> AgentSettings::setCoreAutostart(bool enable) const {
   const BusMessage answer = call(settingsprotocol::kSetCoreAutostart, enable);

@@ -21,8 +21,8 @@ struct AgentSwitches {
 /// Nothing where no agent runs or it does not answer. Throws BusError.
 std::optional<AgentSwitches> switchesOf(const Bus& bus);
 
-/// Has the bus start the agent in the background where none runs and the settings switch something on. Returns
-/// why none runs, and the command that mends it. Throws BusError.
+/// Has the bus start the agent in the background where none runs and the settings switch something on.
+/// Returns why none runs, and the command that mends it. Throws BusError.
 std::optional<std::string> ensureAgent(const Bus& bus);
 
 /// Hands a URL to the agent, which the bus starts if it can, and returns once the agent has taken it. The
@@ -35,8 +35,8 @@ struct SwitchOutcome {
   std::string reason;
 };
 
-/// The agent's switches, with the agent started in the background if none runs. While it lives, the agent stays
-/// even with everything switched off. Throws BusError, which says in plain words what is wrong.
+/// The agent's switches, with the agent started in the background if none runs. While it lives, the agent
+/// stays even with everything switched off. Throws BusError, which says in plain words what is wrong.
 class AgentSettings {
  public:
   /// The bus outlives it.
@@ -46,8 +46,8 @@ class AgentSettings {
   SwitchOutcome setAutostart(bool enable) const;
   /// Switches the sensors plug-in for the agent's run.
   void setPluginEnabled(bool enabled) const;
-  /// Switches the core helper. Waits for a person who types a password. Every outcome in its order; none if the
-  /// agent has ended meanwhile.
+  /// Switches the core helper. Waits for a person who types a password. Every outcome in its order; none if
+  /// the agent has ended meanwhile.
   std::vector<SwitchOutcome> setCoreAutostart(bool enable) const;
 
  private:

@@ -41,7 +41,8 @@ bool ApplicationName::isLastMainApplication() const {
     if (!owners && !owners.error().isOneOf({SD_BUS_ERROR_NAME_HAS_NO_OWNER})) return false;
     if (!owners || sd_bus_message_enter_container(owners->get(), 'a', "s") < 0) continue;
     while (const char* const owner = stringIn(*owners)) {
-      if (std::string_view(owner) != ownName && (keeperName == nullptr || std::string_view(owner) != keeperName))
+      if (std::string_view(owner) != ownName &&
+          (keeperName == nullptr || std::string_view(owner) != keeperName))
         return false;
     }
   }
@@ -65,8 +66,7 @@ bool ApplicationName::hasKeeper() const {
 
 ApplicationName::~ApplicationName() { sd_bus_release_name(bus_.get(), name_); }
 
-Consumer::Consumer(NotificationCenter& center, Role role, std::function<bool()> isLast,
-                   Handler handler)
+Consumer::Consumer(NotificationCenter& center, Role role, std::function<bool()> isLast, Handler handler)
     : center_(center),
       role_(role),
       names_(notificationsOf(role)),

@@ -54,8 +54,8 @@ class Consumer {
  public:
   using Handler = std::function<void(const Notification&)>;
 
-  /// Calls the handler for samples, reduced samples, power metrics and heartbeats. isLast says whether no other
-  /// main application would stay. The center outlives the consumer. Throws BusError.
+  /// Calls the handler for samples, reduced samples, power metrics and heartbeats. isLast says whether no
+  /// other main application would stay. The center outlives the consumer. Throws BusError.
   Consumer(NotificationCenter& center, Role role, std::function<bool()> isLast, Handler handler);
   /// The main application announces that it leaves, unless another one stays.
   ~Consumer();

@@ -167,7 +167,9 @@ TEST(Application, OpensItsUrlsAndHearsWhatFurtherInstancesWereStartedFor) {
     program.delegate.finished = [&] {
       second = fork();
       if (second != 0) return;
-      const auto becomesOnly = [](const Texts& arguments) { return Running(arguments).application.becomeOnlyInstance(); };
+      const auto becomesOnly = [](const Texts& arguments) {
+        return Running(arguments).application.becomeOnlyInstance();
+      };
       _exit(std::ranges::any_of(with.starts, becomesOnly) ? 1 : 0);
     };
     program.application.run(program.delegate);

@@ -4,12 +4,11 @@
 #include "platform/linux/desktop/KeyFile.h"
 #include "platform/linux/desktop/LoginItems.h"
 
-#include <gmock/gmock.h>
-
 #include <csignal>
 #include <cstdlib>
 #include <thread>
 
+#include <gmock/gmock.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
