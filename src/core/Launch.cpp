@@ -75,6 +75,7 @@ void AppDelegate::readSettings() {
   if (defaults.integer(setting::kTerminatedPeacefully) > 0) terminatedPeacefully_ = true;
   if (terminatedPeacefully_) defaults.remove(setting::kTerminatedPeacefully);
   chargeHold_.readSettings();
+  changed_();
 }
 
 bool AppDelegate::doesPowerWork() const {

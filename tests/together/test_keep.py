@@ -1,5 +1,6 @@
 """The keeper: a consumer that only has the agent hold the battery's charge."""
 import os
+import pathlib
 import shutil
 import signal
 import subprocess

@@ -121,7 +121,8 @@ struct SettingsInterface::Table {
   }
 };
 
-SettingsInterface::SettingsInterface(Environment environment) : here_(std::move(environment)) {
+SettingsInterface::SettingsInterface(Environment environment)
+    : here_(std::move(environment)), announced_(currentValues()) {
   constexpr const char* complaint = "Cannot offer the settings on the session bus";
   const sd_bus_track_handler_t lastLeft = [](sd_bus_track*, void* self) {
     static_cast<SettingsInterface*>(self)->here_.delegate.setSwitchesInUse(false);

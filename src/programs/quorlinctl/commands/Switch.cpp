@@ -1,9 +1,9 @@
 #include "core/Notifications.h"
-#include "helper/HelperTool.h"
 #include "platform/linux/bus/NotificationCenter.h"
 #include "programs/quorlinctl/commands/Subcommands.h"
 #include "programs/quorlinctl/doctor/Checks.h"
 #include "programs/quorlinctl/services/Agent.h"
+#include "programs/quorlinctl/services/Helper.h"
 #include "programs/quorlinctl/terminal/StandardStreams.h"
 
 #include <array>
@@ -15,14 +15,6 @@ namespace {
 
 void post(const Bus& bus, std::string_view name) {
   BusNotificationCenter(bus).post(name, std::nullopt, {}, Delivery::Default);
-}
-
-bool isHelperInstalled() {
-  try {
-    return isAvailable(Bus::openSystem(), kHelperLabel);
-  } catch (const BusError&) {
-    return false;
-  }
 }
 
 /// Whether this session starts the agent at login; complains if not.
@@ -55,10 +47,11 @@ ExitCode switchPlugin(const Bus& bus, bool enable) {
 
 /// What the window does when a person turns the core helper's switch.
 ExitCode switchCore(const Bus& bus, bool enable) {
+  const AgentSettings agent(bus);
   if (enable && !isHelperInstalled()) {
     print("The core helper is not installed yet. Installing it asks for an administrator's password.\n");
   }
-  const std::vector<SwitchOutcome> outcomes = AgentSettings(bus).setCoreAutostart(enable);
+  const std::vector<SwitchOutcome> outcomes = agent.setCoreAutostart(enable);
   if (outcomes.empty()) return fail("the agent ended before the core helper was switched");
   bool isChecked = enable;
   ExitCode exitCode = kExitOk;

@@ -25,14 +25,6 @@ namespace {
 /// How long a terminal shows an old sample: a little over three ticks.
 constexpr auto kSilence = 3 * kTick + std::chrono::seconds(1);
 
-bool isHelperInstalled() {
-  try {
-    return isAvailable(Bus::openSystem(), kHelperLabel);
-  } catch (const BusError&) {
-    return false;
-  }
-}
-
 constexpr const char* kSilentAgent = "the agent is running but does not answer; it may be busy";
 constexpr const char* kSensorsOff =
     "the agent is running, but its sensors plug-in is off; switch it on: quorlinctl enable";

@@ -94,6 +94,10 @@ void openUrl(const Bus& bus, const std::string& url) {
   answerOf(bus, open, kPatience);
 }
 
+AgentSettings::AgentSettings(const Bus& bus) : bus_(bus) {
+  if (!findAgent(bus) && !isAvailable(bus, kAgentIdentifier)) throw BusError(kNotStartable);
+}
+
 BusMessage AgentSettings::call(const char* method, bool flag) const {
   const BusMessage question = methodCall(bus_.get(), kSettings, method);
   checked(sd_bus_message_append(question.get(), "b", flag ? 1 : 0), kWriting);

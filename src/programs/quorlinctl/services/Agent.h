@@ -40,7 +40,7 @@ struct SwitchOutcome {
 class AgentSettings {
  public:
   /// The bus outlives it.
-  explicit AgentSettings(const Bus& bus) : bus_(bus) {}
+  explicit AgentSettings(const Bus& bus);
 
   /// Switches the sensors plug-in, now and for later logins.
   SwitchOutcome setAutostart(bool enable) const;

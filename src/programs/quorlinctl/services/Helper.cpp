@@ -37,6 +37,14 @@ Result<std::string, HelperRefusal> ask(const Bus& bus, const BusMessage& questio
 
 }  // namespace
 
+bool isHelperInstalled() {
+  try {
+    return isAvailable(Bus::openSystem(), kHelperLabel);
+  } catch (const BusError&) {
+    return false;
+  }
+}
+
 Result<HelperHold, HelperRefusal> askHowHeld(const Bus& systemBus) {
   constexpr BusObject object{kHelperLabel.data(), helperprotocol::kPath, helperprotocol::kHoldInterface};
   const BusMessage question = methodCall(systemBus.get(), object, helperprotocol::kGetChargeHold);

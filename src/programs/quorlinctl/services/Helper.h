@@ -38,6 +38,9 @@ struct HelperHold {
   }
 };
 
+/// Whether the system bus knows it; false without a system bus.
+bool isHelperInstalled();
+
 /// A helper that does not run is not started: it holds nothing. Throws BusError if no message could be made.
 Result<HelperHold, HelperRefusal> askHowHeld(const Bus& systemBus);
 
