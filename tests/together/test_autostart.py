@@ -2,6 +2,7 @@
 import os
 import pathlib
 import re
+import shlex
 import shutil
 import signal
 import subprocess
@@ -31,8 +32,18 @@ def launch(session, program=BUNDLE / "quorlin-sensors-launcher"):
     return session.run(program)
 
 
-def switched(session, *arguments):
-    return session.run("quorlinctl", *arguments)
+def switched(session, *arguments, programs=PROGRAMS):
+    return session.run(programs / "quorlinctl", *arguments)
+
+
+def copy_programs(session, place):
+    """Installs what switches and starts the agent in a folder; returns the folders of the programs and the bundle."""
+    programs, bundle = (session.folder / place / folder.relative_to(PROGRAMS.parent) for folder in (PROGRAMS, BUNDLE))
+    for program in (PROGRAMS / "quorlin-sensors", PROGRAMS / "quorlinctl", BUNDLE / "quorlin-sensors-launcher"):
+        copy = session.folder / place / program.relative_to(PROGRAMS.parent)
+        copy.parent.mkdir(parents=True, exist_ok=True)
+        shutil.copy(program, copy)
+    return programs, bundle
 
 
 def from_windows_part(consumer):
@@ -145,6 +156,32 @@ def test_enable_and_disable_do_all_that_is_needed(session, bus):
     assert starts(session) == [AGENT], "looking starts nothing"
 
 
+def test_systemd_starts_the_launcher_for_the_entry(session, bus):
+    programs, bundle = copy_programs(session, "a new place")
+    add_agent(session, bus, programs)
+    assert switched(session, "enable", programs=programs).returncode == 0
+    entry = entry_of(session)
+    assert session.run("/usr/bin/desktop-file-validate", entry).stdout == ""
+    entry.write_text(entry.read_text() + "X-Mine=yes\n")
+
+    def generate():
+        units = session.folder / "units"
+        shutil.rmtree(units, ignore_errors=True)
+        units.mkdir()
+        said = session.run("/usr/lib/systemd/user-generators/systemd-xdg-autostart-generator", *3 * [units])
+        assert said.returncode == 0, said.stderr
+        return list(units.glob("*.service"))
+
+    unit, = generate()
+    assert unit.name == f"app-{LAUNCHER}@autostart.service"
+    session.environment["XDG_RUNTIME_DIR"] = str(session.folder)
+    assert session.run("/usr/bin/systemd-analyze", "--user", "verify", "--man=no", unit).stderr == ""
+    command = re.search("^ExecStart=:(.*)$", unit.read_text(), re.MULTILINE)[1]
+    assert shlex.split(command) == [str(bundle / "quorlin-sensors-launcher")]
+    assert switched(session, "disable", programs=programs).returncode == 0
+    assert "X-Mine=yes" in entry.read_text() and generate() == []
+
+
 def test_a_start_at_login_that_cannot_be_arranged_is_told(session, bus):
     add_agent(session, bus)
     session.configure()
@@ -165,8 +202,8 @@ def test_a_start_at_login_that_cannot_be_arranged_is_told(session, bus):
 def test_without_an_agent_to_start_every_command_says_so_at_once(session, command):
     ended = switched(session, *command)
     assert (ended.returncode, ended.stdout) == (1, "")
-    assert ended.stderr == ("quorlinctl: the agent is not running, and the session bus cannot start it; start it: "
-                            "quorlin-sensors -silent\n")
+    assert ended.stderr == ("quorlinctl: the agent is not running, and the session bus cannot start it; in the folder of its "
+                            "source, install it: cmake --install build/release --prefix ~/.local\n")
 
 
 @pytest.mark.parametrize("command", [["net"], ["watch", "--once"]])
@@ -202,13 +239,7 @@ def core(laptop, system_bus, bus):  # noqa: F811
     service = system_bus.folder / "services/com.brellwick.Quorlin-Core-Helper.service"
     kept = service.rename(system_bus.folder / "kept")
     laptop.settings.unlink()
-    bundle = laptop.folder / "installed" / BUNDLE.relative_to(PROGRAMS.parent)
-    laptop.programs = laptop.folder / "installed" / PROGRAMS.name
-    for folder in (bundle, laptop.programs):
-        folder.mkdir(parents=True)
-    for program in ("quorlin-sensors", "quorlinctl"):
-        shutil.copy(PROGRAMS / program, laptop.programs)
-    shutil.copy(BUNDLE / "quorlin-sensors-launcher", bundle)
+    laptop.programs, bundle = copy_programs(laptop, "installed")
     reload = (f"gdbus call --address {laptop.environment['DBUS_SYSTEM_BUS_ADDRESS']} -d org.freedesktop.DBus -o / "
               "-m org.freedesktop.DBus.ReloadConfig >/dev/null")
     laptop.environment.update(XDG_CURRENT_DESKTOP="XFCE", PATH=f"{bundle}:{os.environ['PATH']}")
@@ -225,7 +256,7 @@ def core(laptop, system_bus, bus):  # noqa: F811
 
 
 def switch_installed(laptop, *arguments):  # noqa: F811
-    return laptop.run(laptop.programs / "quorlinctl", *arguments)
+    return switched(laptop, *arguments, programs=laptop.programs)
 
 
 ASKS = "The core helper is not installed yet. Installing it asks for an administrator's password.\n"

@@ -77,8 +77,8 @@ def test_a_command_that_the_agent_waits_for_ends_by_itself(program):
 def test_without_an_answer_net_says_why(session):
     silent = session.run("quorlinctl", "net")
     assert (silent.returncode, silent.stdout) == (1, "")
-    assert silent.stderr == ("quorlinctl: the agent is not running, and the session bus cannot start it; start it: "
-                             "quorlin-sensors -silent\n")
+    assert silent.stderr == ("quorlinctl: the agent is not running, and the session bus cannot start it; in the folder of its "
+                             "source, install it: cmake --install build/release --prefix ~/.local\n")
     stranger = Consumer(session, "brellwick.QuorlinSensors")
     asking = subprocess.Popen([PROGRAMS / "quorlinctl", "net", "--timeout", "1"], env=session.environment, text=True,
                               stdout=subprocess.PIPE, stderr=subprocess.PIPE)

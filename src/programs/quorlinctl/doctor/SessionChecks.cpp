@@ -30,9 +30,9 @@ Finding checkAgent(const Bus& sessionBus) {
     if (!wantsPlugin && !wantsCore)
       return {CheckState::Note, "The agent does not run, since everything is switched off."};
     return {CheckState::Missing, fmt::format("The agent {} is not on the session bus.", kAgentIdentifier),
-            isAvailable(sessionBus, kAgentIdentifier)
+            isAgentAvailable(sessionBus)
                 ? "The bus starts it for the first program that wants it, such as 'quorlinctl watch'."
-                : "The bus cannot start it; start it with 'quorlin-sensors -silent'."};
+                : fmt::format("The bus cannot start it; {} with '{}'.", kInstallAdvice, kInstallCommand)};
   }
   const std::optional<AgentSwitches> switches = switchesOf(sessionBus);
   if (!switches)

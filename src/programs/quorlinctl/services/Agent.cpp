@@ -15,8 +15,10 @@
 namespace quorlin {
 namespace {
 
-constexpr const char* kNotStartable =
-    "the agent is not running, and the session bus cannot start it; start it: quorlin-sensors -silent";
+std::string notStartable() {
+  return fmt::format("the agent is not running, and the session bus cannot start it; {}: {}", kInstallAdvice,
+                     kInstallCommand);
+}
 
 /// The bus may have to start the agent, and a workflow may keep it busy.
 constexpr std::chrono::seconds kPatience(60);
@@ -30,7 +32,6 @@ constexpr const char* kWriting = "Cannot write a message to the agent";
 constexpr const char* kReading = "Cannot read the agent's answer";
 
 std::string reasonOf(const CallError& error) {
-  if (error.isOneOf({SD_BUS_ERROR_SERVICE_UNKNOWN, SD_BUS_ERROR_NAME_HAS_NO_OWNER})) return kNotStartable;
   if (error.isOneOf({SD_BUS_ERROR_NO_REPLY, SD_BUS_ERROR_TIMEOUT})) {
     return "the agent did not answer; it may be busy, and may still carry out the request";
   }
@@ -40,6 +41,7 @@ std::string reasonOf(const CallError& error) {
 
 /// Sends a call to an agent that stays in the background if the bus starts it for the call.
 BusMessage answerOf(const Bus& bus, const BusMessage& question, std::chrono::microseconds patience) {
+  if (!isAgentAvailable(bus)) throw BusError(notStartable());
   const LauncherName background(bus, kLauncherIdentifier);
   auto answer = call(bus.get(), question, patience);
   if (!answer) throw BusError(reasonOf(answer.error()));
@@ -67,6 +69,14 @@ bool isSomethingSwitchedOn() {
 
 std::optional<pid_t> findAgent(const Bus& bus) { return processOwning(bus, std::string(kAgentIdentifier)); }
 
+bool isAgentAvailable(const Bus& bus) {
+  if (isAvailable(bus, kAgentIdentifier)) return true;
+  // It may have been installed into a folder that was not there when the bus looked.
+  const BusMessage reload = methodCall(
+      bus.get(), {"org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus"}, "ReloadConfig");
+  return call(bus.get(), reload, kPatienceWithProperty) && isAvailable(bus, kAgentIdentifier);
+}
+
 std::optional<AgentSwitches> switchesOf(const Bus& bus) {
   const std::optional<bool> plugin = flagOf(bus, settingsprotocol::kPluginEnabled);
   const std::optional<bool> core = flagOf(bus, settingsprotocol::kCoreEnabled);
@@ -79,7 +89,7 @@ std::optional<std::string> ensureAgent(const Bus& bus) {
   if (!isSomethingSwitchedOn())
     return "the agent is not running, because everything is switched off; switch the sensors on: quorlinctl "
            "enable";
-  if (!isAvailable(bus, kAgentIdentifier)) return kNotStartable;
+  if (!isAgentAvailable(bus)) return notStartable();
   if (const auto error = startSilently(bus, kAgentIdentifier, kLauncherIdentifier, kPatience)) {
     return fmt::format("the agent is not running, and the session bus could not start it: {}",
                        excerpt(error->message.empty() ? error->name : error->message, 500));
@@ -95,7 +105,7 @@ void openUrl(const Bus& bus, const std::string& url) {
 }
 
 AgentSettings::AgentSettings(const Bus& bus) : bus_(bus) {
-  if (!findAgent(bus) && !isAvailable(bus, kAgentIdentifier)) throw BusError(kNotStartable);
+  if (!isAgentAvailable(bus)) throw BusError(notStartable());
 }
 
 BusMessage AgentSettings::call(const char* method, bool flag) const {

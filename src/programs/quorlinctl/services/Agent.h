@@ -12,6 +12,13 @@ namespace quorlin {
 /// The process that owns the agent's name, or nothing. Throws BusError.
 std::optional<pid_t> findAgent(const Bus& bus);
 
+/// Whether it runs or the bus can start it. Has a bus look again that knows nothing of it. Throws BusError.
+bool isAgentAvailable(const Bus& bus);
+
+/// What helps where the bus cannot start it.
+inline constexpr const char* kInstallAdvice = "in the folder of its source, install it";
+inline constexpr const char* kInstallCommand = "cmake --install build/release --prefix ~/.local";
+
 /// What is switched on in a running agent.
 struct AgentSwitches {
   bool plugin = false;
@@ -39,7 +46,7 @@ struct SwitchOutcome {
 /// stays even with everything switched off. Throws BusError, which says in plain words what is wrong.
 class AgentSettings {
  public:
-  /// The bus outlives it.
+  /// The bus outlives it. Throws BusError if no agent runs and the bus cannot start one.
   explicit AgentSettings(const Bus& bus);
 
   /// Switches the sensors plug-in, now and for later logins.
