@@ -18,20 +18,19 @@ std::span<const Subcommand> subcommands() {
       {.name = "enable",
        .summary = "switch the sensors or the core helper on, now and at every login",
        .operands = {AtMostOne, "sensors|core"},
-       .description = "Has the agent run now and at every login, with its sensors plug-in on; with core, "
-                      "with the core helper "
-                      "on, which reads the power and holds the battery's charge. Where the core helper is "
-                      "not installed yet, "
-                      "the agent installs it, which asks for an administrator's password.",
+       .description =
+           "Has the agent run now and at every login, with its sensors plug-in on, or with core the "
+           "core helper, which reads the power and holds the battery's charge. Where that is not "
+           "installed yet, the agent installs it, which asks for an administrator's password.",
        .exitStatuses = {{"0", "done"},
                         {"1", "not done, or only in part; the error stream says what and why"}},
        .action = enableFeature},
       {.name = "disable",
        .summary = "switch the sensors or the core helper off again",
        .operands = {AtMostOne, "sensors|core"},
-       .description = "Switches the sensors plug-in off, or with core the core helper, which lets the "
-                      "battery charge again "
-                      "and stays installed. With both off the agent ends and no longer starts at login.",
+       .description =
+           "Switches the sensors plug-in off, or with core the core helper, which lets the battery "
+           "charge again and stays installed. With both off the agent ends.",
        .exitStatuses = {{"0", "done"},
                         {"1", "not done, or only in part; the error stream says what and why"}},
        .action = disableFeature},

@@ -1,5 +1,6 @@
 #include "core/Notifications.h"
 #include "platform/linux/bus/NotificationCenter.h"
+#include "platform/linux/desktop/AutostartEntry.h"
 #include "programs/quorlinctl/commands/Subcommands.h"
 #include "programs/quorlinctl/doctor/Checks.h"
 #include "programs/quorlinctl/services/Agent.h"
@@ -66,7 +67,12 @@ ExitCode switchCore(const Bus& bus, bool enable) {
           "{}: {}", isInstalled ? "the agent will not start at login" : "the core helper stays off", reason));
     }
   }
-  return enable && exitCode == kExitOk ? reportAutostart(bus) : exitCode;
+  if (exitCode != kExitOk) return exitCode;
+  if (enable) return reportAutostart(bus);
+  const std::optional<AgentSwitches> left = switchesOf(bus);
+  if (left && !left->plugin && !whyNotStarted(autostartEntry(kLauncherIdentifier)))
+    print("Nothing is on now, but the agent still starts at login; to end that: quorlinctl disable\n");
+  return kExitOk;
 }
 
 Result<int, UsageError> switchFeature(const ParsedArguments& given, bool enable) {
