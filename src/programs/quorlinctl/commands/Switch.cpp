@@ -42,8 +42,13 @@ ExitCode switchPlugin(const Bus& bus, bool enable) {
   print(fmt::format("The sensors plug-in is {}.\n", enable ? "on" : "off"));
   if (enable) return reportAutostart(bus);
   const std::optional<AgentSwitches> left = switchesOf(bus);
-  return print(left && left->core ? "The agent still runs and starts at login, for the core helper.\n"
-                                  : "The agent no longer starts at login.\n");
+  if (left && left->core) return print("The agent still runs and starts at login, for the core helper.\n");
+  if (loginStarterOf(bus).isUnit)
+    return print(
+        fmt::format("At login systemd still starts the agent, which ends at once; to end that: "
+                    "systemctl --user disable {}\n",
+                    kLauncherUnit));
+  return print("The agent no longer starts at login.\n");
 }
 
 /// What the window does when a person turns the core helper's switch.

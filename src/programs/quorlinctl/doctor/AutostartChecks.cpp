@@ -14,7 +14,6 @@ namespace quorlin {
 namespace {
 
 constexpr const char* kManager = "org.freedesktop.systemd1.Manager";
-constexpr const char* kLauncherUnit = "quorlin-sensors-launcher.service";
 
 /// Asks the service manager of the user about a unit; empty where there is none.
 std::string askAboutUnit(const Bus& sessionBus, const char* member, const char* unit) {

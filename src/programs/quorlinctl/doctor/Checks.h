@@ -32,6 +32,9 @@ bool isSwitchedOn(const std::filesystem::path& settings, std::string_view settin
 /// The user's session. An agent may run with something off that the settings switch on. Throws BusError.
 Finding checkAgent(const Bus& sessionBus);
 
+/// The user's unit that starts the agent at login where nothing starts autostart entries.
+inline constexpr const char* kLauncherUnit = "quorlin-sensors-launcher.service";
+
 /// Who starts the agent at login besides a person.
 struct LoginStarter {
   /// A desktop or systemd; empty if none is known.

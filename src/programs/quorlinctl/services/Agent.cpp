@@ -6,7 +6,7 @@
 #include "platform/linux/bus/SilentStart.h"
 #include "platform/linux/desktop/UserDefaults.h"
 #include "platform/posix/TextFile.h"
-#include "programs/quorlinctl/doctor/QuietLog.h"
+#include "programs/quorlinctl/doctor/Checks.h"
 
 #include <chrono>
 
@@ -60,9 +60,8 @@ std::optional<bool> flagOf(const Bus& bus, const char* property) {
 }
 
 bool isSomethingSwitchedOn() {
-  QuietLog log;
-  const KeyFileUserDefaults settings(settingsFile(), log);
-  return settings.integer(setting::kAutostart) > 0 || settings.integer(setting::kCoreAutostart) > 0;
+  const std::filesystem::path settings = settingsFile();
+  return isSwitchedOn(settings, setting::kAutostart) || isSwitchedOn(settings, setting::kCoreAutostart);
 }
 
 }  // namespace
