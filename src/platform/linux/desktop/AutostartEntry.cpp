@@ -40,14 +40,15 @@ std::vector<std::string> listIn(GKeyFile* entry, const char* key) {
 
 void setList(GKeyFile* entry, const char* key, const std::vector<std::string>& names) {
   std::vector<const char*> texts;
+  texts.reserve(names.size());
   for (const std::string& name : names) texts.push_back(name.c_str());
   g_key_file_set_string_list(entry, kGroup, key, texts.data(), texts.size());
 }
 
 bool has(GKeyFile* entry, const char* key) { return g_key_file_has_key(entry, kGroup, key, nullptr) == TRUE; }
 
-bool shareOne(const std::vector<std::string>& some, const std::vector<std::string>& others) {
-  return std::ranges::any_of(some, [&](const auto& name) { return std::ranges::count(others, name) > 0; });
+bool shareOne(const std::vector<std::string>& left, const std::vector<std::string>& right) {
+  return std::ranges::any_of(left, [&](const auto& name) { return std::ranges::count(right, name) > 0; });
 }
 
 bool isProgram(const std::string& name) { return GText(g_find_program_in_path(name.c_str())) != nullptr; }

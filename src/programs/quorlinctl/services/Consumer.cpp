@@ -2,6 +2,7 @@
 
 #include "core/Notifications.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <utility>
@@ -36,17 +37,18 @@ bool ApplicationName::isLastMainApplication() const {
   const char* const keeperName = keeper ? stringIn(*keeper) : nullptr;
   const char* ownName = nullptr;
   if (sd_bus_get_unique_name(bus_.get(), &ownName) < 0) return false;
-  for (const std::string_view identifier : kMainAppIdentifiers) {
+  const auto isStranger = [&](std::string_view owner) {
+    return owner != ownName && (keeperName == nullptr || owner != keeperName);
+  };
+  return std::ranges::all_of(kMainAppIdentifiers, [&](std::string_view identifier) {
     const auto owners = ask("ListQueuedOwners", identifier);
-    if (!owners && !owners.error().isOneOf({SD_BUS_ERROR_NAME_HAS_NO_OWNER})) return false;
-    if (!owners || sd_bus_message_enter_container(owners->get(), 'a', "s") < 0) continue;
+    if (!owners) return owners.error().isOneOf({SD_BUS_ERROR_NAME_HAS_NO_OWNER});
+    if (sd_bus_message_enter_container(owners->get(), 'a', "s") < 0) return false;
     while (const char* const owner = stringIn(*owners)) {
-      if (std::string_view(owner) != ownName &&
-          (keeperName == nullptr || std::string_view(owner) != keeperName))
-        return false;
+      if (isStranger(owner)) return false;
     }
-  }
-  return true;
+    return true;
+  });
 }
 
 int ApplicationName::request() const {
