@@ -140,6 +140,7 @@ std::optional<Trouble> changeKeyFile(const std::filesystem::path& file,
   const std::filesystem::path target = behindLinks(file);
   std::error_code error;
   std::filesystem::create_directories(target.parent_path(), error);
+  if (error) return systemTrouble("the folder {} cannot be made", target.parent_path(), error.value());
   const Result<FileDescriptor> lock = lockFolder(target.parent_path());
   if (!lock) return lock.error();
   const Result<KeyFile> keyFile = loadForChange(target, log);

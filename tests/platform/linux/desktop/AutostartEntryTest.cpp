@@ -122,6 +122,8 @@ TEST_F(AutostartEntryTest, SaysWhatItCannotWriteAndLeavesTheOldEntryWhole) {
   };
   folder_.write("autostart", "a file");
   refused("a file in place of the folder");
+  EXPECT_EQ(turn(true)->text(),
+            "the folder " + (folder_.path() / "autostart").string() + " cannot be made: Not a directory");
   std::filesystem::remove(folder_.path() / "autostart");
   std::filesystem::create_directories(entry_);
   refused("a folder in place of the entry");
