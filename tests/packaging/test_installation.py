@@ -26,8 +26,10 @@ def test_every_file_names_the_programs_of_its_own_installation(tmp_path):
         assert re.findall("^(?:Try)?Exec(?:Start)?=(.*?)(?: %U)?$", text, re.MULTILINE) == [str(program)], file
         assert os.access(program, os.X_OK)
     assert run("desktop-file-validate", *(prefix / "share/applications").iterdir()) == ""
-    said = run("systemd-analyze", "--user", "verify", "--man=no", *(prefix / "share/systemd/user").iterdir(),
-               XDG_RUNTIME_DIR=str(tmp_path))
+    units = list((prefix / "share/systemd/user").iterdir())
+    # systemd finds it beside them, where no package has brought the session's bus.
+    (units[0].parent / "dbus.socket").write_text("[Socket]\nListenStream=%t/bus\n")
+    said = run("systemd-analyze", "--user", "verify", "--man=no", *units, XDG_RUNTIME_DIR=str(tmp_path))
     assert "quorlin" not in said
 
 
